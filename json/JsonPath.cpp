@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "json/JsonPath.h"
+
+#include <string>
+
+namespace {
+
+const JsonObject emptyObject{};
+JsonMember emptyMember;
+
+const JsonObject& objectOf(const JsonValue& value)
+{
+    return value.type() == JsonType::object ? value.object() : emptyObject;
+}
+
+void clearEmptyMember()
+{
+    emptyMember.name.clear();
+    emptyMember.value.reset();
+}
+
+}  // namespace
+
+JsonMember& memberOf(JsonMember& container, std::string_view key)
+{
+    if (container.value.type() != JsonType::object) {
+        return emptyMember;
+    }
+    JsonObject& object = container.value.object();
+    const auto found = object.find(key);
+    return found == object.end() ? emptyMember : found->second;
+}
+
+const JsonValue* findPath(const JsonObject& root, std::span<const char* const> keys)
+{
+    const JsonObject* object = &root;
+    const JsonValue* value = nullptr;
+    for (const char* key : keys) {
+        // A string_view of a null pointer would be undefined behaviour; a string throws.
+        const auto found = object->find(std::string(key));
+        clearEmptyMember();
+        if (found == object->end()) {
+            return nullptr;
+        }
+        value = &found->second.value;
+        object = &objectOf(*value);
+    }
+    return value;
+}
+
+JsonValue* findPath(JsonObject& root, std::span<const char* const> keys)
+{
+    // The root is writable, so the value inside it is too.
+    return const_cast<JsonValue*>(findPath(static_cast<const JsonObject&>(root), keys));
+}
