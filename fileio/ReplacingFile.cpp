@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "fileio/ReplacingFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+std::string temporaryNameOf(const std::string& finalName)
+{
+    return finalName + ".filsec";
+}
+
+std::string directoryOf(const std::string& name)
+{
+    const std::size_t slash = name.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return name.substr(0, slash + 1);
+}
+
+/// Makes what the file or directory holds durable, as well as it can be done: no failure is
+/// reported, not even in errno. A standard stream does not show its descriptor, so the name is
+/// opened once more; whatever else may stand under it, opening it must not wait.
+void syncBestEffort(const std::string& name)
+{
+    const int keptErrno = errno;
+    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+    errno = keptErrno;
+}
+
+}  // namespace
+
+ReplacingFile::~ReplacingFile()
+{
+    static_cast<void>(finish());  // a destructor has nobody to tell
+}
+
+std::int32_t ReplacingFile::open(const std::string& name)
+{
+    if (const std::int32_t code = finish(); code != 0) {
+        return code;
+    }
+    finalName = name;
+    std::ofstream::open(temporaryNameOf(finalName), std::ios::out | std::ios::binary);
+    return is_open() ? 0 : -1;
+}
+
+std::int32_t ReplacingFile::finish()
+{
+    if (!is_open()) {
+        return 0;
+    }
+    flush();
+    const bool failed = fail();
+    close();
+    if (failed) {
+        return 1;
+    }
+    // The bytes first, then the name: a file system may otherwise keep the rename and lose the
+    // bytes (ext4(5), noauto_da_alloc).
+    const std::string temporaryName = temporaryNameOf(finalName);
+    syncBestEffort(temporaryName);
+    if (std::rename(temporaryName.c_str(), finalName.c_str()) != 0) {
+        return -3;
+    }
+    syncBestEffort(directoryOf(finalName));
+    // On FAT the new name leads to the bytes only once the file itself is synced again.
+    syncBestEffort(finalName);
+    return 0;
+}

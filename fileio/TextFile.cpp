@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "fileio/TextFile.h"
+
+#include <fstream>
+#include <ios>
+
+bool readTextFile(const std::string& name, std::string& text, std::int64_t limit)
+{
+    std::ifstream file(name, std::ios::in | std::ios::binary);
+    if (!file.good()) {
+        return false;
+    }
+    file.seekg(0, std::ios::end);
+    const std::streamoff size = file.tellg();
+    if (size < 0 || limit < size) {
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(size));
+    file.seekg(0);
+    file.read(text.data(), size);
+    return true;
+}
