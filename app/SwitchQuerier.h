@@ -1,0 +1,8 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+/// One whole run, with the arguments of main: decides the mode, brings the configuration file to
+/// it, and returns the exit status. Writes to std::cout, std::cerr and the system log.
+[[nodiscard]] int runSwitchQuerier(int argc, const char* const* argv);

@@ -1,0 +1,11 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "app/StandardDescriptors.h"
+#include "app/SwitchQuerier.h"
+
+int main(int argc, char** argv)
+{
+    fillStandardDescriptors();
+    return runSwitchQuerier(argc, argv);
+}
