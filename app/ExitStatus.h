@@ -7,14 +7,14 @@
 /// rely on them.
 enum ExitStatus : int {
     exitQueried = 0,
-    exitUsage = 96,             ///< not one or two parameters
-    exitBadParameter = 119,     ///< an unknown second parameter
-    exitParameterBehindQuery = 152,
-    exitUnreadable = 163,       ///< the configuration file cannot be read, or is too large
-    exitSyntaxError = 174,      ///< the configuration file is not in the JSON dialect
-    exitFlagMissing = 180,      ///< App/isEncoder is not there
-    exitFlagNotBoolean = 186,   ///< App/isEncoder is not true or false
-    exitNothingDecides = 210,   ///< no parameter, no marker file, no readable switch
-    exitNotOpened = 226,        ///< the temporary file cannot be opened
-    exitNotWritten = 236,       ///< the new file cannot be written or put in place
+    exitUsage = 96,                  ///< not one or two parameters
+    exitBadParameter = 119,          ///< an unknown second parameter
+    exitParameterBehindQuery = 152,  ///< "-query" first, and a second parameter
+    exitUnreadable = 163,            ///< the configuration file cannot be read, or is too large
+    exitSyntaxError = 174,           ///< the configuration file is not in the JSON dialect
+    exitFlagMissing = 180,           ///< App/isEncoder is not there
+    exitFlagNotBoolean = 186,        ///< App/isEncoder is not true or false
+    exitNothingDecides = 210,        ///< no parameter, no marker file, no readable switch
+    exitNotOpened = 226,             ///< the temporary file cannot be opened
+    exitNotWritten = 236,            ///< the new file cannot be written or put in place
 };

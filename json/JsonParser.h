@@ -12,18 +12,18 @@
 /// Why a text was refused. The numbers are fixed: users see them in messages.
 enum class JsonCode : std::int32_t {
     ok = 0,
-    notAnObject = -1,               ///< the text does not begin with "{" and end with "}"
-    keyExpected = -1,               ///< a member that does not begin with a double quote
-    textBehindObject = -2,          ///< the object of the text is closed and more text follows
-    badKey = -3,                    ///< a key with a fault that a string value reports as -21 or -22
-    colonExpected = -4,             ///< a key without ":" behind it
-    memberSeparatorExpected = -5,   ///< a member's value without "," or "}" behind it
-    badTrue = -10,                  ///< begins with "t" and is not "true"
-    badFalse = -11,                 ///< begins with "f" and is not "false"
-    badNull = -20,                  ///< begins with "n" and is not "null"
-    controlByteInString = -21,      ///< a byte below 32, or the end of the text, inside a string
-    unknownEscape = -22,            ///< a backslash before a byte that makes no escape with it
-    badNumber = -30,                ///< a value of no other kind, and no number either
+    notAnObject = -1,              ///< the text does not begin with "{" and end with "}"
+    keyExpected = -1,              ///< a member that does not begin with a double quote
+    textBehindObject = -2,         ///< the object of the text is closed and more text follows
+    badKey = -3,                   ///< a key with a fault that a string value reports as -21 or -22
+    colonExpected = -4,            ///< a key without ":" behind it
+    memberSeparatorExpected = -5,  ///< a member's value without "," or "}" behind it
+    badTrue = -10,                 ///< begins with "t" and is not "true"
+    badFalse = -11,                ///< begins with "f" and is not "false"
+    badNull = -20,                 ///< begins with "n" and is not "null"
+    controlByteInString = -21,     ///< a byte below 32, or the end of the text, inside a string
+    unknownEscape = -22,           ///< a backslash before a byte that makes no escape with it
+    badNumber = -30,               ///< a value of no other kind, and no number either
     elementSeparatorExpected = -41  ///< an element without "," or "]" behind it
 };
 

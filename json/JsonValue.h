@@ -48,7 +48,10 @@ public:
     ~JsonValue() { release(); }
 
     JsonValue(const JsonValue& other);
-    JsonValue(JsonValue&& other) noexcept : payload(other.payload), tag(other.tag) { other.forget(); }
+    JsonValue(JsonValue&& other) noexcept : payload(other.payload), tag(other.tag)
+    {
+        other.forget();
+    }
 
     /// Where both are of one kind the payload stays where it is and only its content changes.
     /// The right-hand side may be the value itself or any part of it.

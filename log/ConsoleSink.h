@@ -17,8 +17,7 @@ public:
     ///    3  for "2020-01-16 09:05:03.042 ERROR: text";
     ///    any other number for the text alone.
     /// Times are local times.
-    ConsoleSink(std::ostream* stream, std::int32_t formatCode)
-        : console(stream), format(formatCode)
+    ConsoleSink(std::ostream* stream, std::int32_t formatCode) : console(stream), format(formatCode)
     {
     }
 

@@ -1,0 +1,151 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/Appliance.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "tests/appliance/Files.h"
+#include "tests/appliance/PrivateRoot.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned timeLimitSeconds = 60;
+
+/// A nameless file that takes an output of the program.
+class Capture {
+public:
+    Capture() : fd(memfd_create("capture", MFD_CLOEXEC)) {}
+    ~Capture() { close(fd); }
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+
+    /// In the new process: makes the file its descriptor of this number.
+    void become(int descriptor) const { dup2(fd, descriptor); }
+
+    [[nodiscard]] std::string text() const
+    {
+        return readFile("/proc/self/fd/" + std::to_string(fd));
+    }
+
+private:
+    int fd;
+};
+
+[[noreturn]] void becomeProgram(std::vector<std::string> words, const RunOptions& options)
+{
+    std::string program = std::string(executableFolder()) + "/switch-querier";
+    if (options.wrapper.empty()) {
+        words.insert(words.begin(), options.name);
+    } else {
+        words.insert(words.begin(), program);
+        words.insert(words.begin(), options.wrapper.begin(), options.wrapper.end());
+        program = options.wrapper.front();
+    }
+    std::vector<char*> pointers;
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    alarm(timeLimitSeconds);
+    if (options.prepare) {
+        options.prepare();
+    }
+    execvp(program.c_str(), pointers.data());
+    std::_Exit(99);
+}
+
+void makeLine(const std::string& value)
+{
+    const std::string line = std::string(Appliance::gpioFolder) + "/gpio17";
+    fs::create_directories(line);
+    writeFile(line + "/direction", "in\n");
+    writeFile(line + "/value", value);
+}
+
+}  // namespace
+
+Appliance::Appliance()
+{
+    emptyFolder("/config");
+    emptyFolder(folder);
+    setSwitch(Switch::notThere);
+}
+
+void Appliance::setSwitch(Switch state)
+{
+    fs::remove_all(gpioFolder);
+    switch (state) {
+    case Switch::low:
+        makeLine("0\n");
+        break;
+    case Switch::high:
+        makeLine("1\n");
+        break;
+    case Switch::unreadable:
+        makeLine("1");
+        break;
+    case Switch::notThere:
+        break;
+    }
+}
+
+void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
+{
+    fs::remove_all(gpioFolder);
+    fs::create_directories(gpioFolder);
+    const std::string exportFile = std::string(gpioFolder) + "/export";
+    writeFile(exportFile, "");
+    std::thread([=] {
+        // It ends with the line made, or with the test program.
+        while (readFile(exportFile) != "17") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        std::this_thread::sleep_for(delay);
+        makeLine(std::to_string(level) + "\n");
+    }).detach();
+}
+
+void Appliance::setMarker(const std::string& name)
+{
+    writeFile("/config/" + name, "");
+}
+
+Run Appliance::run(const std::vector<std::string>& arguments, const RunOptions& options)
+{
+    const Capture out;
+    const Capture err;
+    const pid_t child = fork();
+    if (child == 0) {
+        const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        dup2(null, STDIN_FILENO);
+        out.become(STDOUT_FILENO);
+        err.become(STDERR_FILENO);
+        becomeProgram(arguments, options);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+        std::perror("cannot run the program");
+        std::abort();
+    }
+    Run run;
+    if (WIFSIGNALED(status)) {
+        run.signal = WTERMSIG(status);
+    } else {
+        run.status = WEXITSTATUS(status);
+    }
+    run.out = out.text();
+    run.err = err.text();
+    run.log = systemLog.drain();
+    return run;
+}

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/Files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+std::string readFile(const std::string& path)
+{
+    // A fault in the program may have left a link to an endless device here.
+    constexpr std::size_t limitBytes = std::size_t{64} << 20U;
+    std::ifstream file(path, std::ios::binary);
+    if (!file.is_open()) {
+        return "(missing)";
+    }
+    std::string text;
+    char byte = 0;
+    while (text.size() < limitBytes && file.get(byte)) {
+        text += byte;
+    }
+    return text;
+}
+
+void writeFile(const std::string& path, const std::string& text)
+{
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << text << std::flush;
+    if (!file.good()) {
+        std::cerr << "cannot write " << path << '\n';
+        std::abort();
+    }
+}
+
+std::vector<std::string> namesIn(const std::string& folder)
+{
+    std::vector<std::string> names;
+    std::error_code none;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, none)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void emptyFolder(const std::string& folder)
+{
+    fs::create_directories(folder);
+    for (const std::string& name : namesIn(folder)) {
+        fs::remove_all(fs::path(folder) / name);
+    }
+}

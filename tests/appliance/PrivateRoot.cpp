@@ -1,0 +1,182 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/PrivateRoot.h"
+
+#include <linux/capability.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int cannotTest = 99;
+
+/// Set for the executable that runs under proot, so that it knows where it is.
+constexpr char insideProot[] = "SWITCH_QUERIER_INSIDE_PROOT";
+
+const fs::path root = "/mnt";
+const std::vector<fs::path> newFolders = {"config", "sys/class/gpio", "dev", "tmp", "appliance"};
+const std::vector<fs::path> devices = {"dev/null", "dev/zero", "dev/full", "dev/urandom"};
+
+[[noreturn]] void giveUp(const std::string& what)
+{
+    std::cerr << "cannot make a private root: " << what << ": " << std::strerror(errno) << '\n';
+    std::_Exit(cannotTest);
+}
+
+void writeFile(const fs::path& path, const std::string& text)
+{
+    std::ofstream(path) << text;
+}
+
+bool enterNamespaces()
+{
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    if (user == 0) {
+        if (unshare(CLONE_NEWNS) != 0) {
+            return false;
+        }
+    } else {
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+            return false;
+        }
+        writeFile("/proc/self/setgroups", "deny");
+        writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+        writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+    }
+    // Nothing mounted from here on may show outside. In a chroot "/" is no mount point and the call
+    // fails, but there the mount below is a private one all the same.
+    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    return mount("tmpfs", root.c_str(), "tmpfs", 0, "mode=0755") == 0;
+}
+
+void bind(const fs::path& path)
+{
+    const fs::path target = root / path.relative_path();
+    if (fs::is_directory(path)) {
+        fs::create_directories(target);
+    } else {
+        fs::create_directories(target.parent_path());
+        writeFile(target, "");
+    }
+    if (mount(path.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0) {
+        giveUp("bind " + path.string());
+    }
+}
+
+void bindMachine()
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator("/")) {
+        const std::string name = entry.path().filename();
+        if (entry.is_symlink() && (name == "bin" || name == "sbin" || name.starts_with("lib"))) {
+            fs::copy_symlink(entry.path(), root / name);
+        } else if (name == "usr" || name == "etc" || name == "proc" || name == "bin" ||
+                   name == "sbin" || name.starts_with("lib")) {
+            bind(entry.path());
+        }
+    }
+}
+
+void dropPermissionOverride()
+{
+    prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
+    if (syscall(SYS_capget, &header, data) != 0) {
+        giveUp("capget");
+    }
+    constexpr unsigned dropped = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
+    data[0].effective &= ~dropped;
+    data[0].permitted &= ~dropped;
+    data[0].inheritable &= ~dropped;
+    if (syscall(SYS_capset, &header, data) != 0) {
+        giveUp("capset");
+    }
+}
+
+/// Runs the executable anew, seeing a folder tree in place of the fixed paths; exits as it does.
+[[noreturn]] void runUnderProot(char** argv)
+{
+    std::string pattern = "/tmp/private-root-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) {
+        giveUp("mkdtemp");
+    }
+    const fs::path tree = pattern;
+    std::vector<std::string> command = {"proot"};
+    for (const fs::path& folder : newFolders) {
+        fs::create_directories(tree / folder);
+        const fs::path top = *folder.begin();
+        command.insert(command.end(), {"-b", (tree / top).string() + ":/" + top.string()});
+    }
+    for (const fs::path& device : devices) {
+        command.insert(command.end(), {"-b", "/" + device.string()});
+    }
+    command.insert(command.end(), {"-b", executableFolder(), "-w", "/appliance"});
+    const fs::path self = fs::read_symlink("/proc/self/exe");
+    command.push_back(self);
+    for (char** argument = argv + 1; *argument != nullptr; ++argument) {
+        command.emplace_back(*argument);
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv(insideProot, "1", 1);
+        std::vector<char*> pointers;
+        for (std::string& word : command) {
+            pointers.push_back(word.data());
+        }
+        pointers.push_back(nullptr);
+        execvp(pointers[0], pointers.data());
+        giveUp("namespaces are refused, and proot cannot be run");
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    fs::remove_all(tree);
+    std::_Exit(WIFEXITED(status) ? WEXITSTATUS(status) : cannotTest);
+}
+
+}  // namespace
+
+void enterPrivateRoot(char** argv)
+{
+    if (std::getenv(insideProot) != nullptr) {
+        return;
+    }
+    if (!enterNamespaces()) {
+        runUnderProot(argv);
+    }
+    for (const fs::path& folder : newFolders) {
+        fs::create_directories(root / folder);
+    }
+    for (const fs::path& device : devices) {
+        bind("/" / device);
+    }
+    bindMachine();
+    bind(executableFolder());
+    if (chroot(root.c_str()) != 0 || chdir("/appliance") != 0) {
+        giveUp("chroot");
+    }
+    dropPermissionOverride();
+}
+
+const char* executableFolder()
+{
+    static const std::string folder = fs::read_symlink("/proc/self/exe").parent_path();
+    return folder.c_str();
+}

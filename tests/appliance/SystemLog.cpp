@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/SystemLog.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+namespace {
+
+constexpr char socketPath[] = "/dev/log";
+
+/// "<11>Nov 21 01:56:09 name: text"
+LogRecord parse(const std::string& message)
+{
+    const std::size_t close = message.find('>');
+    const std::size_t colon = message.find(": ", close);
+    const int priority = std::atoi(message.c_str() + 1);
+    const std::size_t identity = close + std::strlen(">Nov 21 01:56:09 ");
+    return {priority >> 3, priority & 7, message.substr(identity, colon - identity),
+            message.substr(colon + 2)};
+}
+
+}  // namespace
+
+SystemLog::SystemLog() : fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+{
+    std::filesystem::remove_all(socketPath);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, socketPath);
+    if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        std::perror(socketPath);
+        std::abort();
+    }
+}
+
+SystemLog::~SystemLog()
+{
+    die();
+    std::filesystem::remove_all(socketPath);
+}
+
+std::vector<LogRecord> SystemLog::drain()
+{
+    std::vector<LogRecord> records;
+    std::array<char, 65536> bytes;
+    ssize_t count = 0;
+    while ((count = recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT)) >= 0) {
+        records.push_back(parse(std::string(bytes.data(), static_cast<std::size_t>(count))));
+    }
+    return records;
+}
+
+void SystemLog::die()
+{
+    if (fd >= 0) {
+        close(fd);
+    }
+    fd = -1;
+}
