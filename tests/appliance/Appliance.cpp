@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include "tests/appliance/Files.h"
 #include "tests/appliance/PrivateRoot.h"
@@ -65,12 +64,15 @@ private:
     std::_Exit(99);
 }
 
+/// The line's files appear all at once, as the kernel makes them.
 void makeLine(const std::string& value)
 {
-    const std::string line = std::string(Appliance::gpioFolder) + "/gpio17";
-    fs::create_directories(line);
-    writeFile(line + "/direction", "in\n");
-    writeFile(line + "/value", value);
+    const std::string unfinished = "/sys/class/unfinished";
+    fs::create_directories(unfinished);
+    writeFile(unfinished + "/direction", "in\n");
+    writeFile(unfinished + "/value", value);
+    fs::create_directories(Appliance::gpioFolder);
+    fs::rename(unfinished, std::string(Appliance::gpioFolder) + "/gpio17");
 }
 
 }  // namespace
@@ -84,6 +86,7 @@ Appliance::Appliance()
 
 void Appliance::setSwitch(Switch state)
 {
+    exporter = {};
     fs::remove_all(gpioFolder);
     switch (state) {
     case Switch::low:
@@ -102,18 +105,21 @@ void Appliance::setSwitch(Switch state)
 
 void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
 {
+    exporter = {};
     fs::remove_all(gpioFolder);
     fs::create_directories(gpioFolder);
     const std::string exportFile = std::string(gpioFolder) + "/export";
     writeFile(exportFile, "");
-    std::thread([=] {
-        // It ends with the line made, or with the test program.
+    exporter = std::jthread([=](const std::stop_token& stop) {
         while (readFile(exportFile) != "17") {
+            if (stop.stop_requested()) {
+                return;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         std::this_thread::sleep_for(delay);
         makeLine(std::to_string(level) + "\n");
-    }).detach();
+    });
 }
 
 void Appliance::setMarker(const std::string& name)
@@ -121,7 +127,7 @@ void Appliance::setMarker(const std::string& name)
     writeFile("/config/" + name, "");
 }
 
-Run Appliance::run(const std::vector<std::string>& arguments, const RunOptions& options)
+RunResult Appliance::run(const std::vector<std::string>& arguments, const RunOptions& options)
 {
     const Capture out;
     const Capture err;
@@ -138,7 +144,7 @@ Run Appliance::run(const std::vector<std::string>& arguments, const RunOptions& 
         std::perror("cannot run the program");
         std::abort();
     }
-    Run run;
+    RunResult run;
     if (WIFSIGNALED(status)) {
         run.signal = WTERMSIG(status);
     } else {

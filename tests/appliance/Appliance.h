@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/appliance/SystemLog.h"
@@ -19,7 +20,7 @@ enum class Switch {
 };
 
 /// What one run of the program left behind.
-struct Run {
+struct RunResult {
     int status = -1;  ///< -1 where a signal ended it
     int signal = 0;
     std::string out;
@@ -55,11 +56,15 @@ public:
     void setMarker(const std::string& name);
 
     /// Runs the program to its end, or kills it by SIGALRM after a minute.
-    Run run(const std::vector<std::string>& arguments, const RunOptions& options = {});
+    RunResult run(const std::vector<std::string>& arguments, const RunOptions& options = {});
 
     /// Where configuration files stand.
     static constexpr char folder[] = "/appliance";
     static constexpr char gpioFolder[] = "/sys/class/gpio";
 
     SystemLog systemLog;
+
+private:
+    /// Makes the line's files after the export; stops when the appliance goes or is set anew.
+    std::jthread exporter;
 };

@@ -5,6 +5,7 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -24,11 +25,16 @@ LogRecord parse(const std::string& message)
     const std::size_t colon = message.find(": ", close);
     const int priority = std::atoi(message.c_str() + 1);
     const std::size_t identity = close + std::strlen(">Nov 21 01:56:09 ");
-    return {priority >> 3, priority & 7, message.substr(identity, colon - identity),
+    return {LOG_PRI(priority), message.substr(identity, colon - identity),
             message.substr(colon + 2)};
 }
 
 }  // namespace
+
+std::ostream& operator<<(std::ostream& out, const LogRecord& record)
+{
+    return out << '<' << record.level << '>' << record.identity << ": " << record.text;
+}
 
 SystemLog::SystemLog() : fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
 {

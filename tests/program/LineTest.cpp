@@ -2,3 +2,88 @@
 // SPDX-License-Identifier: MIT
 
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "tests/appliance/Appliance.h"
+#include "tests/appliance/Files.h"
+#include "tests/program/Documents.h"
+
+// The program and line 17.
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+TEST(Line, ThatAppearsLateAfterTheExportIsRead)
+{
+    for (const int level : {0, 1}) {
+        SCOPED_TRACE(level);
+        Appliance appliance;
+        appliance.setSwitchOnExport(level, milliseconds(70));
+
+        const RunResult run = appliance.run({"-query"});
+
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.out, std::string("Hardware switch: ") + (level == 1 ? "Decoder" : "Encoder") +
+                               "\nOverride parm  : None\nOverride file  : None\n");
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
+        EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+    }
+}
+
+TEST(Line, ThatNeverAppearsIsGivenUpAfterElevenWaits)
+{
+    Appliance appliance;
+    emptyFolder(Appliance::gpioFolder);
+    writeFile("/sys/class/gpio/export", "");
+
+    const auto start = steady_clock::now();
+    const RunResult run = appliance.run({"-query"});
+
+    EXPECT_GE(steady_clock::now() - start, 11 * milliseconds(20));
+    EXPECT_EQ(run.err, "ERROR: Cannot init GPIO17\n");
+    EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
+}
+
+TEST(Line, ThatIsExportedAlreadyIsNotExportedAgainAndStaysExported)
+{
+    Appliance appliance;
+    appliance.setSwitch(Switch::high);
+    writeFile("/sys/class/gpio/export", "");
+    writeFile("/sys/class/gpio/unexport", "");
+
+    const auto start = steady_clock::now();
+    const RunResult run = appliance.run({"-query"});
+
+    EXPECT_GE(steady_clock::now() - start, milliseconds(20));
+    EXPECT_EQ(run.out.substr(0, 24), "Hardware switch: Decoder");
+    EXPECT_EQ(readFile("/sys/class/gpio/export"), "");
+    EXPECT_EQ(readFile("/sys/class/gpio/unexport"), "");
+    EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+    EXPECT_EQ(readFile("/sys/class/gpio/gpio17/value"), "1\n");
+}
+
+TEST(Query, AloneReportsThreeLinesAndTouchesNoFile)
+{
+    Appliance appliance;
+    appliance.setSwitch(Switch::low);
+    appliance.setMarker("ENCODER");
+    writeFile(configPath, handwritten("false"));
+
+    const RunResult run = appliance.run({"-query"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "Hardware switch: Encoder\n"
+                       "Override parm  : None\n"
+                       "Override file  : Encoder\n");
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.log, std::vector<LogRecord>{});
+    EXPECT_EQ(namesIn(Appliance::folder), std::vector<std::string>{"config.json"});
+    EXPECT_EQ(readFile(configPath), handwritten("false"));
+}
+
+}  // namespace
