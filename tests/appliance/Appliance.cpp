@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "tests/appliance/Command.h"
 #include "tests/appliance/Files.h"
 #include "tests/appliance/PrivateRoot.h"
 
@@ -41,27 +42,18 @@ private:
     int fd;
 };
 
-[[noreturn]] void becomeProgram(std::vector<std::string> words, const RunOptions& options)
+[[noreturn]] void becomeProgramUnderTest(const std::vector<std::string>& arguments,
+                                         const RunOptions& options)
 {
-    std::string program = std::string(executableFolder()) + "/switch-querier";
-    if (options.wrapper.empty()) {
-        words.insert(words.begin(), options.name);
-    } else {
-        words.insert(words.begin(), program);
-        words.insert(words.begin(), options.wrapper.begin(), options.wrapper.end());
-        program = options.wrapper.front();
-    }
-    std::vector<char*> pointers;
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
+    const std::string program = std::string(executableFolder()) + "/switch-querier";
+    std::vector<std::string> words = options.wrapper;
+    words.push_back(options.wrapper.empty() ? options.name : program);
+    words.insert(words.end(), arguments.begin(), arguments.end());
     alarm(timeLimitSeconds);
     if (options.prepare) {
         options.prepare();
     }
-    execvp(program.c_str(), pointers.data());
-    std::_Exit(99);
+    becomeProgram(options.wrapper.empty() ? program : options.wrapper.front(), words);
 }
 
 /// The line's files appear all at once, as the kernel makes them.
@@ -137,7 +129,7 @@ RunResult Appliance::run(const std::vector<std::string>& arguments, const RunOpt
         dup2(null, STDIN_FILENO);
         out.become(STDOUT_FILENO);
         err.become(STDERR_FILENO);
-        becomeProgram(arguments, options);
+        becomeProgramUnderTest(arguments, options);
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {

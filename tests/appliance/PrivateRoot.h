@@ -13,6 +13,7 @@
 ///
 /// It is done with namespaces, as root or as an ordinary user; where they are refused, by running
 /// the executable anew under proot(1). Where that is missing too, it says so and exits with 99.
+/// SWITCH_QUERIER_PROOT=1 in the environment has it use proot in any case.
 ///
 /// The process gives up the right to override file permissions, so that a test finds a read-only
 /// file read-only also when it runs as root.

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 
 namespace {
 
@@ -23,7 +24,7 @@ LogRecord parse(const std::string& message)
 {
     const std::size_t close = message.find('>');
     const std::size_t colon = message.find(": ", close);
-    const int priority = std::atoi(message.c_str() + 1);
+    const int priority = std::stoi(message.substr(1));
     const std::size_t identity = close + std::strlen(">Nov 21 01:56:09 ");
     return {LOG_PRI(priority), message.substr(identity, colon - identity),
             message.substr(colon + 2)};
@@ -41,7 +42,7 @@ SystemLog::SystemLog() : fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     std::filesystem::remove_all(socketPath);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, socketPath);
+    std::string_view(socketPath).copy(address.sun_path, sizeof address.sun_path - 1);
     if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         std::perror(socketPath);
         std::abort();
