@@ -38,6 +38,17 @@ std::int32_t complementOfLowestBit(std::int32_t level)
     return ~level & 1;
 }
 
+/// Exports the line unless its folder is there.
+bool exportIfAbsent(std::int32_t lineNumber)
+{
+    DIR* const folder = opendir((gpioRoot + gpioLineFolder(lineNumber)).c_str());
+    if (folder == nullptr) {
+        return writeGpioFile("export", std::to_string(lineNumber));
+    }
+    closedir(folder);
+    return true;
+}
+
 std::string directionOf(std::int32_t lineNumber)
 {
     std::ifstream file(gpioRoot + gpioLineFolder(lineNumber) + "/direction");
@@ -197,16 +208,6 @@ void GpioLine::close()
     mode = 0;
     fd = -1;
     number = -1;
-}
-
-bool GpioLine::exportIfAbsent(std::int32_t lineNumber)
-{
-    DIR* const folder = opendir((gpioRoot + gpioLineFolder(lineNumber)).c_str());
-    if (folder == nullptr) {
-        return writeGpioFile("export", std::to_string(lineNumber));
-    }
-    closedir(folder);
-    return true;
 }
 
 std::int32_t GpioLine::readLevel()

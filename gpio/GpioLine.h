@@ -82,7 +82,6 @@ public:
     [[nodiscard]] std::int32_t lastMode() const { return mode; }
 
 private:
-    [[nodiscard]] bool exportIfAbsent(std::int32_t lineNumber);
     [[nodiscard]] std::int32_t readLevel();
     [[nodiscard]] bool write(std::int32_t level);
 

@@ -18,14 +18,14 @@ void appendIndentation(std::string& text, std::uint64_t level)
 
 void appendInteger(std::string& text, std::int64_t integer)
 {
-    std::array<char, 20> digits;  // "-9223372036854775808"
+    std::array<char, 20> digits{};  // "-9223372036854775808"
     const auto result = std::to_chars(digits.begin(), digits.end(), integer);
     text.append(digits.begin(), result.ptr);
 }
 
 void appendNumber(std::string& text, double number)
 {
-    std::array<char, 48> digits;  // sign, point, 34 digits, 4 leading zeros or a 5-byte exponent
+    std::array<char, 48> digits{};  // sign, point, 34 digits, 4 leading zeros or a 5-byte exponent
     const auto result =
         std::to_chars(digits.begin(), digits.end(), number, std::chars_format::general, 34);
     text.append(digits.begin(), result.ptr);
