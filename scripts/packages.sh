@@ -1,0 +1,42 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=sh
+
+# Sourced by ./run and ./test.
+
+# Installs those of the packages that are missing, and is quick when none is. Without the rights to
+# do so it prints the command for an administrator and exits with 77.
+install_missing() {
+    missing=
+    for package in "$@"; do
+        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)
+        [ "$state" = installed ] || missing="$missing $package"
+    done
+    [ -n "$missing" ] || return 0
+    if [ "$(id -u)" -eq 0 ]; then
+        as_root=
+    elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+        as_root=sudo
+    else
+        echo "Packages are missing. An administrator can install them with:" >&2
+        echo "    apt-get update && apt-get install --no-install-recommends$missing" >&2
+        exit 77
+    fi
+    echo "Installing:$missing" >&2
+    apt_get="$as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300"
+    # Each word is an argument of its own.
+    # shellcheck disable=SC2086
+    { $apt_get update && $apt_get install -y --no-install-recommends $missing; } >/dev/null || {
+        echo "apt-get could not install:$missing" >&2
+        exit 1
+    }
+}
+
+# The simulated appliance needs namespaces or, where they are refused, proot.
+private_root_packages() {
+    if unshare -m true 2>/dev/null || unshare -Urm true 2>/dev/null; then
+        :
+    else
+        echo proot
+    fi
+}
