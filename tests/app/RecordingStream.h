@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <ostream>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+/// A stream without a buffer that keeps what reaches it, so that a test sees where it was flushed.
+class RecordingStream : public std::ostream {
+public:
+    RecordingStream() : std::ostream(nullptr) { rdbuf(&buffer); }
+
+    /// What came between the flushes, oldest first. What was never flushed is the last of them,
+    /// with "(not flushed)" behind it.
+    [[nodiscard]] std::vector<std::string> records() const
+    {
+        std::vector<std::string> all = buffer.flushed;
+        if (!buffer.pending.empty()) {
+            all.push_back(buffer.pending + "(not flushed)");
+        }
+        return all;
+    }
+
+    /// How many writes brought all that.
+    [[nodiscard]] int writes() const { return buffer.writes; }
+
+private:
+    class Buffer : public std::streambuf {
+    public:
+        std::vector<std::string> flushed;
+        std::string pending;
+        int writes = 0;
+
+    protected:
+        int_type overflow(int_type byte) override
+        {
+            if (!traits_type::eq_int_type(byte, traits_type::eof())) {
+                pending += traits_type::to_char_type(byte);
+                ++writes;
+            }
+            return traits_type::not_eof(byte);
+        }
+
+        std::streamsize xsputn(const char* bytes, std::streamsize count) override
+        {
+            pending.append(bytes, static_cast<std::size_t>(count));
+            ++writes;
+            return count;
+        }
+
+        int sync() override
+        {
+            flushed.push_back(pending);
+            pending.clear();
+            return 0;
+        }
+    };
+
+    Buffer buffer;
+};
