@@ -134,8 +134,8 @@ TEST_F(TextFile, ComparesSizesBeyond32BitsWhole)
         SCOPED_TRACE(size);
         ASSERT_EQ(truncate(path.c_str(), size), 0) << std::strerror(errno);
         std::string text = "earlier text";
-        EXPECT_FALSE(readTextFile(path, text, 10'000));
-        EXPECT_FALSE(readTextFile(path, text, size - 1));
+        ASSERT_FALSE(readTextFile(path, text, 10'000));
+        ASSERT_FALSE(readTextFile(path, text, size - 1));
         EXPECT_EQ(text, "earlier text");
     }
 }
