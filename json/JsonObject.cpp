@@ -7,10 +7,8 @@
 
 void storeMember(JsonObject& object, std::string key, JsonValue value)
 {
-    auto place = object.lower_bound(key);
-    if (place == object.end() || place->first != key) {
-        place = object.emplace_hint(place, key, JsonMember());
-    }
+    // Keys often come in order, and then the place is at the end; else the hint costs a comparison.
+    const auto place = object.try_emplace(object.end(), key);
     place->second.name = std::move(key);
     place->second.value = std::move(value);
 }

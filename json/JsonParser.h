@@ -52,7 +52,7 @@ public:
 private:
     explicit JsonParser(const char* text) : cursor(text) {}
 
-    // The destinations are written on success only.
+    // What a function has left in its destination when it fails, its caller discards.
     JsonCode readMembers(JsonObject& destination);
     JsonCode readElements(JsonValue& destination);
     JsonCode readValue(JsonValue& destination);

@@ -56,14 +56,16 @@ char escapeLetter(char byte)
 void appendString(std::string& text, const std::string& string)
 {
     text += '"';
-    for (const char byte : string) {
-        if (const char letter = escapeLetter(byte); letter != '\0') {
+    std::size_t run = 0;
+    for (std::size_t index = 0; index < string.size(); ++index) {
+        if (const char letter = escapeLetter(string[index]); letter != '\0') {
+            text.append(string, run, index - run);
             text += '\\';
             text += letter;
-        } else {
-            text += byte;
+            run = index + 1;
         }
     }
+    text.append(string, run);
     text += '"';
 }
 
