@@ -41,15 +41,16 @@ void ConsoleSink::write(system_clock::time_point time, const std::string& text, 
     if (console == nullptr || text.empty()) {
         return;
     }
-    std::ostringstream line;
-    if (format == dayAndTime || format == dateAndTime) {
-        insertTime(line, time, format);
+    if (format < levelOnly || format > dateAndTime) {
+        *console << text;
+    } else {
+        std::ostringstream line;
+        if (format != levelOnly) {
+            insertTime(line, time, format);
+        }
+        line << levelName(level) << ": " << text;
+        *console << line.view();
     }
-    if (format == levelOnly || format == dayAndTime || format == dateAndTime) {
-        line << levelName(level) << ": ";
-    }
-    line << text;
-    *console << line.str();
     if (text.back() != '\n') {
         console->put(console->widen('\n'));
     }
