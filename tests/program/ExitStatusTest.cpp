@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <syslog.h>
 
@@ -195,27 +194,22 @@ const std::vector<Failure> failures = {
          writeFile(configPath, decoderFile);
          std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
      }},
-    {"FileCannotBeReplaced",
+    {"FolderNotWritableButTheTemporaryFileIs",
      236,
      "Cannot write Json file, code -3",
      true,
      {configPath},
      [] {
-         // Nothing can be renamed over a mount point (rename(2), EBUSY).
+         // The left-over temporary file can be written, but not renamed.
          writeFile(configPath, decoderFile);
-         if (mount(configPath.c_str(), configPath.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-             GTEST_SKIP() << "mount(2) is refused here";
-         }
+         writeFile(configPath + ".filsec", "");
+         chmod(Appliance::folder, 0555);
      }},
 };
 
 class Failing : public testing::TestWithParam<Failure> {
 protected:
-    void TearDown() override
-    {
-        umount(configPath.c_str());
-        chmod(Appliance::folder, 0755);
-    }
+    void TearDown() override { chmod(Appliance::folder, 0755); }
 };
 
 TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
@@ -224,9 +218,6 @@ TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
     Appliance appliance;
     appliance.setSwitch(Switch::low);
     failure.arrange();
-    if (IsSkipped()) {
-        return;
-    }
     const std::string before = readFile(configPath);
 
     const RunResult run = appliance.run(failure.arguments);
