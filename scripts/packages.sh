@@ -9,7 +9,7 @@
 install_missing() {
     missing=
     for package in "$@"; do
-        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)
+        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
         [ "$state" = installed ] || missing="$missing $package"
     done
     [ -n "$missing" ] || return 0
