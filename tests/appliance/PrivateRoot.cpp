@@ -155,6 +155,9 @@ void enterPrivateRoot(char** argv)
         dropPermissionOverride();
         return;
     }
+    // Asked for now: inside a chroot, /proc/self/exe shows the path from outside once the process
+    // has a mount namespace of its own.
+    executableFolder();
     if (std::getenv("SWITCH_QUERIER_PROOT") != nullptr || !enterNamespaces()) {
         runUnderProot(argv);
     }
