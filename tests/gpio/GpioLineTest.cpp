@@ -180,11 +180,8 @@ public:
     StandardInputClosed() : kept(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
     ~StandardInputClosed()
     {
-        close(STDIN_FILENO);
-        if (kept >= 0) {
-            dup2(kept, STDIN_FILENO);
-            close(kept);
-        }
+        dup2(kept, STDIN_FILENO);
+        close(kept);
     }
     StandardInputClosed(const StandardInputClosed&) = delete;
     StandardInputClosed& operator=(const StandardInputClosed&) = delete;
@@ -268,6 +265,10 @@ class GpioLineTest : public testing::Test {
 protected:
     GpioLineTest()
     {
+        // The descriptor 0 has rules of its own; no line may get it by chance.
+        if (!isOpen(STDIN_FILENO)) {
+            EXPECT_EQ(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+        }
         emptyFolder(root);
         writeFile(root + "export", "");
         writeFile(root + "unexport", "");
@@ -837,15 +838,32 @@ TEST_F(GpioLineTest, ChangesNothingWhenTheDirectionCannotBeWritten)
 
 TEST_F(GpioLineTest, SetsTheDirectionOfTheLineNamedAndReadsTheLineThatIsOpen)
 {
+    struct Row {
+        std::int32_t request;
+        const char* direction;
+        const char* expectedDirection;
+        std::int32_t expectedValue;
+    };
+    const std::vector<Row> rows = {{-1, "out\n", "in", 1},
+                                   {0, "in\n", "low", 0},
+                                   {1, "in\n", "high", 1},
+                                   {2, "in\n", "high", 1},
+                                   {2, "out\n", "out\n", 1}};
     makeLine(18, "0\n");
     writeFile(valueFile, "1\n");
     GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
+    ASSERT_TRUE(line.init(17, -1));
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.request) + row.direction);
+        const std::string other = "neither in nor out";
+        writeFile(directionFile, other);
+        writeFile(root + "gpio18/direction", row.direction);
 
-    EXPECT_TRUE(line.setDirection(18, -1));
-    EXPECT_EQ(readFile(root + "gpio18/direction"), "in");
-    EXPECT_EQ(readFile(directionFile), "low");
-    EXPECT_EQ(line.lastValue(), 1);
+        EXPECT_TRUE(line.setDirection(18, row.request));
+        EXPECT_EQ(readFile(root + "gpio18/direction"), row.expectedDirection);
+        EXPECT_EQ(readFile(directionFile), other);
+        EXPECT_EQ(line.lastValue(), row.expectedValue);
+    }
 }
 
 TEST_F(GpioLineTest, SetsTheDirectionWithoutAnOpenLine)
@@ -1351,6 +1369,25 @@ TEST_F(GpioLineTest, ForgetsTheLineWhenClosed)
     EXPECT_EQ(line.lastValue(), 1);
     EXPECT_EQ(line.readValue(), -1);
     EXPECT_EQ(readFile(root + "unexport"), "");
+}
+
+TEST_F(GpioLineTest, ForgetsTheDescriptorWhenClosed)
+{
+    int reused = -1;
+    {
+        GpioLine line;
+        ASSERT_TRUE(line.init(17, -1));
+        const int before = calls.descriptor;
+        line.close();
+        reused = ::open(directionFile.c_str(), O_RDONLY);
+        ASSERT_EQ(reused, before);
+
+        EXPECT_EQ(line.readValue(), -1);
+        line.close();
+        EXPECT_TRUE(isOpen(reused));
+    }
+    EXPECT_TRUE(isOpen(reused));
+    ::close(reused);
 }
 
 TEST_F(GpioLineTest, MayBeClosedWithoutALine)

@@ -3,8 +3,10 @@
 
 #include "log/LogStream.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -21,6 +23,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/appliance/Files.h"
 #include "tests/appliance/SystemLog.h"
 
 namespace fs = std::filesystem;
@@ -358,6 +361,25 @@ TEST_F(LogStreamTest, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestr
         EXPECT_EQ(socketCount(), before + 1);
     }
     EXPECT_EQ(socketCount(), before);
+}
+
+// As syslog(3) does with LOG_PERROR.
+TEST_F(LogStreamTest, PrintsNothingOnStandardErrorByItself)
+{
+    const int kept = dup(STDERR_FILENO);
+    const int file = open("/tmp/standard-error", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_GE(file, 0);
+    dup2(file, STDERR_FILENO);
+    {
+        ErrorLog errors(name, &console, 1);
+        InfoLog infos(name, &console, 0);
+        errors << "one" << std::endl;
+        infos << "two" << std::endl;
+    }
+    dup2(kept, STDERR_FILENO);
+    close(kept);
+    close(file);
+    EXPECT_EQ(readFile("/tmp/standard-error"), "");
 }
 
 TEST_F(LogStreamTest, ReachesTheSystemLogAfterAnotherStreamLeftIt)
