@@ -46,7 +46,7 @@ protected:
     /// What the console shows; forgets it.
     std::string shown()
     {
-        const std::string text = console.str();
+        std::string text = console.str();
         console.str("");
         return text;
     }
