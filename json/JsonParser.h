@@ -57,7 +57,7 @@ private:
     JsonCode readElements(JsonValue& destination);
     JsonCode readValue(JsonValue& destination);
     JsonCode readString(std::string& destination);
-    JsonCode readEscape(std::string& bytes);
+    JsonCode readEscape(std::string& destination);
     JsonCode readTrue(JsonValue& destination);
     JsonCode readFalse(JsonValue& destination);
     JsonCode readNull(JsonValue& destination);

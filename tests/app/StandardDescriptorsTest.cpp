@@ -57,11 +57,11 @@ bool isSameFile(const struct stat& one, const struct stat& other)
 /// What a descriptor is open on, and what a write of one byte and a read make of it.
 std::string describe(int descriptor, const struct stat& own)
 {
-    struct stat status {};
+    struct stat status = {};
     if (fstat(descriptor, &status) != 0) {
         return "closed";
     }
-    struct stat root {};
+    struct stat root = {};
     stat("/", &root);
     std::string text = "something else";
     if (isSameFile(status, own)) {

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 
 #include "tests/appliance/Command.h"
 #include "tests/appliance/Files.h"
@@ -67,6 +68,14 @@ void makeLine(const std::string& value)
     fs::rename(unfinished, std::string(Appliance::gpioFolder) + "/gpio17");
 }
 
+/// A test may have closed the line's folder to listing.
+void removeSwitch()
+{
+    std::error_code none;
+    fs::permissions(std::string(Appliance::gpioFolder) + "/gpio17", fs::perms::owner_all, none);
+    fs::remove_all(Appliance::gpioFolder);
+}
+
 }  // namespace
 
 Appliance::Appliance()
@@ -79,7 +88,7 @@ Appliance::Appliance()
 void Appliance::setSwitch(Switch state)
 {
     exporter = {};
-    fs::remove_all(gpioFolder);
+    removeSwitch();
     switch (state) {
     case Switch::low:
         makeLine("0\n");
@@ -98,7 +107,7 @@ void Appliance::setSwitch(Switch state)
 void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
 {
     exporter = {};
-    fs::remove_all(gpioFolder);
+    removeSwitch();
     fs::create_directories(gpioFolder);
     const std::string exportFile = std::string(gpioFolder) + "/export";
     writeFile(exportFile, "");
@@ -126,7 +135,9 @@ RunResult Appliance::run(const std::vector<std::string>& arguments, const RunOpt
     const pid_t child = fork();
     if (child == 0) {
         const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        dup2(null, STDIN_FILENO);
+        if (null < 0 || dup2(null, STDIN_FILENO) < 0) {
+            std::_Exit(99);
+        }
         out.become(STDOUT_FILENO);
         err.become(STDERR_FILENO);
         becomeProgramUnderTest(arguments, options);

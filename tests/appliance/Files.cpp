@@ -44,7 +44,7 @@ std::vector<std::string> namesIn(const std::string& folder)
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, none)) {
         names.push_back(entry.path().filename());
     }
-    std::sort(names.begin(), names.end());
+    std::ranges::sort(names);
     return names;
 }
 

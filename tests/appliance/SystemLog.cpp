@@ -43,7 +43,7 @@ SystemLog::SystemLog() : fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::string_view(socketPath).copy(address.sun_path, sizeof address.sun_path - 1);
-    if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         std::perror(socketPath);
         std::abort();
     }

@@ -34,7 +34,7 @@ using Names = std::vector<std::string>;
 
 ino_t inodeOf(const std::string& name)
 {
-    struct stat status {};
+    struct stat status = {};
     return lstat(name.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 

@@ -138,7 +138,7 @@ class FileMode {
 public:
     FileMode(std::string name, mode_t mode) : path(std::move(name))
     {
-        struct stat status {};
+        struct stat status = {};
         EXPECT_EQ(stat(path.c_str(), &status), 0);
         before = status.st_mode & 07777U;
         EXPECT_EQ(chmod(path.c_str(), mode), 0);
@@ -221,7 +221,7 @@ public:
     explicit Alarm(std::chrono::microseconds delay)
     {
         alarms = 0;
-        struct sigaction action {};
+        struct sigaction action = {};
         action.sa_handler = [](int) { alarms = alarms + 1; };
         EXPECT_EQ(sigaction(SIGALRM, &action, &before), 0);
         const itimerval timer{{0, 0}, {0, delay.count()}};
@@ -237,7 +237,7 @@ public:
     Alarm& operator=(const Alarm&) = delete;
 
 private:
-    struct sigaction before {};
+    struct sigaction before = {};
 };
 
 /// Counts what goes through the virtual close.
