@@ -1,0 +1,473 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+"""Plants one change at a time in the product, and fails when no test notices it.
+
+See README.md beside this file. To be run from the top of the tree, by run.sh.
+"""
+
+import argparse
+import concurrent.futures
+import filecmp
+import hashlib
+import json
+import os
+import pathlib
+import queue
+import random
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import operators
+
+FOLDERS = ["app", "json", "gpio", "log", "fileio"]
+SUITES = {folder: [folder] for folder in FOLDERS} | {"app": ["app", "program"]}
+BUILD = pathlib.Path("build/mutation").absolute()
+TREE = BUILD / "tree"
+OBJECTS = BUILD / "objects"
+HERE = pathlib.Path("tests/mutation").absolute()
+
+PRODUCT_HEADERS = """array cerrno charconv chrono cstdint cstdio cstdlib cstring ctime fstream
+functional iomanip ios iostream map optional ostream span sstream string string_view utility
+vector""".split()
+TEST_HEADERS = [*PRODUCT_HEADERS, "filesystem", "set", "thread", "memory", "gtest/gtest.h"]
+
+# A function that lost its return could do anything: no mutant, but a text that makes no sense.
+PRODUCT_FLAGS = ["-w", "-Werror=return-type"]
+TEST_FLAGS = ["-w", "-O0"]
+
+CPU_LIMIT_SECONDS = 10
+WALL_LIMIT_SECONDS = 60
+MEMORY_LIMIT_BYTES = 2 << 30
+CANNOT_TEST = 99  # the tests' own status where they get no private root
+
+KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = "killed", "survived", "equal code", "not compiling", "known"
+
+
+class Failure(Exception):
+    """What keeps the stage from giving an answer."""
+
+
+def call(command, **options):
+    return subprocess.run(
+        command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options
+    )
+
+
+def call_or_fail(command, **options):
+    done = call(command, **options)
+    if done.returncode != 0:
+        raise Failure(f"{' '.join(map(str, command))}\n{done.stdout}")
+
+
+# The private copy of the tree: others may edit the sources while the mutants are tried.
+
+
+def copy_tree():
+    """Brings the copy up to date; what has not changed keeps its time."""
+    names = [*FOLDERS, "cmake", "tests"]
+    wanted = {pathlib.Path("CMakeLists.txt")}
+    for name in names:
+        wanted |= {p for p in pathlib.Path(name).rglob("*")
+                   if p.is_file() and "__pycache__" not in p.parts}  # fmt: skip
+    for path in wanted:
+        copy = TREE / path
+        if not copy.exists() or not filecmp.cmp(path, copy, shallow=False):
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, copy)
+    for copy in list(TREE.rglob("*")):
+        if copy.is_file() and copy.relative_to(TREE) not in wanted:
+            copy.unlink()
+
+
+def compile_commands():
+    """The objects of each target, as cmake would build them: {target: {source: command}}."""
+    plan = BUILD / "plan"
+    call_or_fail(
+        ["cmake", "-S", TREE, "-B", plan, "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_COMPILER=g++",
+         "-DSWITCH_QUERIER_TESTS=ON", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"]
+    )  # fmt: skip
+    targets = {}
+    for entry in json.loads((plan / "compile_commands.json").read_text()):
+        source = pathlib.Path(entry["file"]).relative_to(TREE)
+        words = entry["command"].split()
+        target = re.search(r"/([^/ ]+)\.dir/", entry["command"]).group(1)
+        kept = [w.replace('\\"', '"') for w in words
+                if w.startswith(("-D", "-std", "-O", "-f"))]  # fmt: skip
+        targets.setdefault(target, {})[str(source)] = ["g++", *kept]
+    return targets
+
+
+class Project:
+    """The unchanged program: its objects, and the test executables that they make."""
+
+    def __init__(self, jobs):
+        copy_tree()
+        targets = compile_commands()
+        self.commands = {}
+        leaves = [f for f in FOLDERS if f != "app"]
+        links = {f: [f] for f in leaves} | {"app": FOLDERS, "program": []}
+        self.parts = {}  # what each executable is linked from, as sources
+        for suite, libraries in links.items():
+            names = [f"{suite}-test", "appliance", *libraries]
+            self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
+        names = ["switch-querier", *FOLDERS]
+        self.parts["switch-querier"] = [s for name in names for s in targets[name]]
+        for target in targets.values():
+            self.commands.update(target)
+        self.header = {
+            "product": self.precompile("product", PRODUCT_HEADERS, "json/JsonValue.cpp"),
+            "tests": self.precompile("tests", TEST_HEADERS, "tests/support/main.cpp"),
+        }
+        sources = sorted({s for parts in self.parts.values() for s in parts})
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            for done in [pool.submit(self.bring_up_to_date, s) for s in sources]:
+                done.result()
+        self.dependencies = {s: self.headers_of(s) for s in sources}
+        self.folder = BUILD / "unchanged"
+        self.folder.mkdir(exist_ok=True)
+        self.shards = {}
+        for name in self.parts:
+            self.link(name, self.folder, {})
+
+    @staticmethod
+    def kind(source):
+        return "tests" if source.startswith("tests/") else "product"
+
+    def flags(self, source):
+        kind = self.kind(source)
+        return [*self.commands[source], *(TEST_FLAGS if kind == "tests" else PRODUCT_FLAGS)]
+
+    def precompile(self, name, headers, like):
+        """Precompiles the libraries' headers, which takes most of each compilation."""
+        header = BUILD / f"{name}.h"
+        text = "".join(f"#include <{h}>\n" for h in headers)
+        command = self.flags(like)
+        text += f"// {' '.join(command)}\n"
+        if not header.exists() or header.read_text() != text or not header.with_suffix(
+            ".h.gch"
+        ).exists():
+            header.write_text(text)
+            call_or_fail([*command, "-x", "c++-header", header, "-o", f"{header}.gch"])
+        return header
+
+    def compile_command(self, source, path, output, overlay):
+        return [*self.flags(source), f"-I{overlay}", f"-I{TREE}", "-include",
+                self.header[self.kind(source)], "-c", path, "-o", output]  # fmt: skip
+
+    def object_of(self, source):
+        return OBJECTS / (source.replace("/", "-") + ".o")
+
+    def headers_of(self, source):
+        text = self.object_of(source).with_suffix(".d").read_text().replace("\\\n", " ")
+        names = text.split(":", 1)[1].split()
+        return {n.removeprefix(f"{TREE}/") for n in names}
+
+    def bring_up_to_date(self, source):
+        output = self.object_of(source)
+        note = output.with_suffix(".d")
+        command = self.compile_command(source, TREE / source, output, "none")
+        stamp = output.with_suffix(".command")
+        text = " ".join(map(str, command))
+        if output.exists() and note.exists() and stamp.exists() and stamp.read_text() == text:
+            inputs = [*self.headers_of(source), self.header[self.kind(source)]]
+            made = output.stat().st_mtime
+            if all((TREE / p).exists() and (TREE / p).stat().st_mtime < made for p in inputs):
+                return
+        output.parent.mkdir(exist_ok=True)
+        call_or_fail([*command, "-MMD", "-MF", note])
+        stamp.write_text(text)
+
+    def link(self, name, folder, changed):
+        """Links an executable, with some of its objects changed."""
+        objects = [changed.get(s, self.object_of(s)) for s in self.parts[name]]
+        call_or_fail(["g++", *objects, "-lgtest", "-lpthread", "-o", folder / name])
+
+    def measure(self):
+        """Runs each suite unchanged, to know how it is run best; it has to pass."""
+        for suites in SUITES.values():
+            for suite in suites:
+                self.shards[suite] = 1
+                before = time.monotonic()
+                if passes(self, suite, self.folder) is not True:
+                    raise Failure(f"{suite}-test fails on the unchanged program")
+                # Suites that mostly wait are run in many parts at once.
+                if time.monotonic() - before > 1:
+                    self.shards[suite] = 8
+
+
+def limit_resources():
+    os.setsid()
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_CPU, (CPU_LIMIT_SECONDS, CPU_LIMIT_SECONDS + 1))
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT_BYTES, MEMORY_LIMIT_BYTES))
+
+
+def passes(project, suite, folder):
+    """Whether the suite passes: its parts run at the same time, up to the first failure."""
+    count = project.shards[suite]
+    running = []
+    for index in range(count):
+        environment = os.environ | {
+            "GTEST_TOTAL_SHARDS": str(count), "GTEST_SHARD_INDEX": str(index),
+            "GTEST_FAIL_FAST": "1", "GTEST_BRIEF": "1",
+        }  # fmt: skip
+        running.append(
+            subprocess.Popen(
+                [folder / f"{suite}-test"], env=environment, preexec_fn=limit_resources,
+                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            )
+        )  # fmt: skip
+    started = set(running)
+    deadline = time.monotonic() + WALL_LIMIT_SECONDS
+    result = True
+    while running and result is True:
+        for process in list(running):
+            status = process.poll()
+            if status is not None:
+                running.remove(process)
+                if status == CANNOT_TEST:
+                    raise Failure(f"{suite}-test gets no private root here")
+                if status != 0:
+                    result = False
+        if time.monotonic() > deadline:
+            result = False
+        time.sleep(0.005)
+    for process in started:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+    return result
+
+
+class Worker:
+    """A folder in which mutants are built and tried, one after the other."""
+
+    def __init__(self, project, number):
+        self.project = project
+        self.folder = BUILD / f"worker-{number}"
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.overlay = self.folder / "tree"
+        self.overlay.mkdir(parents=True)
+
+    def try_mutant(self, mutant):
+        path = self.overlay / mutant.file
+        path.parent.mkdir(exist_ok=True)
+        text = (TREE / mutant.file).read_text()
+        path.write_text(text[: mutant.start] + mutant.replacement + text[mutant.end :])
+        try:
+            return self.outcome(mutant)
+        finally:
+            path.unlink()
+
+    def compile(self, source):
+        """Compiles a source as the mutant has it. Returns the object, or None."""
+        changed = self.overlay / source
+        output = self.folder / (source.replace("/", "-") + ".o")
+        path = changed if changed.exists() else TREE / source
+        command = self.project.compile_command(source, path, output, self.overlay)
+        return output if call(command).returncode == 0 else None
+
+    def same(self, source, output):
+        """Whether an object is the unchanged one, but for symbols that nobody needs."""
+        stripped = []
+        for n, path in enumerate((self.project.object_of(source), output)):
+            copy = self.folder / f"stripped-{n}.o"
+            call_or_fail(["strip", "--strip-unneeded", "-o", copy, path])
+            stripped.append(copy.read_bytes())
+        return stripped[0] == stripped[1]
+
+    def outcome(self, mutant):
+        project = self.project
+        suites = SUITES[mutant.file.split("/")[0]]
+        executables = [f"{s}-test" for s in suites]
+        if "program" in suites:
+            executables.append("switch-querier")
+        sources = {s for e in executables for s in project.parts[e]
+                   if mutant.file in project.dependencies[s]}  # fmt: skip
+        changed = {}
+        equal = True
+        for source in sorted(s for s in sources if project.kind(s) == "product"):
+            changed[source] = self.compile(source)
+            if changed[source] is None:
+                return UNBUILT
+            equal = equal and self.same(source, changed[source])
+        tests = sorted(s for s in sources if project.kind(s) == "tests")
+        if equal and not tests:
+            return EQUAL
+        for source in tests:
+            changed[source] = self.compile(source)
+            if changed[source] is None:
+                return KILLED  # a test that the compiler carries out
+            equal = equal and self.same(source, changed[source])
+        if equal:
+            return EQUAL
+        for suite in suites:
+            self.prepare(suite, changed)
+            if not passes(project, suite, self.folder):
+                return KILLED
+        return SURVIVED
+
+    def prepare(self, suite, changed):
+        project = self.project
+        names = [f"{suite}-test"]
+        if suite == "program":
+            names.append("switch-querier")
+        for name in names:
+            (self.folder / name).unlink(missing_ok=True)
+            mine = {s: o for s, o in changed.items() if s in project.parts[name]}
+            if mine:
+                project.link(name, self.folder, mine)
+            else:
+                os.link(project.folder / name, self.folder / name)
+
+
+# What survives, and is known to
+
+
+def mutant_text(mutant, reason=None):
+    head = mutant.file + (f" {mutant.function}" if mutant.function else "")
+    lines = [head]
+    lines += ["- " + line for line in mutant.old.splitlines()]
+    lines += ["+ " + line for line in mutant.new.splitlines()]
+    if reason is not None:
+        lines.append("= " + reason)
+    return "\n".join(lines) + "\n"
+
+
+def read_survivors(path):
+    """The reasons by the mutants' keys."""
+    found = {}
+    text = "\n".join(l for l in path.read_text().splitlines() if not l.startswith("#"))
+    for block in re.split(r"\n\s*\n", text.strip()):
+        lines = block.splitlines()
+        if not lines:
+            continue
+        file, _, function = lines[0].partition(" ")
+        part = {sign: "\n".join(l[2:] for l in lines[1:] if l[:1] == sign) for sign in "-+="}
+        if not part["="]:
+            raise Failure(f"{path}: no reason is given for\n{block}")
+        found[(file, function, part["-"], part["+"])] = part["="]
+    return found
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--full", action="store_true", help="try all mutants, not a sample")
+    parser.add_argument("--sample", type=int, default=60, help="how many to try otherwise")
+    parser.add_argument("--seed", help="draws the sample; the sources and tests, if not given")
+    parser.add_argument("--only", action="append", help="only files that begin with this")
+    parser.add_argument("--again", help="only mutants in this file, of survivors.txt's form")
+    parser.add_argument("--list", action="store_true", help="print the mutants, try none")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--progress", action="store_true", help="a line a mutant on stderr")
+    return parser.parse_args()
+
+
+def chosen_mutants(options, everything, known):
+    chosen = everything
+    if options.only:
+        chosen = [m for m in chosen if m.file.startswith(tuple(options.only))]
+    if options.again:
+        wanted = read_survivors(pathlib.Path(options.again))
+        chosen = [m for m in chosen if m.key in wanted]
+    elif not options.full:
+        # The same tree draws the same sample, so that a failure comes again.
+        digest = hashlib.sha256()
+        for path in sorted(p for p in TREE.rglob("*") if p.suffix in (".h", ".cpp")):
+            digest.update(path.read_bytes())
+        options.seed = options.seed or digest.hexdigest()[:8]
+        chosen = random.Random(options.seed).sample(chosen, min(options.sample, len(chosen)))
+    return chosen
+
+
+def try_all(options, project, chosen, known):
+    workers = queue.SimpleQueue()
+    for number in range(options.jobs):
+        workers.put(Worker(project, number))
+
+    def one(mutant):
+        if mutant.key in known and not (options.full or options.again):
+            return KNOWN
+        worker = workers.get()
+        try:
+            outcome = worker.try_mutant(mutant)
+        finally:
+            workers.put(worker)
+        if options.progress:
+            print(f"{outcome}: {mutant.file}:{mutant.line}", file=sys.stderr, flush=True)
+        return outcome
+
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        return list(pool.map(one, chosen))
+
+
+def report(options, chosen, outcomes, known, everything):
+    """Prints the summary and returns the exit status."""
+    count = {o: 0 for o in (KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN)}
+    failed = False
+    unknown = []
+    for mutant, outcome in zip(chosen, outcomes):
+        if mutant.key in known:
+            if outcome == SURVIVED:
+                outcome = KNOWN
+            elif outcome != KNOWN:
+                failed = True
+                print(f"{mutant.file}:{mutant.line}: in survivors.txt, but {outcome}")
+                print(mutant_text(mutant))
+        count[outcome] += 1
+        if outcome == SURVIVED:
+            unknown.append(mutant)
+            print(f"{mutant.file}:{mutant.line}: no test notices this change")
+            print(mutant_text(mutant))
+    (BUILD / "survived.txt").write_text("\n".join(mutant_text(m, "?") for m in unknown))
+    for key in sorted(set(known) - {m.key for m in everything}):
+        failed = True
+        print(f"survivors.txt holds a change that the sources do not have: {key}")
+    tried = count[KILLED] + count[SURVIVED] + count[KNOWN]
+    score = 100 * count[KILLED] / tried if tried else 100
+    print(
+        f"mutation: {len(chosen)} of {len(everything)} mutants"
+        + ("" if options.full or options.again else f" (seed {options.seed})")
+        + f": {count[KILLED]} killed, {count[EQUAL]} equal code, {count[UNBUILT]} not compiling, "
+        f"{count[KNOWN]} known survivors, {count[SURVIVED]} survived; score {score:.1f} %"
+    )
+    return 1 if failed or unknown else 0
+
+
+def main():
+    options = arguments()
+    BUILD.mkdir(parents=True, exist_ok=True)
+    try:
+        copy_tree()
+        files = {}
+        for folder in FOLDERS:
+            for path in sorted((TREE / folder).glob("*.*")):
+                if path.suffix in (".h", ".cpp"):
+                    files[str(path.relative_to(TREE))] = path.read_text()
+        everything = operators.mutants_of(files)
+        known = read_survivors(HERE / "survivors.txt")
+        chosen = chosen_mutants(options, everything, known)
+        if options.list:
+            for mutant in chosen:
+                print(f"line {mutant.line}\n{mutant_text(mutant)}")
+            return 0
+        project = Project(options.jobs)
+        project.measure()
+        outcomes = try_all(options, project, chosen, known)
+    except Failure as failure:
+        print(f"mutation: {failure}")
+        return 1
+    return report(options, chosen, outcomes, known, everything)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
