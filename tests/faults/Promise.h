@@ -25,6 +25,10 @@ struct Excuse {
     int signal = 0;        ///< this signal may end the run
 };
 
+/// How many more faults are tried once one has broken the promise, so that what is reported can
+/// still be read.
+inline constexpr int triesAfterFailure = 20;
+
 /// Whether a run kept its promise, whatever struck it. A run that ends by itself
 ///    - ends with a number that its kind can end with;
 ///    - left the new file, whole and alone, where that number is a mode, and else the old file to

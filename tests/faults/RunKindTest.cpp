@@ -31,6 +31,7 @@ TEST_P(KindOfRun, EndsAsDescribedWithoutAFault)
     EXPECT_TRUE(comesToItsEnd(kind, run, before));
     std::set<Tree> seen;
     EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, seen));
+    RecordProperty("undisturbed runs", 2);
 }
 
 TEST_P(KindOfRun, EndsAsDescribedBesideATemporaryFileThatWasLeft)
@@ -44,6 +45,7 @@ TEST_P(KindOfRun, EndsAsDescribedBesideATemporaryFileThatWasLeft)
     const RunResult run = appliance.run(kind.arguments);
 
     EXPECT_TRUE(comesToItsEnd(kind, run, before));
+    RecordProperty("undisturbed runs", 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(, KindOfRun, testing::ValuesIn(runKinds()),
