@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,6 +32,30 @@ const std::string path = folder + "/config.json";
 const std::string temporaryPath = folder + "/config.json.filsec";
 
 using Names = std::vector<std::string>;
+
+/// What each fsync(2) of this executable was called for, oldest first: the path that the file had
+/// then, and the size that it had, where it is one.
+Names synced;
+
+/// What such a descriptor was opened with.
+std::vector<int> syncedFlags;
+
+}  // namespace
+
+// The bytes that a power cut would take cannot be looked at from here, only the calls that keep
+// them.
+extern "C" int fsync(int fd)
+{
+    const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd));
+    struct stat status = {};
+    fstat(fd, &status);
+    const bool isFile = S_ISREG(status.st_mode);
+    synced.push_back(target.string() + (isFile ? " " + std::to_string(status.st_size) : ""));
+    syncedFlags.push_back(fcntl(fd, F_GETFL) | (fcntl(fd, F_GETFD) == FD_CLOEXEC ? O_CLOEXEC : 0));
+    return static_cast<int>(syscall(SYS_fsync, fd));
+}
+
+namespace {
 
 ino_t inodeOf(const std::string& name)
 {
@@ -70,6 +95,8 @@ protected:
         chmod(folder.c_str(), 0755);
         emptyFolder(folder);
         writeFile(path, "old");
+        synced.clear();
+        syncedFlags.clear();
     }
 
     ~ReplacingFileTest() override { chmod(folder.c_str(), 0755); }
@@ -692,6 +719,59 @@ TEST_F(ReplacingFileTest, FinishesInItsDestructorWhenDestroyedAsAStream)
         EXPECT_EQ(readFile(path), "new");
         EXPECT_EQ(namesIn(folder), Names{"config.json"});
     }
+}
+
+TEST_F(ReplacingFileTest, SyncsTheBytesBeforeTheRenameThenTheFolderThenTheFileAgain)
+{
+    fs::create_directory(folder + "/sub");
+    struct Row {
+        const char* name;
+        std::string finalName;
+        Names synced;
+    };
+    const Row rows[] = {
+        {"in a folder", path, {path + ".filsec 3", folder, path + " 3"}},
+        {"in a folder below the current one",
+         "sub/file",
+         {folder + "/sub/file.filsec 3", folder + "/sub", folder + "/sub/file 3"}},
+        {"in the current folder", "file", {folder + "/file.filsec 3", folder, folder + "/file 3"}},
+        {"in the root folder", "/file", {"/file.filsec 3", "/", "/file 3"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        synced.clear();
+        ReplacingFile file;
+        ASSERT_EQ(file.open(row.finalName), 0);
+        file << "new";
+        EXPECT_EQ(synced, Names());
+        EXPECT_EQ(file.finish(), 0);
+        EXPECT_EQ(synced, row.synced);
+    }
+    fs::remove("/file");
+}
+
+TEST_F(ReplacingFileTest, SyncsThroughDescriptorsThatNeitherWaitNorReachOtherPrograms)
+{
+    ReplacingFile file;
+    ASSERT_EQ(file.open(path), 0);
+    file << "new";
+    ASSERT_EQ(file.finish(), 0);
+    ASSERT_EQ(syncedFlags.size(), 3);
+    for (const int flags : syncedFlags) {
+        EXPECT_EQ(flags & O_ACCMODE, O_RDONLY);
+        EXPECT_EQ(flags & (O_NONBLOCK | O_CLOEXEC), O_NONBLOCK | O_CLOEXEC);
+    }
+}
+
+TEST_F(ReplacingFileTest, SyncsOnlyTheBytesWhenTheRenameIsRefused)
+{
+    const std::string directory = folder + "/directory";
+    fs::create_directory(directory);
+    ReplacingFile file;
+    ASSERT_EQ(file.open(directory), 0);
+    file << "new";
+    EXPECT_EQ(file.finish(), -3);
+    EXPECT_EQ(synced, Names{directory + ".filsec 3"});
 }
 
 TEST_F(ReplacingFileTest, KeepsErrnoWhenItCannotSync)
