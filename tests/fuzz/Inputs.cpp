@@ -59,6 +59,7 @@ std::vector<Input> seeds()
         {"escape in a bad key", R"({"a\q":1})"},
         {"all bytes of UTF-8", configWith("\"\xc3\xa4\xf0\x9f\x98\x80\":\"\x80\xff\x7f\xc0\"")},
         {"control byte in a string", "{\"a\":\"x\ty\"}"},
+        {"control byte behind a backslash", "{\"a\":\"x\\\ny\"}"},
         {"duplicate keys", "{\"App\":1,\"App\":{\"isEncoder\":1,\"isEncoder\":true}}"},
         {"keys in no order", configWith("\"b\":1,\"\xff\":2,\"a\":3,\"\x7f\":4,\"ab\":5,\"\":6")},
         {"blanks everywhere",

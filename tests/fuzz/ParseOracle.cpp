@@ -92,6 +92,28 @@ bool fits(JsonCode code, const std::string& text, std::size_t position)
     }
 }
 
+/// Whether the text has a control byte outside its strings other than whitespace. Form feed and
+/// vertical tab may stand before a number.
+bool hasOddGap(std::string_view text)
+{
+    bool inside = false;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const char byte = text[place];
+        if (inside) {
+            place += byte == '\\' ? 1 : 0;
+            inside = byte != '"';
+        } else if (byte == '"') {
+            inside = true;
+        } else if (isControl(byte) && !isOneOf(whitespace, byte)) {
+            const std::size_t next = text.find_first_not_of(" \t\n\r\f\v", place);
+            if (!isOneOf("\f\v", byte) || isOneOf("\"{}[],:", text[next])) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 std::string tryAccepted(const std::string& text, const Reading& whole)
 {
     if (whole.position != positionBefore) {
@@ -101,6 +123,9 @@ std::string tryAccepted(const std::string& text, const Reading& whole)
     const std::string_view looked = text.c_str();
     if (looked.empty() || looked.front() != '{' || looked.back() != '}') {
         return "a text was accepted that is no object";
+    }
+    if (hasOddGap(looked)) {
+        return "a byte was skipped that is no whitespace";
     }
     std::string fault;
     JsonValue root;

@@ -14,8 +14,8 @@
 
 namespace {
 
-// The text without its strings, or of them only the quotes, so that what is left is layout, words
-// and numbers. The places stay as they are: a string's bytes become blanks.
+/// The text with blanks for what its strings hold, so that what is left is layout, words and
+/// numbers, each in its place.
 std::string withoutStrings(std::string text)
 {
     bool inside = false;
@@ -32,18 +32,34 @@ std::string withoutStrings(std::string text)
     return text;
 }
 
-std::string withoutLayout(const std::string& text)
+/// The text as the writer indents it at level 2, from the one of level 0.
+std::string indented(const std::string& compact)
 {
-    const std::string outside = withoutStrings(text);
-    std::string rest;
-    bool inside = false;
-    for (std::size_t place = 0; place < text.size(); ++place) {
-        inside = inside != (outside[place] == '"');
-        if (inside || (text[place] != ' ' && text[place] != '\n')) {
-            rest += text[place];
+    const std::string outside = withoutStrings(compact);
+    std::string text;
+    std::size_t blanks = 2;
+    const auto newLine = [&] { text += '\n' + std::string(blanks, ' '); };
+    for (std::size_t place = 0; place < compact.size(); ++place) {
+        const char byte = outside[place];
+        if (outside.compare(place, 2, "{}") == 0 || outside.compare(place, 2, "[]") == 0) {
+            text += compact.substr(place++, 2);
+        } else if (byte == '{' || byte == '[') {
+            text += byte;
+            blanks += 2;
+            newLine();
+        } else if (byte == '}' || byte == ']') {
+            blanks -= 2;
+            newLine();
+            text += byte;
+        } else if (byte == ',') {
+            text += byte;
+            newLine();
+            ++place;  // the blank behind it
+        } else {
+            text += compact[place];
         }
     }
-    return rest;
+    return text;
 }
 
 /// Where "nan" is written, without a sign; npos where it is not.
@@ -160,8 +176,7 @@ std::string tryRewrite(const std::string& bytes)
     if (std::string fault = tryLevel(tree, 2); !fault.empty()) {
         return "level 2: " + fault;
     }
-    return withoutLayout(JsonWriter::writeObject(tree, 0)) ==
-                   withoutLayout(JsonWriter::writeObject(tree, 2))
+    return indented(JsonWriter::writeObject(tree, 0)) == JsonWriter::writeObject(tree, 2)
                ? ""
-               : "the levels differ in more than layout";
+               : "the levels differ in more than layout, or the layout is wrong";
 }
