@@ -13,7 +13,8 @@
 
 /// The member of this key in the object that the container's value is. Where there is none, or
 /// where the value is no object, the result is the shared empty member. What a caller writes into
-/// that stays visible until the next findPath, which clears it.
+/// that stays visible until the next findPath
+/// that has a key to look up: that clears it.
 [[nodiscard]] JsonMember& memberOf(JsonMember& container, std::string_view key);
 
 /// The value that the keys lead to, each looked up in the value that the one before it led to and

@@ -53,8 +53,8 @@ public:
         other.forget();
     }
 
-    /// Where both are of one kind the payload stays where it is and only its content changes.
-    /// The right-hand side may be the value itself or any part of it.
+    /// A copy between values of one kind leaves the payload where it is and changes its content. The
+    /// right-hand side may be the value itself or any part of it.
     JsonValue& operator=(const JsonValue& other);
     JsonValue& operator=(JsonValue&& other) noexcept;
 
