@@ -1,0 +1,211 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+"""Measures what a run of the switch querier costs and compares it with the bounds.
+
+usage: cost.py BUILD
+
+BUILD holds the programs; run.sh makes it. Prints one table and exits 1 when a bound is passed.
+Instructions, calls and bytes decide; the time is printed only.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+import documents  # noqa: E402  (it stands one folder up)
+
+SUCCESS = (0, 1)
+QUERY = ["-query"]
+FLIP = ["config.json", "-flip"]
+TURNS = 51
+
+
+class Bench:
+    """Runs programs of the build folder, on the simulated appliance or by themselves."""
+
+    def __init__(self, build):
+        self.build = pathlib.Path(build).resolve()
+        self.work = self.build / "measured"
+        shutil.rmtree(self.work, ignore_errors=True)
+        self.work.mkdir()
+
+    def program(self, name):
+        return str(self.build / name)
+
+    def document(self, name, text):
+        path = self.work / (re.sub(r"\W", "-", name) + ".json")
+        path.write_bytes(text)
+        return str(path)
+
+    def run(self, commands, document=None, times=1, memory=False, expected=SUCCESS):
+        """A list of runs a command: the fields that cost-runner prints behind its number."""
+        words = [self.program("cost-runner"), "-n", str(times)]
+        words += ["-m"] if memory else []
+        words += ["-d", document] if document else []
+        words += " -- ".join("\0".join(command) for command in commands).replace(
+            " -- ", "\0--\0").split("\0")
+        output = subprocess.run(words, check=True, capture_output=True, text=True).stdout
+        runs = [[] for _ in commands]
+        for line in output.splitlines():
+            number, *fields = map(int, line.split("\t"))
+            if fields[0] not in expected:
+                raise SystemExit(f"status {fields[0]}: {' '.join(commands[number])}")
+            runs[number].append(fields)
+        return runs
+
+    def callgrind(self, command):
+        """The words that count the command's instructions, and how to read them afterwards."""
+        for old in self.work.glob("callgrind.*"):
+            old.unlink()
+        return [shutil.which("valgrind"), "--tool=callgrind", "--vgdb=no", "--trace-children=yes",
+                "--callgrind-out-file=/dev/null", f"--log-file={self.work}/callgrind.%p"] + command
+
+    def collected(self):
+        counts = [re.search(r"Collected : (\d+)", log.read_text())
+                  for log in self.work.glob("callgrind.*")]
+        if not counts or None in counts:
+            raise SystemExit("callgrind counted nothing")
+        return sum(int(count[1]) for count in counts)
+
+    def instructions(self, command, document=None):
+        """User-space instructions of the command and its children on the appliance."""
+        self.run([self.callgrind(command)], document)
+        return self.collected()
+
+    def instructions_alone(self, command):
+        """The same, beside the appliance: for what works in memory."""
+        subprocess.run(self.callgrind(command), check=True, env={}, stdout=subprocess.DEVNULL)
+        return self.collected()
+
+    def calls(self, command, document=None):
+        """System calls of the command and its children, execve(2) among them."""
+        counts = self.work / "strace"
+        self.run([[shutil.which("strace"), "-f", "-c", "-o", str(counts)] + command], document)
+        total = [line for line in counts.read_text().splitlines() if line.endswith("total")]
+        return int(total[0].split()[3])
+
+    def memory(self, command, document=None):
+        """Peak in kB, page faults, and the size of the configuration afterwards."""
+        _, _, peak, faults, size = self.run([command], document, memory=True)[0][0]
+        return peak, faults, size
+
+    def seconds(self, commands, document=None, times=TURNS):
+        """The median of each command, run in turns."""
+        return [statistics.median(run[1] for run in runs) / 1e9
+                for runs in self.run(commands, document, times)]
+
+
+class Table:
+    """The rows as they are measured; prints each at once."""
+
+    def __init__(self):
+        self.passed = 0
+        print(f"{'what':58} {'figure':>9} {'bound':>7}")
+
+    def row(self, what, figure, bound, decides=True):
+        good = figure <= bound
+        verdict = "ok" if good else "PASSED" if decides else "passed (a warning only)"
+        print(f"{what:58} {figure:9.4g} {bound:7g}  {verdict}", flush=True)
+        self.passed += decides and not good
+
+
+def measure_runs(bench, table, tool):
+    empty = [bench.program("empty-iostream")]
+    floor = bench.instructions(empty)
+    print(f"{'(empty static C program, instructions)':58} "
+          f"{bench.instructions([bench.program('empty')]):9}")
+    print(f"{'(empty static iostream program, instructions)':58} {floor:9}")
+    table.row("query, instructions / empty iostream",
+              bench.instructions([tool] + QUERY) / floor, 1.4)
+    flips = {}
+    for (name, size), bound in zip(documents.REALISTIC.items(), (2.2, 3.5, 10)):
+        path = bench.document(name, documents.realistic(size))
+        flips[size] = bench.instructions([tool] + FLIP, path)
+        table.row(f"flip of {name}, the same ratio", flips[size] / floor, bound)
+    smallest, *_, largest = flips
+    table.row("instructions a byte, 0.5 to 9.9 kB",
+              (flips[largest] - flips[smallest]) / (largest - smallest), 65)
+    path = bench.document("9.9 kB", documents.realistic(largest))
+    calls = bench.calls(empty)
+    table.row("query, system calls above empty iostream", bench.calls([tool] + QUERY) - calls, 25)
+    table.row("flip, system calls above empty iostream",
+              bench.calls([tool] + FLIP, path) - calls, 60)
+    peak, faults, _ = bench.memory([tool] + FLIP, path)
+    empty_peak, empty_faults, _ = bench.memory(empty)
+    print(f"{'(page faults of that flip; of empty iostream)':58} {faults:9} {empty_faults:7}")
+    print(f"{'(peak memory in kB of empty iostream)':58} {empty_peak:9}")
+    table.row("flip of 9.9 kB, peak memory in MB", peak / 1024, 2)
+    sleep, query = bench.seconds([[bench.program("sleep")], [tool] + QUERY])
+    table.row("query, time / static C that sleeps 20 ms", query / sleep, 1.05, decides=False)
+    return flips[largest]
+
+
+def measure_shapes(bench, table, tool, realistic):
+    driver = bench.program("driver-json")
+    for name in {**documents.NESTED, **documents.FLAT}:
+        cost = []
+        for size in (10000, 5000):
+            path = bench.document(name, documents.shape(name, size))
+            cost.append(bench.instructions_alone([driver, "parse", path]) -
+                        bench.instructions_alone([driver, "read", path]))
+        table.row(f"{name}: parse and destroy, 10 / 5 kB", cost[0] / cost[1], 2.2)
+    for name in documents.NESTED:
+        path = bench.document(name, documents.shape(name, 10000))
+        count = bench.instructions([tool] + FLIP, path)
+        table.row(f"{name}: flip, instructions a byte of output",
+                  count / bench.memory([tool] + FLIP, path)[2], 3)
+    for name in documents.FLAT:
+        path = bench.document(name, documents.shape(name, 10000))
+        table.row(f"{name}: flip / realistic flip of 9.9 kB",
+                  bench.instructions([tool] + FLIP, path) / realistic, 9)
+
+
+def fits(bench, tool, kilobytes, path):
+    """Whether the flip survives in a stack of that size."""
+    limited = ["/bin/sh", "-c", f'ulimit -s {kilobytes} && exec "$@"', "sh", tool] + FLIP
+    return bench.run([limited], path, expected=range(-1, 256))[0][0][0] in SUCCESS
+
+
+def measure_depth(bench, table, tool, sanitized):
+    kinds = ("deep arrays", "deep objects", "arrays and objects")
+    peaks = {}
+    for name in kinds:
+        path = bench.document(name, documents.shape(name, 10000))
+        peak, _, size = bench.memory([tool] + FLIP, path)
+        peaks[name] = (peak * 1024 / size, size)
+    ratio, size = max(peaks.values(), key=lambda pair: pair[1])
+    table.row(f"deepest document, peak memory / output of {size / 1e6:.1f} MB", ratio, 1.2)
+    for program, kilobytes, what in ((tool, 1024, "release"), (sanitized, 8192, "sanitized")):
+        failed = [name for name in kinds
+                  if not fits(bench, program, kilobytes,
+                              bench.document(name, documents.shape(name, 10000)))]
+        table.row(f"deepest documents that miss a stack of {kilobytes // 1024} MB, {what}",
+                  len(failed), 0)
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    bench = Bench(sys.argv[1])
+    tool = bench.program("switch-querier")
+    table = Table()
+    realistic = measure_runs(bench, table, tool)
+    size = [os.path.getsize(bench.program(name + ".stripped"))
+            for name in ("switch-querier", "empty-iostream")]
+    print(f"{'(stripped program, bytes)':58} {size[0]:9}")
+    table.row("stripped program / empty iostream, bytes", size[0] / size[1], 1.2)
+    measure_shapes(bench, table, tool, realistic)
+    measure_depth(bench, table, tool, bench.program("sanitized/switch-querier"))
+    print("Every bound holds." if not table.passed else f"{table.passed} bounds are passed.")
+    sys.exit(1 if table.passed else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,156 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+"""Documents to measure with: realistic ones, and shapes that are hard on one part of the code.
+
+They are the same on every machine and with every version of Python.
+"""
+
+FLAG = '"App":{"isEncoder":true}'
+
+
+class Choices:
+    """Pseudo-random numbers; those of the module random may change with its version."""
+
+    def __init__(self, seed):
+        self.state = seed
+
+    def below(self, limit):
+        self.state = (self.state * 6364136223846793005 + 1442695040888963407) % 2**64
+        return (self.state >> 33) % limit
+
+    def of(self, values):
+        return values[self.below(len(values))]
+
+
+def quoted(text):
+    for byte, letter in (("\\", "\\\\"), ('"', '\\"'), ("\n", "\\n"), ("\t", "\\t")):
+        text = text.replace(byte, letter)
+    return f'"{text}"'
+
+
+def layout(value, indentation=""):
+    """The value as somebody would write it by hand: a list of plain values on one line."""
+    inner = indentation + "  "
+    if isinstance(value, dict):
+        members = [f"{inner}{quoted(key)}: {layout(member, inner)}"
+                   for key, member in value.items()]
+        return "{\n" + ",\n".join(members) + f"\n{indentation}}}" if members else "{}"
+    if isinstance(value, list):
+        if any(isinstance(element, (dict, list)) for element in value):
+            elements = [inner + layout(element, inner) for element in value]
+            return "[\n" + ",\n".join(elements) + f"\n{indentation}]"
+        return "[" + ", ".join(layout(element) for element in value) + "]"
+    if isinstance(value, bool):
+        return "true" if value else "false"
+    if value is None:
+        return "null"
+    if isinstance(value, str):
+        return quoted(value)
+    return repr(value)
+
+
+def channel(choices, number):
+    names = ["North stand", "Pitch side", "Studio 2", "Roof", "Press room", 'Camera "B"', "Gate\t4",
+             "Zürich HB", "Backup"]
+    return {
+        "name": f"{choices.of(names)} {number}",
+        "enabled": choices.below(4) != 0,
+        "address": f"239.{choices.below(256)}.{choices.below(256)}.{choices.below(256)}",
+        "port": 5000 + 2 * choices.below(400),
+        "ttl": choices.of([1, 4, 16, 64]),
+        "codec": choices.of(["h264", "h265", "jpeg-xs"]),
+        "bitrate": 250000 * (4 + choices.below(60)),
+        "framerate": choices.of([25, 50, 29.97, 59.94]),
+        "gain": choices.of([0, -3.5, 1.25, -6, 0.5]),
+        "pids": [256 + choices.below(3840) for _ in range(choices.below(4) + 1)],
+        "fallback": choices.of([None, "slate", "black", "C:\\slates\\off.png"]),
+    }
+
+
+def realistic(size):
+    """A configuration of exactly this many bytes."""
+    choices = Choices(17)
+    root = {
+        "App": {"isEncoder": True, "name": "venue-4", "logLevel": 3, "note": ""},
+        "Network": {
+            "hostname": "venue-4.example.com",
+            "dhcp": False,
+            "address": "192.0.2.17",
+            "netmask": "255.255.255.0",
+            "dns": ["192.0.2.1", "192.0.2.2"],
+            "mtu": 1500,
+        },
+    }
+    channels = []
+    while True:
+        fuller = dict(root)
+        fuller["Channels"] = channels + [channel(choices, len(channels) + 1)]
+        if len((layout(fuller) + "\n").encode()) > size:
+            break
+        channels = fuller["Channels"]
+    if channels:
+        root["Channels"] = channels
+    missing = size - len((layout(root) + "\n").encode())
+    words = "Rack 2, second shelf. Ask the desk before changing the multicast range. "
+    root["App"]["note"] = (words * (missing // len(words) + 1))[:missing]
+    text = (layout(root) + "\n").encode()
+    assert len(text) == size, (len(text), size)
+    return text
+
+
+def nested(size, opening, closing, middle=""):
+    head = "{" + FLAG + ',"a":'
+    levels = (size - len(head) - len(middle) - 1) // (len(opening) + len(closing))
+    return head + opening * levels + middle + closing * levels + "}"
+
+
+def flat(size, opening, pieces, closing):
+    text = "{" + FLAG + "," + opening
+    room = size - len(closing) - 1
+    for piece in pieces:
+        if len(text) + len(piece) > room:
+            break
+        text += piece
+    return text + closing + "}"
+
+
+def cycle(pieces):
+    while True:
+        yield from pieces
+
+
+def reversed_keys():
+    return (f'"k{number:04}":1,' for number in range(9999, 0, -1))
+
+
+def short_keys():
+    letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+    yield from (f'"{one}":,' for one in letters)
+    yield from (f'"{one}{two}":,' for one in letters for two in letters)
+
+
+def numbers():
+    choices = Choices(4)
+    while True:
+        yield f"{choices.below(10 ** (1 + choices.below(9)))},"
+
+
+NESTED = {
+    "deep arrays": lambda size: nested(size, "[", "]"),
+    "deep objects": lambda size: nested(size, '{"":', "}", "1"),
+    "arrays and objects": lambda size: nested(size, '[{"":', "}]", "1"),
+    "a deep string": lambda size: nested(size, "[", "]", '"' + "x" * (size // 2) + '"'),
+}
+FLAT = {
+    "reversed keys": lambda size: flat(size, "", reversed_keys(), ""),
+    "short keys, no values": lambda size: flat(size, "", short_keys(), ""),
+    "empty elements": lambda size: flat(size, '"a":[', cycle([","]), "]"),
+    "numbers": lambda size: flat(size, '"a":[', numbers(), "]"),
+    "doubles, long texts": lambda size: flat(size, '"a":[', cycle([".1,", ".3,", ".7,"]), "]"),
+}
+REALISTIC = {"0.5 kB": 500, "2 kB": 2000, "9.9 kB": 9900}
+
+
+def shape(name, size):
+    return {**NESTED, **FLAT}[name](size).encode()
