@@ -213,6 +213,8 @@ TEST_F(ConsoleSinkTest, EndsTheLineOnce)
         {"several lines, the last ended", "one\ntwo\n", "ERROR: one\ntwo\n"},
         {"a newline first", "\ntext", "ERROR: \ntext\n"},
         {"a carriage return last", "text\r", "ERROR: text\r\n"},
+        {"a byte below the newline last", "text\t", "ERROR: text\t\n"},
+        {"a byte above 127 last", "text\xff", "ERROR: text\xff\n"},
         {"a NUL byte", std::string("a\0b", 3), std::string("ERROR: a\0b\n", 11)},
         {"a percent sign", "100 %s\n", "ERROR: 100 %s\n"},
     };

@@ -321,7 +321,8 @@ TEST_F(LogStreamTest, UsesTheIdentity)
         const char* identity;
         const char* expected;
     };
-    for (const Row& row : {Row{"name", "name"}, Row{"", "KWsyslog3"}, Row{" ", " "}}) {
+    for (const Row& row :
+         {Row{"name", "name"}, Row{"", "KWsyslog3"}, Row{" ", " "}, Row{"\xc3\xa9", "\xc3\xa9"}}) {
         SCOPED_TRACE(testing::PrintToString(row.identity));
         {
             ErrorLog log(row.identity, &console, 1);
