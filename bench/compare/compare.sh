@@ -1,0 +1,46 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+# Compares what json/ makes of generated texts, here and at another revision. Exits 1 when it
+# differs, with the texts that show it.
+# usage: compare.sh REVISION [COUNT [SEED]]
+set -eu
+cd "$(dirname "$0")/../.."
+revision=${1:?usage: compare.sh REVISION [COUNT [SEED]]}
+count=${2:-1000000}
+seed=${3:-1}
+work=build/compare
+rm -rf "$work"
+mkdir -p "$work/before" "$work/after"
+
+git archive "$revision" json | tar -x -C "$work/before"
+cp -R json "$work/after"
+for side in before after; do
+    ${CXX:-g++} -std=c++20 -O2 -I"$work/$side" -o "$work/$side/outcomes" \
+        bench/compare/outcomes.cpp "$work/$side"/json/*.cpp &
+done
+wait
+for side in before after; do
+    "$work/$side/outcomes" "$count" "$seed" >"$work/$side/hashes" &
+done
+wait
+# A crash would leave fewer lines.
+for side in before after; do
+    [ $(($(wc -l <"$work/$side/hashes") * 1000)) -ge "$count" ] || {
+        echo "json/ $side $revision stopped on a text behind:" >&2
+        tail -n 1 "$work/$side/hashes" >&2
+        exit 1
+    }
+done
+if cmp -s "$work/before/hashes" "$work/after/hashes"; then
+    echo "$count texts (seed $seed): the same at $revision and here."
+    exit 0
+fi
+first=$(diff "$work/before/hashes" "$work/after/hashes" | sed -n 's/^< \([0-9]*\) .*/\1/p' | head -n 1)
+for side in before after; do
+    "$work/$side/outcomes" --texts "$first" "$seed" >"$work/$side/texts"
+done
+echo "json/ differs from $revision. $work/{before,after}/texts have this and more:"
+diff -a -U 4 "$work/before/texts" "$work/after/texts" | head -n 40
+exit 1
