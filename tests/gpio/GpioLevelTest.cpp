@@ -268,6 +268,20 @@ TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfAPulse)
     EXPECT_EQ(readFile(valueFile), "10");
 }
 
+// A call that succeeds leaves errno as it finds it (errno(3)).
+TEST_F(GpioLineTest, SleepsOnceWhenAnEarlierCallWasInterrupted)
+{
+    GpioLine line;
+    openOutput(line);
+    calls.sleep = [this](const timespec* /*request*/, timespec* /*remaining*/) {
+        errno = calls.sleeps.size() == 1 ? EINTR : 0;
+        return 0;
+    };
+
+    EXPECT_TRUE(line.pulseFor(1, 90s));
+    EXPECT_EQ(calls.sleeps.size(), 1U);
+}
+
 TEST_F(GpioLineTest, EndsThePulseEarlyWhenTheSleepFails)
 {
     GpioLine line;

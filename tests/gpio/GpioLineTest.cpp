@@ -123,6 +123,17 @@ TEST_F(GpioLineTest, ClosesTheLineThatWasOpenBeforeItOpensAnother)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
+TEST_F(GpioLineTest, ClosesALineAlsoForOneOfALowerNumber)
+{
+    makeLine(18, "1\n");
+    GpioLine line;
+    ASSERT_TRUE(line.init(18, -1));
+
+    EXPECT_TRUE(line.init(17, -1));
+    EXPECT_EQ(line.readValue(), 0);
+    EXPECT_EQ(calls.openFlags.size(), 2U);
+}
+
 TEST_F(GpioLineTest, HasNoLineAfterAnotherOneFailed)
 {
     replaceByFolder(root + "export");

@@ -153,6 +153,21 @@ TEST_F(GpioLineTest, LooksAtTheClockAgainAfterEachSleepOfASequence)
     }
 }
 
+TEST_F(GpioLineTest, SleepsUntilTheNextLevelOfASequence)
+{
+    struct Asleep {};
+    GpioLine line;
+    openOutput(line);
+    // It need not be waited out to see that it is slept and not spun away.
+    calls.sleep = [](const timespec* /*request*/, timespec* /*remaining*/) -> int {
+        throw Asleep();
+    };
+
+    EXPECT_THROW(static_cast<void>(line.playSequence(1, std::vector<nanoseconds>{20s})), Asleep);
+    ASSERT_EQ(calls.sleeps.size(), 1U);
+    EXPECT_LE(durationOf(calls.sleeps[0]), 20s);
+}
+
 TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfASequence)
 {
     GpioLine line;
