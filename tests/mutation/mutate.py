@@ -134,7 +134,7 @@ class Project:
         self.folder.mkdir(exist_ok=True)
         self.shards = {}
         for name in self.parts:
-            self.link(name, self.folder, {})
+            self.link(self.folder / name, self.parts[name], {})
 
     @staticmethod
     def kind(source):
@@ -184,10 +184,10 @@ class Project:
         call_or_fail([*command, "-MMD", "-MF", note])
         stamp.write_text(text)
 
-    def link(self, name, folder, changed):
-        """Links an executable, with some of its objects changed."""
-        objects = [changed.get(s, self.object_of(s)) for s in self.parts[name]]
-        call_or_fail(["g++", *objects, "-lgtest", "-lpthread", "-o", folder / name])
+    def link(self, output, sources, changed):
+        """Links an executable of these sources, with some of their objects changed."""
+        objects = [changed.get(s, self.object_of(s)) for s in sources]
+        call_or_fail(["g++", *objects, "-lgtest", "-lpthread", "-o", output])
 
     def measure(self):
         """Runs each suite unchanged, to know how it is run best; it has to pass."""
@@ -287,47 +287,72 @@ class Worker:
 
     def outcome(self, mutant):
         project = self.project
-        suites = SUITES[mutant.file.split("/")[0]]
-        executables = [f"{s}-test" for s in suites]
-        if "program" in suites:
-            executables.append("switch-querier")
-        sources = {s for e in executables for s in project.parts[e]
-                   if mutant.file in project.dependencies[s]}  # fmt: skip
         changed = {}
-        equal = True
-        for source in sorted(s for s in sources if project.kind(s) == "product"):
-            changed[source] = self.compile(source)
-            if changed[source] is None:
+        suites = SUITES[mutant.file.split("/")[0]]
+        names = [f"{s}-test" for s in suites] + ["switch-querier"] * ("program" in suites)
+        touched = {s for n in names for s in project.parts[n]
+                   if mutant.file in project.dependencies[s]}  # fmt: skip
+        for source in sorted(s for s in touched if project.kind(s) == "product"):
+            output = self.compile(source)
+            if output is None:
                 return UNBUILT
-            equal = equal and self.same(source, changed[source])
-        tests = sorted(s for s in sources if project.kind(s) == "tests")
-        if equal and not tests:
-            return EQUAL
-        for source in tests:
-            changed[source] = self.compile(source)
-            if changed[source] is None:
-                return KILLED  # a test that the compiler carries out
-            equal = equal and self.same(source, changed[source])
+            if not self.same(source, output):
+                changed[source] = output
+        survived = False
+        for suite in suites:
+            outcome = self.outcome_in(suite, mutant, touched, dict(changed))
+            if outcome == KILLED:
+                return KILLED
+            survived = survived or outcome == SURVIVED
+        return SURVIVED if survived else EQUAL
+
+    def outcome_in(self, suite, mutant, touched, changed):
+        """Tries the mutant on a suite, given those objects of the product that changed."""
+        project = self.project
+        name = f"{suite}-test"
+        tests = sorted(s for s in touched & set(project.parts[name]) if project.kind(s) == "tests")
+        shared = [s for s in project.parts[name] if not s.endswith("Test.cpp")]
+        for source in [s for s in tests if s in shared]:
+            if not self.compile_test(source, changed):
+                return KILLED
+        equal = not changed
+        if not equal and suite == "program":
+            self.link("switch-querier", project.parts["switch-querier"], changed)
+        # A header's change reaches many tests. It is killed sooner when they are built one by one,
+        # the one that is named after the header first.
+        stem = pathlib.Path(mutant.file).stem
+        for source in sorted((s for s in tests if s not in shared), key=lambda s: stem not in s):
+            mine = dict(changed)
+            if not self.compile_test(source, mine):
+                return KILLED
+            if mine:
+                equal = False
+                self.link(name, [*shared, source], mine)
+                if not passes(project, suite, self.folder):
+                    return KILLED
+        others = [s for s in project.parts[name] if s not in shared and s not in tests]
         if equal:
             return EQUAL
-        for suite in suites:
-            self.prepare(suite, changed)
+        if others and (changed or suite == "program"):
+            self.link(name, [*shared, *others], changed)
             if not passes(project, suite, self.folder):
                 return KILLED
         return SURVIVED
 
-    def prepare(self, suite, changed):
-        project = self.project
-        names = [f"{suite}-test"]
-        if suite == "program":
-            names.append("switch-querier")
-        for name in names:
-            (self.folder / name).unlink(missing_ok=True)
-            mine = {s: o for s, o in changed.items() if s in project.parts[name]}
-            if mine:
-                project.link(name, self.folder, mine)
-            else:
-                os.link(project.folder / name, self.folder / name)
+    def compile_test(self, source, changed):
+        """Notes a test's object when it changed. False: the compiler has carried out the test."""
+        output = self.compile(source)
+        if output is not None and not self.same(source, output):
+            changed[source] = output
+        return output is not None
+
+    def link(self, name, sources, changed):
+        """Links an executable of these sources, unless it is the unchanged one."""
+        (self.folder / name).unlink(missing_ok=True)
+        if set(sources) == set(self.project.parts[name]) and not set(sources) & set(changed):
+            os.link(self.project.folder / name, self.folder / name)
+        else:
+            self.project.link(self.folder / name, sources, changed)
 
 
 # What survives, and is known to
