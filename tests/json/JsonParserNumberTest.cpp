@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -12,6 +15,21 @@
 #include "tests/json/Trees.h"
 
 using namespace std::string_literals;
+
+// Takes the place of the C library's, for this executable: it reads "0b101" as C23 has it
+// (7.24.1.7) and "0o17" likewise, whichever library the tests run with.
+extern "C" long long strtoll(const char* text, char** end, int base) noexcept
+{
+    const char* const sign = text + std::strspn(text, " \t\n\v\f\r");
+    const char* const prefix = sign + (*sign == '+' || *sign == '-' ? 1 : 0);
+    const bool binary = std::strncmp(prefix, "0b", 2) == 0 || std::strncmp(prefix, "0B", 2) == 0;
+    const bool octal = std::strncmp(prefix, "0o", 2) == 0 || std::strncmp(prefix, "0O", 2) == 0;
+    if (base != 0 || !(binary || octal)) {
+        return strtoimax(text, end, base);
+    }
+    const std::intmax_t value = strtoimax(prefix + 2, end, binary ? 2 : 8);
+    return *sign == '-' ? -value : value;
+}
 
 namespace {
 
@@ -180,6 +198,15 @@ TEST(JsonParser, ReadsNoBinaryAndNoPrefixedOctalNumbers)
         EXPECT_EQ(parse("{\"a\":[1," + text + "]}"), refused(JsonCode::badNumber, 8));
         EXPECT_EQ(parse("{\"a\": " + text + " ,\"b\":1}"), refused(JsonCode::badNumber, 6));
     }
+}
+
+TEST(JsonParser, LooksForNoPrefixBehindAMissingValue)
+{
+    EXPECT_EQ(parse(R"({"a":[,0b1]})"), refused(JsonCode::badNumber, 7));
+    EXPECT_EQ(parse(R"({"a":,0b1})"), refused(JsonCode::keyExpected, 6));
+    EXPECT_EQ(parse(R"({"a":[]0b1})"), refused(JsonCode::memberSeparatorExpected, 7));
+    EXPECT_EQ(parse(R"({"a":[1,]0b1})"), refused(JsonCode::memberSeparatorExpected, 9));
+    EXPECT_EQ(parse(R"({"a":}0b1})"), refused(JsonCode::textBehindObject, 6));
 }
 
 TEST(JsonParser, EndsANumberAtWhitespaceCommaAndClosingBrackets)
