@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 
 #include "tests/appliance/Command.h"
@@ -43,18 +44,41 @@ private:
     int fd;
 };
 
+/// The words of an emulator for the program's processor, where the tests were built for another
+/// one than the machine's. The last of them takes argv[0] and then the program.
+std::vector<std::string> emulatorWords()
+{
+    std::vector<std::string> words;
+    if (const char* wrapper = std::getenv("SWITCH_QUERIER_WRAPPER")) {
+        std::istringstream text(wrapper);
+        for (std::string word; text >> word;) {
+            words.push_back(word);
+        }
+    }
+    return words;
+}
+
 [[noreturn]] void becomeProgramUnderTest(const std::vector<std::string>& arguments,
                                          const RunOptions& options)
 {
     const std::string program = std::string(executableFolder()) + "/switch-querier";
     std::vector<std::string> words = options.wrapper;
-    words.push_back(options.wrapper.empty() ? options.name : program);
+    std::string first = program;
+    if (!words.empty()) {
+        first = words.front();
+        words.push_back(program);
+    } else if (words = emulatorWords(); !words.empty()) {
+        first = words.front();
+        words.insert(words.end(), {options.name, program});
+    } else {
+        words.push_back(options.name);
+    }
     words.insert(words.end(), arguments.begin(), arguments.end());
     alarm(timeLimitSeconds);
     if (options.prepare) {
         options.prepare();
     }
-    becomeProgram(options.wrapper.empty() ? program : options.wrapper.front(), words);
+    becomeProgram(first, words);
 }
 
 /// The line's files appear all at once, as the kernel makes them.
