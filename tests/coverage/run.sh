@@ -9,7 +9,7 @@ set -eu
 cd "$(dirname "$0")/../.."
 build=$PWD/build/coverage
 
-python3 tests/coverage/gate_test.py
+python3 -B tests/coverage/gate_test.py
 
 mkdir -p "$build"
 rm -rf "$build/profiles" "$build"/*-test
@@ -55,4 +55,4 @@ done
 "$tools/llvm-cov" export -format=text "$@" >"$build/branches.json" 2>"$build/export.log"
 "$tools/llvm-cov" export -format=lcov "$@" >"$build/lines.info" 2>>"$build/export.log"
 
-python3 tests/coverage/gate.py "$build/branches.json" "$build/lines.info" docs/coverage.md
+python3 -B tests/coverage/gate.py "$build/branches.json" "$build/lines.info" docs/coverage.md
