@@ -84,13 +84,14 @@ void bind(const fs::path& path)
 
 void bindMachine()
 {
-    for (const fs::directory_entry& entry : fs::directory_iterator("/")) {
+    // Under qemu-user with -L, "/" by its own name is the folder of the other processor's libraries.
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/root")) {
         const std::string name = entry.path().filename();
         if (entry.is_symlink() && (name == "bin" || name == "sbin" || name.starts_with("lib"))) {
             fs::copy_symlink(entry.path(), root / name);
         } else if (name == "usr" || name == "etc" || name == "proc" || name == "bin" ||
                    name == "sbin" || name.starts_with("lib")) {
-            bind(entry.path());
+            bind("/" / entry.path().filename());
         }
     }
 }
