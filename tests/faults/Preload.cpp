@@ -40,5 +40,5 @@ int preloadedCallsOf(const RunKind& kind, const std::string& object)
     EXPECT_EQ(run.status, kind.status) << "cannot preload: " << run.err;
     const std::string count = readFile(countFile);
     EXPECT_NE(count, "(missing)") << "the object is not preloaded";
-    return std::atoi(count.c_str());
+    return static_cast<int>(std::strtol(count.c_str(), nullptr, 10));
 }

@@ -6,10 +6,10 @@
 #include <sys/stat.h>
 #include <syslog.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <ostream>
-#include <utility>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "tests/appliance/Files.h"
