@@ -22,8 +22,8 @@ option(SWITCH_QUERIER_STATIC "Link the C and C++ libraries into the program too"
 # the sanitizers have means of their own.
 set(hardened $<CONFIG:Release,MinSizeRel>)
 target_compile_options(settings INTERFACE
-  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=."
-  "-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build"
+  "$<${hardened}:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+  "$<${hardened}:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>"
   "$<${hardened}:-fstack-protector-strong;-fstack-clash-protection;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
   $<${hardened}:-ffunction-sections> $<${hardened}:-fdata-sections>)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
