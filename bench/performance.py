@@ -111,7 +111,7 @@ def times_of_libraries(bench, paths):
     if not program.exists():
         return {}
     output = subprocess.run([program, *paths.values(), "--benchmark_format=json",
-                             "--benchmark_min_time=0.2", "--benchmark_repetitions=5",
+                             "--benchmark_min_time=0.05", "--benchmark_repetitions=5",
                              "--benchmark_enable_random_interleaving=true",
                              "--benchmark_report_aggregates_only=true"],
                             check=True, capture_output=True, text=True).stdout
