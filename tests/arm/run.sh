@@ -15,6 +15,8 @@ fi
 SWITCH_QUERIER_WRAPPER="qemu-aarch64 -L /usr/aarch64-linux-gnu -0"
 export SWITCH_QUERIER_WRAPPER
 # What the emulator cannot do; README.md has the reasons.
+# The backquotes are those of the page.
+# shellcheck disable=SC2016
 grep -o '^- `[^`]*`' tests/arm/README.md | tr -d '`' | sed 's/^- //' >build/arm.excluded
 excluded=$(paste -s -d '|' build/arm.excluded)
 if ! ctest --test-dir build/arm -j "$(nproc)" --label-exclude lint --exclude-regex "${excluded:-^$}" \
