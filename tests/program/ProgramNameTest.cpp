@@ -19,6 +19,11 @@ struct Row {
     std::string inSystemLog;
 };
 
+void PrintTo(const Row& row, std::ostream* out)
+{
+    *out << row.label;
+}
+
 class ProgramName : public testing::TestWithParam<Row> {};
 
 TEST_P(ProgramName, IsTheLastComponentOfItsPath)
