@@ -239,6 +239,20 @@ TEST_F(GpioLineTest, ForgetsTheDescriptorWhenClosed)
     ::close(reused);
 }
 
+TEST_F(GpioLineTest, DoesNotTakeDescriptorZeroForItsOwnOnceClosed)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    line.close();
+    const StandardInputClosed freed;
+    writeFile(valueFile, "1\n");
+    ASSERT_EQ(::open(valueFile.c_str(), O_RDWR), 0);
+
+    EXPECT_EQ(line.readValue(), -1);
+    EXPECT_FALSE(line.writeLevel(0));
+    EXPECT_EQ(readFile(valueFile), "1\n");
+}
+
 TEST_F(GpioLineTest, MayBeClosedWithoutALine)
 {
     GpioLine line;
