@@ -7,6 +7,7 @@ It reads tokens, not a syntax tree: clang-format keeps the sources in one shape 
 binary "<", none around a template's), and a change that makes no sense does not compile.
 """
 
+import collections
 import dataclasses
 import re
 
@@ -470,9 +471,15 @@ def kindred_names(sources):
 
 
 def mutants_of(files):
-    """All mutants of the files, given as a map from name to text."""
+    """All mutants of the files, given as a map from name to text; no two have the same key."""
     kindred = kindred_names(files.values())
     found = []
+    counts = collections.Counter()
     for file, text in sorted(files.items()):
-        found += Source(file, text, kindred).mutants()
+        for mutant in Source(file, text, kindred).mutants():
+            counts[mutant.key] += 1
+            if counts[mutant.key] > 1:
+                again = f"{mutant.function} ({counts[mutant.key]})".strip()
+                mutant = dataclasses.replace(mutant, function=again)
+            found.append(mutant)
     return found
