@@ -65,6 +65,7 @@ complaints() {
 }
 
 status=0
+shown=0
 for log in "$build"/logs/*.log; do
     # A forked child ends by _exit(2) in the middle of a test: what it has open says nothing.
     case $(basename "$log") in
@@ -73,13 +74,20 @@ for log in "$build"/logs/*.log; do
     esac
     if [ -n "$said" ]; then
         status=1
-        printf '%s:\n%s\n\n' "$log" "$said"
+        shown=$((shown + 1))
+        # One fault shows in many runs.
+        if [ "$shown" -le 5 ]; then
+            printf '%s:\n%s\n\n' "$log" "$said" | head -n 60
+        fi
     fi
 done
+if [ "$shown" -gt 5 ]; then
+    echo "... and in $((shown - 5)) other logs of $build/logs"
+fi
 for failed in "$build"/logs/*.failed; do
     if [ -e "$failed" ]; then
         status=1
-        cat "${failed%.failed}.out"
+        head -n 200 "${failed%.failed}.out"
     fi
 done
 count() {
