@@ -70,8 +70,8 @@ check_static() {
 # Two trees, since the paths of neither may be in the program.
 for tree in one "another tree"; do
     mkdir -p "$build/$tree"
-    cp -R CMakeLists.txt cmake app json gpio log fileio "$build/$tree"
-    for file in VERSION CHANGELOG.md README.md LICENSE packaging docs; do
+    cp -R VERSION CMakeLists.txt cmake app json gpio log fileio "$build/$tree"
+    for file in CHANGELOG.md README.md LICENSE packaging docs; do
         [ ! -e "$file" ] || cp -R "$file" "$build/$tree"
     done
 done

@@ -74,7 +74,7 @@ def call_or_fail(command, **options):
 def copy_tree():
     """Brings the copy up to date; what has not changed keeps its time."""
     names = [*FOLDERS, "cmake", "tests"]
-    wanted = {pathlib.Path("CMakeLists.txt")}
+    wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
     for name in names:
         wanted |= {p for p in pathlib.Path(name).rglob("*")
                    if p.is_file() and "__pycache__" not in p.parts}  # fmt: skip

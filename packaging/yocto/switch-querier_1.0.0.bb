@@ -6,10 +6,10 @@ SECTION = "base"
 LICENSE = "MIT"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=3465b3868d0ec2904d4eb2b87bcb6e2d"
 
-# The release's tarball beside this file, in files/. For a repository: SRC_URI = "git://…",
-# SRCREV = "…" and S = "${WORKDIR}/git".
-SRC_URI = "file://switch-querier-1.0.0.tar.gz"
-S = "${WORKDIR}/switch-querier-1.0.0"
+# The release's tarball beside this file, in files/; BP has the version that this file's name has.
+# For a repository: SRC_URI = "git://…", SRCREV = "…" and S = "${WORKDIR}/git".
+SRC_URI = "file://${BP}.tar.gz"
+S = "${WORKDIR}/${BP}"
 
 inherit cmake
 
