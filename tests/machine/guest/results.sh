@@ -1,0 +1,20 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=sh
+
+# How the scripts tell the host what they found: by lines on the console that begin with "@".
+
+pass() {
+    echo "@pass $1"
+}
+
+# The name of the case, and what was wrong.
+fail() {
+    echo "@fail $1: $2"
+}
+
+# Says that all cases have been run, and switches the machine off.
+finish() {
+    echo "@end"
+    poweroff -f
+}
