@@ -17,7 +17,8 @@ fi
 
 mkdir -p "$build"
 rm -rf "$build/logs" "$build"/*-test
-if ! { cmake --preset dev -B "$build" -D CMAKE_BUILD_TYPE=RelWithDebInfo &&
+if ! { cmake --preset dev -B "$build" -D CMAKE_BUILD_TYPE=RelWithDebInfo \
+        -D CMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG" &&
     cmake --build "$build" -j "$(nproc)"; } >"$build/build.log" 2>&1; then
     cat "$build/build.log"
     exit 1
