@@ -72,9 +72,11 @@ def plot(name, title, unit, series, logarithmic=False):
             return width * math.log(figure / low) / math.log(max(figures) / low)
         return width * figure / max(figures)
 
+    # REUSE-IgnoreStart
     parts = [
         '<!-- SPDX-FileCopyrightText: The switch querier authors',
         '     SPDX-License-Identifier: MIT -->',
+        # REUSE-IgnoreEnd
         f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + width + 100}" height="{height}" '
         'font-family="sans-serif" font-size="12">',
         '<rect width="100%" height="100%" fill="white"/>',
