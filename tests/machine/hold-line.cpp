@@ -25,8 +25,7 @@ int main(int argc, char** argv)
     request.num_lines = 1;
     request.config.flags = GPIO_V2_LINE_FLAG_INPUT;
     std::strncpy(request.consumer, "hold-line", sizeof request.consumer - 1);
-    if (ioctl(chip, GPIO_V2_GET_LINE_IOCTL, &request) != 0 ||
-        fcntl(request.fd, F_SETFD, 0) != 0) {
+    if (ioctl(chip, GPIO_V2_GET_LINE_IOCTL, &request) != 0 || fcntl(request.fd, F_SETFD, 0) != 0) {
         std::perror("hold-line");
         return 99;
     }

@@ -25,4 +25,4 @@ if ! { cmake --preset aarch64-static -B "$build/programs" -D SWITCH_QUERIER_MACH
 fi
 # Each package is an argument of its own.
 # shellcheck disable=SC2086
-exec python3 tests/machine/stage.py "$build" "${1:-short}" $packages
+exec python3 -B tests/machine/stage.py "$build" "${1:-short}" $packages

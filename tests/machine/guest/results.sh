@@ -18,3 +18,13 @@ finish() {
     echo "@end"
     poweroff -f
 }
+
+# The device of the disk of this name.
+disk() {
+    local block serial
+    for block in /sys/block/vd*; do
+        serial=
+        read -r serial <"$block/serial"
+        [ "$serial" != "$1" ] || echo "/dev/${block##*/}"
+    done 2>/tmp/none
+}
