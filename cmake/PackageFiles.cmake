@@ -1,0 +1,24 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+# Run by cpack where it has installed what it packs: gives the files of a Debian package the names
+# and the compression that Debian's policy asks for (chapter 12).
+
+if(NOT CPACK_GENERATOR STREQUAL DEB)
+  return()
+endif()
+set(source ${CMAKE_CURRENT_LIST_DIR}/..)
+set(share ${CPACK_TEMPORARY_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share)
+set(documents ${share}/doc/${CPACK_PACKAGE_NAME})
+
+# The time is SOURCE_DATE_EPOCH's, where that is set.
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+execute_process(
+  COMMAND awk -v "maintainer=${CPACK_PACKAGE_CONTACT}" -v "date=${date}"
+          -f ${source}/packaging/debian/changelog.awk ${documents}/CHANGELOG.md
+  OUTPUT_FILE ${documents}/changelog COMMAND_ERROR_IS_FATAL ANY)
+file(CHMOD ${documents}/changelog PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+file(REMOVE ${documents}/CHANGELOG.md)
+file(RENAME ${documents}/LICENSE ${documents}/copyright)
+execute_process(COMMAND gzip -9n ${documents}/changelog ${share}/man/man8/switch-querier.8
+                COMMAND_ERROR_IS_FATAL ANY)

@@ -1,0 +1,44 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+# Writes CHANGELOG.md as deb-changelog(5) wants it. Variables: maintainer, and the date of all
+# releases, since the other file has none.
+
+function end_item(    count, words, i, line) {
+    count = split(item, words, " ")
+    line = "  *"
+    for (i = 1; i <= count; i++) {
+        if (length(line " " words[i]) > 79) {
+            print line
+            line = "   "
+        }
+        line = line " " words[i]
+    }
+    if (count)
+        print line
+    item = ""
+}
+
+function end_release() {
+    end_item()
+    if (released)
+        printf "\n -- %s  %s\n", maintainer, date
+}
+
+/^## / {
+    end_release()
+    if (released)
+        print ""
+    released = 1
+    version = $2
+    sub(/,$/, "", version)
+    print "switch-querier (" version ") " (/not yet released/ ? "UNRELEASED" : "stable") \
+        "; urgency=medium\n"
+    next
+}
+/^- / {
+    end_item()
+    sub(/^- /, "")
+}
+released { item = item " " $0 }
+END { end_release() }
