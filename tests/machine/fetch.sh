@@ -41,8 +41,9 @@ EOF
 APT_CONFIG=$work/apt.conf
 export APT_CONFIG
 
-apt-get -qq update >"$work/log" 2>&1 && ! grep -q '^[EW]:' "$work/log" ||
-    fail "package lists of $release: $(grep '^[EW]:' "$work/log" | head -n 3)"
+if ! apt-get -qq update >"$work/log" 2>&1 || grep -q '^[EW]:' "$work/log"; then
+    fail "package lists of $release: $(head -n 3 "$work/log")"
+fi
 # linux-image-arm64 is empty and depends on the newest kernel.
 kernel=$(apt-cache depends linux-image-arm64 | sed -n 's/^ *Depends: \(linux-image-[0-9][^ ]*\)$/\1/p')
 [ -n "$kernel" ] || fail "linux-image-arm64 of $release depends on no kernel"

@@ -2,16 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 // hold-line CHIP LINE PROGRAM [ARGUMENT]...
-// Runs the program while the line of the chip, /dev/gpiochip0 say, is held, as by a driver.
+// Runs the program while somebody else has the line of the chip.
 
 #include <fcntl.h>
-#include <linux/gpio.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+
+#include "tests/machine/HeldLine.h"
 
 int main(int argc, char** argv)
 {
@@ -19,13 +18,8 @@ int main(int argc, char** argv)
         std::fputs("usage: hold-line CHIP LINE PROGRAM [ARGUMENT]...\n", stderr);
         return 99;
     }
-    const int chip = open(argv[1], O_RDWR | O_CLOEXEC);
-    gpio_v2_line_request request{};
-    request.offsets[0] = static_cast<__u32>(std::strtoul(argv[2], nullptr, 10));
-    request.num_lines = 1;
-    request.config.flags = GPIO_V2_LINE_FLAG_INPUT;
-    std::strncpy(request.consumer, "hold-line", sizeof request.consumer - 1);
-    if (ioctl(chip, GPIO_V2_GET_LINE_IOCTL, &request) != 0 || fcntl(request.fd, F_SETFD, 0) != 0) {
+    const int held = holdLine(argv[1], static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)));
+    if (held < 0 || fcntl(held, F_SETFD, 0) != 0) {
         std::perror("hold-line");
         return 99;
     }

@@ -7,7 +7,7 @@ from pathlib import Path
 
 from machine import Disk, Machine, MachineError, Result, run
 
-PROGRAMS = ("switch-querier", "switch-querier-unsynced", "hold-line")
+PROGRAMS = ("switch-querier", "switch-querier-unsynced", "hold-line", "gpio-on-the-kernel-test")
 
 
 class Stage:
@@ -39,7 +39,7 @@ class Stage:
             image.write_bytes(b"")
             run(["truncate", "-s", f"{megabytes}M", image])
             run(["/sbin/mkfs.ext4", "-q", "-m", "0", image])
-        self.boot("program", "program.sh", [Disk("work", work), Disk("full", full)])
+        self.boot("program", "gpio,program", [Disk("work", work), Disk("full", full)])
 
 
 def main(folder, extent, *packages):

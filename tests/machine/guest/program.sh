@@ -52,7 +52,7 @@ prepare_line() {
 prepare_markers() {
     rm -f /config/DECODER /config/ENCODER
     case $1 in
-    both) : >/config/DECODER >/config/ENCODER ;;
+    both) touch /config/DECODER /config/ENCODER ;;
     none) ;;
     *) : >"/config/$1" ;;
     esac
@@ -103,6 +103,7 @@ report_text() {
     text=
     [ "$1" != none ] || return 0
     local IFS=/
+    # shellcheck disable=SC2086 # a word each
     set -- $1
     local new=${5:-}
     [ $# -eq 5 ] || set -- "$1" '' "$2" "$3"

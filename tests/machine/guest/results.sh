@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
-# shellcheck shell=sh
+# shellcheck shell=dash
 
 # How the scripts tell the host what they found: by lines on the console that begin with "@".
 

@@ -1,0 +1,18 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=dash
+
+# The tests of GpioLine; each is a case. What they say beyond their results stays on the console.
+{
+    gpio-on-the-kernel-test
+    echo "status $?"
+} 2>&1 | while IFS= read -r output; do
+    name=${output#*] }
+    case $output in
+    *'[       OK ] '*) pass "${name% (*}" ;;
+    *'[  FAILED  ] GpioOnTheKernel.'*' ('*) fail "${name% (*}" "see the console" ;;
+    'status 0' | '[--'* | '[=='* | '[ RUN'*) ;;
+    'status '*) fail "the tests of GpioLine" "ended with $output" ;;
+    *) echo "$output" ;;
+    esac
+done
