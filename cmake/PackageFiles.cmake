@@ -1,9 +1,14 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Run by cpack where it has installed what it packs: gives the files of a Debian package the names
-# and the compression that Debian's policy asks for (chapter 12).
+# Run by cpack where it has installed what it packs: gives the folders the usual rights, whatever the
+# umask is, and the files of a Debian package the names and the compression that Debian's policy
+# asks for (chapter 12).
 
+# CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS should do it, and does not with cmake 3.31.
+file(CHMOD_RECURSE ${CPACK_TEMPORARY_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}
+     DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+     WORLD_READ WORLD_EXECUTE)
 if(NOT CPACK_GENERATOR STREQUAL DEB)
   return()
 endif()

@@ -50,22 +50,21 @@ else
     echo "reuse lint: left out, for git knows nothing of this folder"
 fi
 
-# Two trees, the second with a blank in its name and by someone who keeps files to himself.
+# Two trees, the second with a blank in its name.
+arm="-D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake"
 for tree in one "another tree"; do
     mkdir -p "$build/$tree"
     cp -R VERSION CMakeLists.txt LICENSE ./*.md app cmake completion docs fileio gpio json log man \
         packaging "$build/$tree"
-    (
-        [ "$tree" = one ] || umask 077
-        arm="-D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake"
-        pack "$build/$tree"
-        # Two words.
-        # shellcheck disable=SC2086
-        pack "$build/$tree" $arm
-        # shellcheck disable=SC2086
-        pack "$build/$tree" $arm -D SWITCH_QUERIER_STATIC=ON
-    )
+    # Two words.
+    # shellcheck disable=SC2086
+    pack "$build/$tree" $arm -D SWITCH_QUERIER_STATIC=ON
+    # shellcheck disable=SC2086
+    pack "$build/$tree" $arm
+    pack "$build/$tree"
 done
+# By someone who keeps files to himself.
+(umask 077 && cd "$build/one/build" && logged cpack -B "$build/private")
 cd "$build/one/packages"
 version=$(cat ../VERSION)
 amd64=$PWD/switch-querier_${version}_amd64.deb
@@ -77,7 +76,7 @@ for package in "$amd64" "$arm64" "$tarball"; do
 done
 
 # Control files and contents.
-for package in "$amd64" "$arm64"; do
+for package in "$amd64" "$arm64" "$build/private/$(basename "$amd64")"; do
     lintian --allow-root --fail-on error,warning "$package" || fail "lintian objects"
     dpkg-deb --contents "$package" | awk '{ print $1, $2, $6 }' |
         diff "$top/tests/package/deb-files.txt" - || fail "other files: $package"
