@@ -159,14 +159,15 @@ class Machine:
         run(["dtc", "-q", "-I", "dts", "-O", "dtb", "-o", binary, text])
         return binary
 
-    def boot(self, name, scripts, disks, chip="gpio0", seconds=300, cut_at=None):
+    def boot(self, name, scripts, disks, options="", chip="gpio0", seconds=300,
+             cut_at=None):
         """Runs the guest's scripts to their end, or to the line at which the power is cut. Returns the
         results and the other lines that begin with "@"; the console is kept in a file."""
         console = self.folder / f"console-{name}.txt"
         command = ["qemu-system-aarch64", *HARDWARE, "-display", "none", "-monitor", "none",
                    "-serial", "stdio", "-no-reboot", "-kernel", self.kernel,
                    "-initrd", self.initramfs, "-dtb", self.device_tree(chip), "-append",
-                   f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts}"]
+                   f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts} {options}"]
         for disk in disks:
             command += disk.arguments()
         lines = []

@@ -28,3 +28,35 @@ disk() {
         [ "$serial" != "$1" ] || echo "/dev/${block##*/}"
     done 2>/tmp/none
 }
+
+# Calls the function for each line of power-cuts.table, with the name of the disk, the second word
+# behind it, and its columns up to the size.
+for_each_disk() {
+    local name system options other size rest
+    while read -r name system options other size rest; do
+        case $name in
+        '' | '#'*) continue ;;
+        esac
+        [ "$options" != - ] || options=relatime
+        "$1" "$name$2" "$system" "$options" "$other" "$size"
+    done </cases/power-cuts.table
+}
+
+# Makes the texts that a configuration file has one after another, as /tmp/texts/0 to 2.
+make_texts() {
+    mkdir -p /tmp/texts
+    case $(cat /proc/cmdline) in
+    *document=big*)
+        {
+            printf '{"App":{"isEncoder":true},"fill":"'
+            head -c 6600 /bin/busybox | base64 | tr -d '\n'
+            printf '"}\n'
+        } >/tmp/texts/0
+        ;;
+    *) cp /cases/documents/encoder.json /tmp/texts/0 ;;
+    esac
+    cp /tmp/texts/0 /tmp/texts/1
+    switch-querier /tmp/texts/1 -dec >/tmp/none 2>&1
+    cp /tmp/texts/1 /tmp/texts/2
+    switch-querier /tmp/texts/2 -enc >/tmp/none 2>&1
+}

@@ -1,0 +1,74 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=dash
+
+# Replaces the configuration file on each disk of power-cuts.table, as often as the host said: by the
+# program, and on a disk of its own once by the program that syncs nothing. The host cuts the power
+# at "@cut".
+
+# Nothing reaches a disk unless a program asks for it, however slow this machine is.
+echo 360000 >/proc/sys/vm/dirty_writeback_centisecs
+echo 360000 >/proc/sys/vm/dirty_expire_centisecs
+echo 720000 >/proc/sys/fs/xfs/xfssyncd_centisecs
+
+make_texts
+
+prepare() {
+    local options=$3
+    mkdir -p "/cut/$1"
+    mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
+    cp /tmp/texts/0 "/cut/$1/config.json"
+    umount "/cut/$1"
+    case $1,$2 in
+    *-unsynced,ext4) options=$options,commit=300 ;; # by itself it would write after 5 s
+    esac
+    mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
+    echo other >"/cut/$1/other"
+    sync
+}
+
+# Writes into the second partition, past all caches, for whoever reads the log of the disk's writes.
+mark() {
+    dd if=/cases/power-cuts.table of="$(disk "$1")2" bs=4k count=1 seek="$2" oflag=direct \
+        conv="sync,$3" 2>/tmp/none
+}
+
+replace_once() {
+    local status
+    "$1" "/cut/$2/config.json" -flip >/tmp/out 2>&1
+    status=$?
+    if [ $status -ne $((1 - $3 % 2)) ]; then
+        fail "replacement $3 on $2" "status $status: $(tr '\n' '~' </tmp/out)"
+    fi
+}
+
+sync_other() {
+    if [ "$2" = yes ]; then
+        echo more >>"/cut/$1/other"
+        sync "/cut/$1/other"
+    fi
+}
+
+replace() {
+    local number=0
+    mark "$1" 0 fsync # so that what was prepared is safe
+    while [ $number -lt "$replacements" ]; do
+        number=$((number + 1))
+        replace_once switch-querier "$1" $number
+        mark "$1" $number notrunc
+    done
+    sync_other "$1" "$4"
+}
+
+replace_unsynced() {
+    LEFT_OUT=123 replace_once switch-querier-unsynced "$1" 1
+    sync_other "$1" "$4"
+}
+
+replacements=$(sed -n 's/.*replacements=\([0-9]*\).*/\1/p' /proc/cmdline)
+for_each_disk prepare -synced
+for_each_disk replace -synced
+for_each_disk prepare -unsynced
+for_each_disk replace_unsynced -unsynced
+echo @cut
+sleep 1000
