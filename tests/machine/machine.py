@@ -8,7 +8,6 @@ import re
 import select
 import shutil
 import subprocess
-import sys
 import time
 from pathlib import Path
 
@@ -159,11 +158,11 @@ class Machine:
         run(["dtc", "-q", "-I", "dts", "-O", "dtb", "-o", binary, text])
         return binary
 
-    def boot(self, name, scripts, disks, options="", chip="gpio0", seconds=300,
-             cut_at=None):
-        """Runs the guest's scripts to their end, or to the line at which the power is cut. Returns the
-        results and the other lines that begin with "@"; the console is kept in a file."""
-        console = self.folder / f"console-{name}.txt"
+    def boot(self, console, scripts, disks, options="", chip="gpio0", seconds=300,
+             cut_at=None, cut_after=0.0):
+        """Runs the guest's scripts to their end, or cuts the power so many seconds after the first
+        line that begins like cut_at. Returns the results and the other lines that begin with "@";
+        the console is kept in the file."""
         command = ["qemu-system-aarch64", *HARDWARE, "-display", "none", "-monitor", "none",
                    "-serial", "stdio", "-no-reboot", "-kernel", self.kernel,
                    "-initrd", self.initramfs, "-dtb", self.device_tree(chip), "-append",
@@ -171,27 +170,30 @@ class Machine:
         for disk in disks:
             command += disk.arguments()
         lines = []
-        ended = False
+        cut = False
         deadline = time.monotonic() + seconds
         with console.open("wb") as kept, subprocess.Popen(
                 command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                 stderr=subprocess.STDOUT) as emulator:
-            pending = b""
-            while True:
-                left = deadline - time.monotonic()
-                if left <= 0 or not select.select([emulator.stdout], [], [], left)[0]:
-                    break
-                data = os.read(emulator.stdout.fileno(), 65536)
-                if not data:
-                    break
-                kept.write(data)
-                *complete, pending = (pending + data).split(b"\n")
-                lines += [line.decode(errors="replace").rstrip("\r") for line in complete]
-                if cut_at and any(line == cut_at for line in lines[-len(complete) or None:]):
-                    ended = True
-                    break
-            emulator.kill()
-        ended = ended or (not cut_at and "@end" in lines)
+            try:
+                pending = b""
+                while True:
+                    left = deadline - time.monotonic()
+                    if left <= 0 or not select.select([emulator.stdout], [], [], left)[0]:
+                        break
+                    data = os.read(emulator.stdout.fileno(), 65536)
+                    if not data:
+                        cut = False
+                        break
+                    kept.write(data)
+                    *complete, pending = (pending + data).split(b"\n")
+                    lines += [line.decode(errors="replace").rstrip("\r") for line in complete]
+                    if cut_at and not cut and any(line.startswith(cut_at) for line in lines):
+                        cut = True
+                        deadline = time.monotonic() + cut_after
+            finally:
+                emulator.kill()
+        ended = cut or (not cut_at and "@end" in lines)
         results = []
         told = []
         for line in lines:
@@ -200,21 +202,20 @@ class Machine:
             elif line.startswith("@fail "):
                 case, _, problem = line[len("@fail "):].partition(": ")
                 results.append(Result(case, problem or "failed"))
-            elif line.startswith("@") and line not in ("@end", cut_at):
+            elif line.startswith("@") and line not in ("@end", "@cut"):
                 told.append(line[1:])
         if not ended:
-            results.append(Result(f"the machine's run {name}", "came to no end"))
+            results.append(Result(f"the machine's run of {scripts}", "came to no end"))
         return results, told
 
 
 def run(command, **options):
     """Runs a tool of the host and returns what it printed."""
-    done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, check=False, **options)
+    try:
+        done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, check=False, **options)
+    except FileNotFoundError as error:
+        raise MachineError(f"{command[0]} is not installed") from error
     if done.returncode != 0:
         raise MachineError(f"{' '.join(map(str, command))}: {done.stderr or done.stdout}")
     return done.stdout
-
-
-if __name__ == "__main__":
-    sys.exit("machine.py is used by stage.py")

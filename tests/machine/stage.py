@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """stage.py FOLDER short|long PACKAGE...: boots the machine as often as it takes, and counts."""
 
+import random
 import sys
 from pathlib import Path
 
@@ -18,6 +19,14 @@ def text(replacements):
     return "1" if replacements % 2 == 1 else "2"
 
 
+def allowed_at(cut, replacements):
+    """The texts that may be found, and what to call them."""
+    allowed = {text(cut.reported): "last reported"}
+    if cut.reported < replacements:
+        allowed[text(cut.reported + 1)] = "one ahead"
+    return allowed
+
+
 class Stage:
     def __init__(self, folder, extent, packages):
         self.folder = Path(folder).resolve()
@@ -27,18 +36,37 @@ class Stage:
         programs = [self.folder / "programs" / name for name in PROGRAMS]
         self.machine = Machine(self.folder, kernel, busybox, programs)
         self.results = []
+        self.console = None
 
     def boot(self, name, *arguments, **options):
-        results, told = self.machine.boot(name, *arguments, **options)
+        """Boots the machine, and takes over its results."""
+        self.console = self.folder / f"console-{name}.txt"
+        results, told = self.machine.boot(self.console, *arguments, **options)
         for result in results:
-            if result.problem:
-                print(f"failed: {result.name}: {result.problem} (console: build/machine/console-{name}.txt)")
-        self.results += results
+            self.take(result)
         return told
+
+    def claim(self, name, holds, otherwise):
+        self.take(Result(name, None if holds else otherwise))
+
+    def take(self, result):
+        self.results.append(result)
+        if result.problem:
+            print(f"failed: {result.name}: {result.problem}; console: {self.console}")
 
     def run_all(self):
         self.run_program()
         self.run_power_cuts(1, "small")
+        if self.extent == "short":
+            self.run_kills(2)
+            return
+        self.run_power_cuts(6, "small")
+        self.run_power_cuts(4, "big")
+        # That of the folder adds nothing to that of the file on any of these file systems.
+        self.find_left_out("temporary file", {"noauto", "xfs"})
+        self.find_left_out("folder", set())
+        self.find_left_out("new name", {"vfat"})
+        self.run_kills(20)
 
     def run_program(self):
         """GpioLine, and the program for each line of the tables."""
@@ -46,6 +74,8 @@ class Stage:
         self.check_count("program.cases", "line ")
         self.boot("gone", "gone", self.disks_for_program(), chip="gpio1")
         self.check_count("gone.cases", "line gone")
+        print(f"GpioLine: {self.count('GpioOnTheKernel.')} tests; the program: "
+              f"{self.count('line ')} runs")
 
     def disks_for_program(self):
         disks = []
@@ -57,21 +87,40 @@ class Stage:
             disks.append(Disk(name, image))
         return disks
 
+    def count(self, prefix):
+        return sum(1 for result in self.results if result.name.startswith(prefix))
+
     def check_count(self, table, prefix):
         """No line of a table may go missing."""
         lines = (HERE / "guest" / table).read_text().splitlines()
         count = sum(1 for line in lines if line and not line.startswith("#"))
-        found = sum(1 for result in self.results if result.name.startswith(prefix))
+        found = self.count(prefix)
         self.claim(f"each line of {table} is a case", found == count, f"{found} of {count}")
 
     def run_power_cuts(self, replacements, document):
         """Cuts the power behind replacements, and looks at what that left, and at what a cut at any
         other moment would have left."""
-        options = f"replacements={replacements} document={document}"
+        for system, cuts, states in self.cut_power(replacements, f"document={document}"):
+            self.judge(system, replacements, cuts, states)
+
+    def find_left_out(self, sync, finders):
+        """The cuts must show on which file systems this one of the program's syncs is needed."""
+        found = set()
+        for system, cuts, states in self.cut_power(1, f"document=small left_out={sync[0]}"):
+            for place, cut in enumerate(cuts):
+                if states.get((f"{system.name}-images", place)) not in allowed_at(cut, 1):
+                    found.add(system.name)
+        print(f"without the sync of the {sync}: found out on {', '.join(sorted(found)) or 'none'}")
+        self.claim(f"a program without the sync of the {sync} is found out on {finders or 'none'}",
+                   found == finders, f"on {found or 'none'}")
+
+    def cut_power(self, replacements, options):
+        """Yields each file system with its crashes, and the state found behind each."""
+        options += f" replacements={replacements}"
         systems = powercuts.file_systems()
         disks = []
         for system in systems:
-            for kind in ("unsynced", "synced"):  # the last one's blank is kept
+            for kind in ("unsynced", "synced"):  # the blank of the last one is kept
                 name = f"{system.name}-{kind}"
                 path = self.folder / f"{name}.img"
                 system.make_disk(path)
@@ -86,14 +135,51 @@ class Stage:
             images = self.folder / f"{system.name}-images.img"
             powercuts.write_images(images, system, cuts[system.name])
             disks.append(Disk(f"{system.name}-images", images))
+            log.unlink()
         for disk in disks:
             disk.log = None
         states = {}
-        for line in self.boot("inspect", "inspect", disks, options):
+        for line in self.boot("inspect", "inspect", disks, options, seconds=900):
             _, disk, number, state = line.split()
             states[disk, int(number)] = state
+        for disk in disks:
+            disk.path.unlink()
+        return [(system, cuts[system.name], states) for system in systems]
+
+    def run_kills(self, count):
+        """Cuts the power in the midst of one replacement after another."""
+        moments = random.Random(count)
+        systems = powercuts.file_systems()
+        disks = []
         for system in systems:
-            self.judge(system, replacements, cuts[system.name], states)
+            path = self.folder / f"{system.name}-flipped.img"
+            system.make_disk(path)
+            disks.append(Disk(path.stem, path))
+        flips = {disk.name: 0 for disk in disks}
+        found = {"old": 0, "new": 0}
+        for number in range(count + 1):
+            if number < count:
+                told = self.boot(f"kill-{number + 1}", "flip", disks,
+                                 "document=small flips=" + ("first" if number == 0 else "more"),
+                                 cut_at="@flipped", cut_after=moments.uniform(0.0, 1.5))
+            else:
+                told = self.boot(f"kill-{number + 1}", "flip", disks, "document=small flips=none")
+            states = dict(line.split()[1:4:2] for line in told if line.startswith("state "))
+            for disk in disks:
+                done = flips[disk.name]
+                state = states.get(disk.name)
+                allowed = {text(done): "old"}
+                if number > 0:
+                    allowed[text(done + 1)] = "new"
+                self.claim(f"{disk.name}: kill {number}, behind {done} replacements",
+                           state in allowed, f"{state}, not {' or '.join(allowed)}")
+                if number > 0 and state in allowed:
+                    found[allowed[state]] += 1
+                if allowed.get(state) == "new":
+                    flips[disk.name] += 1
+                flips[disk.name] += told.count(f"flipped {disk.name}")
+        print(f"power cut at {count} moments of {sum(flips.values())} replacements: "
+              f"{found['old']} files as last reported, {found['new']} one ahead")
         for disk in disks:
             disk.path.unlink()
 
@@ -108,9 +194,7 @@ class Stage:
         found = {}
         for number, cut in enumerate(cuts):
             state = states.get((f"{name}-images", number))
-            allowed = {text(cut.reported): "new" if cut.reported else "old"}
-            if cut.reported < replacements:
-                allowed[text(cut.reported + 1)] = "new"
+            allowed = allowed_at(cut, replacements)
             self.claim(f"{name}: cut {cut.name}", state in allowed,
                        f"{state}, not {' or '.join(allowed)}")
             word = allowed.get(state, state)
@@ -120,21 +204,22 @@ class Stage:
               f"{len(cuts)} other moments: " +
               ", ".join(f"{count} {word}" for word, count in sorted(found.items(), key=str)))
 
-    def claim(self, name, holds, otherwise):
-        self.results.append(Result(name, None if holds else otherwise))
-        if not holds:
-            print(f"failed: {name}: {otherwise}")
 
 def main(folder, extent, *packages):
     try:
         stage = Stage(folder, extent, packages)
-        stage.run_all()
     except MachineError as error:
         print(f"machine: {error}")
         return 1
+    try:
+        stage.run_all()
+    except MachineError as error:
+        stage.claim("the stage", False, f"{error}")
+    (stage.folder / "results.txt").write_text("".join(
+        f"{'failed' if result.problem else 'passed'} {result.name}\n" for result in stage.results))
     failed = sum(1 for result in stage.results if result.problem)
     print(f"{len(stage.results) - failed} passed, {failed} failed")
-    return 0 if failed == 0 and stage.results else 1
+    return 1 if failed else 0
 
 
 if __name__ == "__main__":

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 // Linked with --wrap=fsync (ld(1)) in place of fsync(2): a program that syncs less than it should,
-// which a power cut must be seen to harm. The environment's LEFT_OUT has the numbers of the syncs
-// that it leaves out, from 1.
+// which a power cut must be seen to harm. The environment's LEFT_OUT has the letters of the syncs
+// that it leaves out: t for the temporary file, f for the folder, n for the file under its new name.
+
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -15,9 +17,14 @@ int __wrap_fsync(int descriptor);  // NOLINT(bugprone-reserved-identifier)
 
 int __wrap_fsync(int descriptor)
 {
-    static char number = '0';
-    ++number;
+    static char nextFile = 't';
+    struct stat status = {};
+    char letter = 'f';
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+        letter = nextFile;
+        nextFile = 'n';
+    }
     const char* const leftOut = std::getenv("LEFT_OUT");
-    const bool leaves = leftOut != nullptr && std::strchr(leftOut, number) != nullptr;
-    return leaves ? 0 : __real_fsync(descriptor);
+    return leftOut != nullptr && std::strchr(leftOut, letter) != nullptr ? 0
+                                                                         : __real_fsync(descriptor);
 }

@@ -4,4 +4,5 @@
 
 # The program on a chip without line 17.
 table=gone.cases
+# shellcheck source=tests/machine/guest/program.sh
 . /cases/program.sh

@@ -54,17 +54,22 @@ replace() {
     mark "$1" 0 fsync # so that what was prepared is safe
     while [ $number -lt "$replacements" ]; do
         number=$((number + 1))
-        replace_once switch-querier "$1" $number
+        if [ -z "$left_out" ]; then
+            replace_once switch-querier "$1" $number
+        else
+            LEFT_OUT=$left_out replace_once switch-querier-unsynced "$1" $number
+        fi
         mark "$1" $number notrunc
     done
     sync_other "$1" "$4"
 }
 
 replace_unsynced() {
-    LEFT_OUT=123 replace_once switch-querier-unsynced "$1" 1
+    LEFT_OUT=tfn replace_once switch-querier-unsynced "$1" 1
     sync_other "$1" "$4"
 }
 
+left_out=$(sed -n 's/.*left_out=\([tfn]\).*/\1/p' /proc/cmdline)
 replacements=$(sed -n 's/.*replacements=\([0-9]*\).*/\1/p' /proc/cmdline)
 for_each_disk prepare -synced
 for_each_disk replace -synced
