@@ -263,7 +263,7 @@ TEST_F(GpioOnTheKernel, GoesFromOneLineToAnother)
     EXPECT_TRUE(fs::exists(lineFolder));
 }
 
-// The kernel's EBUSY comes from write(2) on export, at the stream's close, where it is not looked at.
+// The EBUSY comes from write(2) on export, at the close of the stream, where it is not looked at.
 TEST_F(GpioOnTheKernel, GivesUpALineThatSomebodyElseHas)
 {
     const int held = holdLine(chip().c_str(), 17);

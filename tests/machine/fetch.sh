@@ -15,8 +15,8 @@ fail() {
     exit 1
 }
 
-if [ -f "$cache/SHA256SUMS" ] && (cd "$cache" && sha256sum --quiet -c SHA256SUMS) >/dev/null 2>&1; then
-    (cd "$cache" && ls -d "$cache"/linux-image-*.deb "$cache"/busybox-static_*.deb)
+if (cd "$cache" && sha256sum --quiet -c SHA256SUMS) >/dev/null 2>&1; then
+    ls "$cache"/linux-image-*.deb "$cache"/busybox-static_*.deb
     exit 0
 fi
 
@@ -45,7 +45,8 @@ if ! apt-get -qq update >"$work/log" 2>&1 || grep -q '^[EW]:' "$work/log"; then
     fail "package lists of $release: $(head -n 3 "$work/log")"
 fi
 # linux-image-arm64 is empty and depends on the newest kernel.
-kernel=$(apt-cache depends linux-image-arm64 | sed -n 's/^ *Depends: \(linux-image-[0-9][^ ]*\)$/\1/p')
+kernel=$(apt-cache depends linux-image-arm64 |
+    sed -n 's/^ *Depends: \(linux-image-[0-9][^ ]*\)$/\1/p')
 [ -n "$kernel" ] || fail "linux-image-arm64 of $release depends on no kernel"
 (cd "$work" && apt-get -qq download "$kernel" busybox-static) >"$work/log" 2>&1 ||
     fail "$kernel, busybox-static: $(tail -n 3 "$work/log")"
@@ -53,4 +54,4 @@ kernel=$(apt-cache depends linux-image-arm64 | sed -n 's/^ *Depends: \(linux-ima
 rm -f "$cache"/*.deb "$cache/SHA256SUMS"
 mv "$work"/*.deb "$cache"
 (cd "$cache" && sha256sum ./*.deb >SHA256SUMS.new && mv SHA256SUMS.new SHA256SUMS)
-ls -d "$cache"/linux-image-*.deb "$cache"/busybox-static_*.deb
+ls "$cache"/linux-image-*.deb "$cache"/busybox-static_*.deb
