@@ -21,7 +21,7 @@ grep -o '^- `[^`]*`' tests/arm/README.md | tr -d '`' | sed 's/^- //' >build/arm.
 excluded=$(paste -s -d '|' build/arm.excluded)
 if ! ctest --test-dir build/arm -j "$(nproc)" --label-exclude lint --exclude-regex "${excluded:-^$}" \
     --output-on-failure --no-tests=error >"$log" 2>&1; then
-    grep -v ' Passed ' "$log"
+    grep -v -e ' Passed ' -e '^ *Start ' "$log"
     exit 1
 fi
 grep '^100% tests passed' "$log"
