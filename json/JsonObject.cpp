@@ -3,30 +3,100 @@
 
 #include "json/JsonObject.h"
 
+#include <algorithm>
 #include <utility>
 
-void storeMember(JsonObject& object, std::string key, JsonValue value)
+#include "json/JsonValue.h"
+
+namespace {
+
+/// The order of members in an object, and of those with one name the order of their places.
+constexpr auto precedes = [](const JsonMember* left, const JsonMember* right) {
+    // Most names differ in their first byte, and to ask for that costs a fraction.
+    const auto leftByte = static_cast<unsigned char>(left->name.c_str()[0]);
+    const auto rightByte = static_cast<unsigned char>(right->name.c_str()[0]);
+    if (leftByte != rightByte) {
+        return leftByte < rightByte;
+    }
+    const int order = left->name.compare(right->name);
+    return order != 0 ? order < 0 : left < right;
+};
+
+}  // namespace
+
+JsonObject JsonObject::ofText(std::span<JsonMember> members)
 {
-    // Keys often come in order, and then the place is at the end; else the hint costs a comparison.
-    const auto place = object.try_emplace(object.end(), key);
-    place->second.name = std::move(key);
-    place->second.value = std::move(value);
+    std::vector<JsonMember*> places(members.size());
+    std::transform(members.begin(), members.end(), places.begin(),
+                   [](JsonMember& member) { return &member; });
+    std::sort(places.begin(), places.end(), precedes);
+    JsonObject object;
+    object.members.reserve(places.size());
+    for (JsonMember* const place : places) {
+        if (!object.empty() && object.members.back().name == place->name) {
+            object.members.back() = std::move(*place);
+        } else {
+            object.members.push_back(std::move(*place));
+        }
+    }
+    return object;
 }
 
-int eraseMember(JsonObject& object, std::string_view key)
+std::size_t JsonObject::placeOf(std::string_view key) const
 {
-    const auto found = object.find(key);
-    if (found == object.end()) {
+    const JsonMember* const place =
+        std::lower_bound(begin(), end(), key, [](const JsonMember& member, std::string_view name) {
+            return member.name < name;
+        });
+    return static_cast<std::size_t>(place - begin());
+}
+
+const JsonMember* JsonObject::find(std::string_view key) const
+{
+    const JsonMember* const place = begin() + placeOf(key);
+    return place != end() && place->name == key ? place : nullptr;
+}
+
+JsonMember* JsonObject::find(std::string_view key)
+{
+    // The object is writable, so the member inside it is too.
+    return const_cast<JsonMember*>(static_cast<const JsonObject&>(*this).find(key));
+}
+
+JsonMember& JsonObject::operator[](std::string_view key)
+{
+    const std::size_t place = placeOf(key);
+    if (place == size() || members[place].name != key) {
+        members.insert(members.begin() + static_cast<std::ptrdiff_t>(place),
+                       JsonMember{std::string(key), JsonValue()});
+    }
+    return members[place];
+}
+
+void JsonObject::store(std::string_view key, JsonValue value)
+{
+    (*this)[key].value = std::move(value);
+}
+
+int JsonObject::erase(std::string_view key)
+{
+    const JsonMember* const member = find(key);
+    if (member == nullptr) {
         return 0;
     }
-    object.erase(found);
+    members.erase(members.begin() + (member - begin()));
     return 1;
 }
 
-void mergeObject(JsonObject& target, const JsonObject& source)
+void JsonObject::clear() noexcept
+{
+    members.clear();
+}
+
+void JsonObject::merge(const JsonObject& source)
 {
     JsonObject copy(source);
-    for (auto& [key, member] : copy) {
-        storeMember(target, std::move(member.name), std::move(member.value));
+    for (JsonMember& member : copy) {
+        store(member.name, std::move(member.value));
     }
 }

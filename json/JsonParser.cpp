@@ -4,65 +4,31 @@
 #include "json/JsonParser.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <span>
 #include <utility>
 
-#include "json/JsonObject.h"
+#include "json/ByteSet.h"
+#include "json/JsonNumber.h"
 
 namespace {
 
-bool isWhitespace(char byte)
-{
-    return byte == ' ' || byte == '\n' || byte == '\t' || byte == '\r';
-}
+constexpr ByteSet whitespace(" \n\t\r");
+
+/// What ends a string, or has a meaning of its own inside one, or may not be there.
+constexpr ByteSet specialInString = [] {
+    ByteSet set("\"\\");
+    for (char control = 0; control < 32; ++control) {
+        set.add(control);
+    }
+    return set;
+}();
 
 // Char may be signed: as it stands, a byte above 127 would compare as less than 32.
 bool isControl(char byte)
 {
     return static_cast<unsigned char>(byte) < 32;
-}
-
-bool endsNumber(char byte)
-{
-    return isWhitespace(byte) || byte == ',' || byte == ']' || byte == '}';
-}
-
-/// Any byte that stands for itself inside a string.
-bool isPlain(char byte)
-{
-    return !isControl(byte) && byte != '"' && byte != '\\';
-}
-
-// The conversions of newer C libraries read "0b101" as binary (C23, 7.24.1.7) and some will read
-// "0o17" as octal. Here neither is a number, whichever library the program runs with.
-bool hasNewerPrefix(const char* text)
-{
-    text += std::strspn(text, " \t\n\v\f\r");
-    if (*text == '+' || *text == '-') {
-        ++text;
-    }
-    return text[0] == '0' && text[1] != '\0' && std::strchr("bBoO", text[1]) != nullptr;
-}
-
-/// The end of a decimal integer of up to 18 digits without prefix, its value in the integer; or null
-/// for any other text. It is what strtoll(3) makes of most numbers, at a tenth of the cost.
-const char* readPlainInteger(const char* text, std::int64_t& integer)
-{
-    constexpr int safeDigits = 18;  // no more fit into 64 bits whatever they are
-    const bool negative = *text == '-';
-    const char* const digits = negative ? text + 1 : text;
-    const char* end = digits;
-    std::int64_t value = 0;
-    while (*end >= '0' && *end <= '9' && end - digits < safeDigits) {
-        value = value * 10 + (*end - '0');
-        ++end;
-    }
-    if (end == digits || *digits == '0' || !endsNumber(*end)) {
-        return nullptr;
-    }
-    integer = negative ? -value : value;
-    return end;
 }
 
 }  // namespace
@@ -75,8 +41,8 @@ JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
         return JsonCode::notAnObject;
     }
     JsonParser parser(text.c_str() + 1);
-    JsonObject object;
-    JsonCode code = parser.readMembers(object);
+    JsonValue root;
+    JsonCode code = parser.readMembers(root);
     if (code == JsonCode::ok && *parser.cursor != '\0') {
         code = JsonCode::textBehindObject;
     }
@@ -84,19 +50,19 @@ JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
         position = static_cast<std::uint64_t>(parser.cursor - text.c_str());
         return code;
     }
-    destination = std::move(object);
+    destination = std::move(root.object());
     return JsonCode::ok;
 }
 
-JsonCode JsonParser::readMembers(JsonObject& destination)
+JsonCode JsonParser::readMembers(JsonValue& destination)
 {
-    JsonObject members;
+    const std::size_t outer = members.size();
     for (skipWhitespace(); !accept('}'); skipWhitespace()) {
         if (!accept('"')) {
             return JsonCode::keyExpected;
         }
-        std::string key;
-        if (readString(key) != JsonCode::ok) {
+        JsonMember member;
+        if (readString(member.name) != JsonCode::ok) {
             return JsonCode::badKey;
         }
         skipWhitespace();
@@ -104,33 +70,37 @@ JsonCode JsonParser::readMembers(JsonObject& destination)
             return JsonCode::colonExpected;
         }
         skipWhitespace();
-        JsonValue value;
-        if (const JsonCode code = readValue(value); code != JsonCode::ok) {
+        if (const JsonCode code = readValue(member.value); code != JsonCode::ok) {
             return code;
         }
         skipWhitespace();
         if (!accept(',') && *cursor != '}') {
             return JsonCode::memberSeparatorExpected;
         }
-        storeMember(members, std::move(key), std::move(value));
+        members.push_back(std::move(member));
     }
-    destination = std::move(members);
+    destination.setObject(JsonObject::ofText(std::span(members).subspan(outer)));
+    members.resize(outer);
     return JsonCode::ok;
 }
 
 JsonCode JsonParser::readElements(JsonValue& destination)
 {
-    JsonArray elements;
+    const std::size_t outer = elements.size();
     for (skipWhitespace(); !accept(']'); skipWhitespace()) {
-        if (const JsonCode code = readValue(elements.emplace_back()); code != JsonCode::ok) {
+        JsonValue element;
+        if (const JsonCode code = readValue(element); code != JsonCode::ok) {
             return code;
         }
         skipWhitespace();
         if (!accept(',') && *cursor != ']') {
             return JsonCode::elementSeparatorExpected;
         }
+        elements.push_back(std::move(element));
     }
-    destination.setArray(std::move(elements));
+    const auto first = elements.begin() + static_cast<std::ptrdiff_t>(outer);
+    destination.setArray({std::move_iterator(first), std::move_iterator(elements.end())});
+    elements.resize(outer);
     return JsonCode::ok;
 }
 
@@ -140,22 +110,14 @@ JsonCode JsonParser::readValue(JsonValue& destination)
     case '[':
         ++cursor;
         return readElements(destination);
-    case '{': {
+    case '{':
         ++cursor;
-        JsonObject object;
-        const JsonCode code = readMembers(object);
-        if (code == JsonCode::ok) {
-            destination.setObject(std::move(object));
-        }
-        return code;
-    }
+        return readMembers(destination);
     case '"': {
         ++cursor;
         std::string string;
         const JsonCode code = readString(string);
-        if (code == JsonCode::ok) {
-            destination.setString(std::move(string));
-        }
+        destination.setString(std::move(string));
         return code;
     }
     case 't':
@@ -164,8 +126,14 @@ JsonCode JsonParser::readValue(JsonValue& destination)
         return readFalse(destination);
     case 'n':
         return readNull(destination);
-    default:
-        return readNumber(destination);
+    default: {
+        const char* const end = readNumber(cursor, destination);
+        if (end == nullptr) {
+            return JsonCode::badNumber;
+        }
+        cursor = end;
+        return JsonCode::ok;
+    }
     }
 }
 
@@ -173,7 +141,7 @@ JsonCode JsonParser::readString(std::string& destination)
 {
     for (;;) {
         const char* const run = cursor;
-        while (isPlain(*cursor)) {
+        while (!specialInString.has(*cursor)) {
             ++cursor;
         }
         destination.append(run, static_cast<std::size_t>(cursor - run));
@@ -246,38 +214,9 @@ JsonCode JsonParser::readNull(JsonValue& destination)
     return JsonCode::ok;
 }
 
-// A missing value converts nothing and ends where it begins, on a byte that ends a number: that it
-// reads as the integer 0 is intended.
-JsonCode JsonParser::readNumber(JsonValue& destination)
-{
-    std::int64_t integer = 0;
-    if (const char* const end = readPlainInteger(cursor, integer); end != nullptr) {
-        destination.setInteger(integer);
-        cursor = end;
-        return JsonCode::ok;
-    }
-    if (hasNewerPrefix(cursor)) {
-        return JsonCode::badNumber;
-    }
-    char* end = nullptr;
-    integer = std::strtoll(cursor, &end, 0);
-    if (endsNumber(*end)) {
-        destination.setInteger(integer);
-        cursor = end;
-        return JsonCode::ok;
-    }
-    const double number = std::strtod(cursor, &end);
-    if (endsNumber(*end)) {
-        destination.setNumber(number);
-        cursor = end;
-        return JsonCode::ok;
-    }
-    return JsonCode::badNumber;
-}
-
 void JsonParser::skipWhitespace()
 {
-    while (isWhitespace(*cursor)) {
+    while (whitespace.has(*cursor)) {
         ++cursor;
     }
 }

@@ -3,9 +3,11 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "json/JsonValue.h"
 
@@ -50,10 +52,14 @@ public:
                                         std::uint64_t& position);
 
 private:
-    explicit JsonParser(const char* text) : cursor(text) {}
+    explicit JsonParser(const char* text) : cursor(text)
+    {
+        members.reserve(fewPending);
+        elements.reserve(fewPending);
+    }
 
     // What a function has left in its destination when it fails, its caller discards.
-    JsonCode readMembers(JsonObject& destination);
+    JsonCode readMembers(JsonValue& destination);
     JsonCode readElements(JsonValue& destination);
     JsonCode readValue(JsonValue& destination);
     JsonCode readString(std::string& destination);
@@ -61,11 +67,18 @@ private:
     JsonCode readTrue(JsonValue& destination);
     JsonCode readFalse(JsonValue& destination);
     JsonCode readNull(JsonValue& destination);
-    JsonCode readNumber(JsonValue& destination);
 
     void skipWhitespace();
     [[nodiscard]] bool accept(char byte);
     [[nodiscard]] bool acceptWord(std::string_view word);
 
+    /// As much as most documents need, so that the two vectors do not have to grow.
+    static constexpr std::size_t fewPending = 64;
+
     const char* cursor;
+
+    /// What has been read of the objects and arrays that are still open, the outer ones first. A
+    /// closing bracket takes away what belongs to its own.
+    std::vector<JsonMember> members;
+    std::vector<JsonValue> elements;
 };

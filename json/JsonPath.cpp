@@ -28,9 +28,8 @@ JsonMember& memberOf(JsonMember& container, std::string_view key)
     if (container.value.type() != JsonType::object) {
         return emptyMember;
     }
-    JsonObject& object = container.value.object();
-    const auto found = object.find(key);
-    return found == object.end() ? emptyMember : found->second;
+    JsonMember* const found = container.value.object().find(key);
+    return found == nullptr ? emptyMember : *found;
 }
 
 const JsonValue* findPath(const JsonObject& root, std::span<const char* const> keys)
@@ -39,12 +38,12 @@ const JsonValue* findPath(const JsonObject& root, std::span<const char* const> k
     const JsonValue* value = nullptr;
     for (const char* key : keys) {
         // A string_view of a null pointer would be undefined behaviour; a string throws.
-        const auto found = object->find(std::string(key));
+        const JsonMember* const found = object->find(std::string(key));
         clearEmptyMember();
-        if (found == object->end()) {
+        if (found == nullptr) {
             return nullptr;
         }
-        value = &found->second.value;
+        value = &found->value;
         object = &objectOf(*value);
     }
     return value;

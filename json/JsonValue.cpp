@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <utility>
 
 const char* shortName(JsonType type) noexcept
@@ -14,133 +15,51 @@ const char* shortName(JsonType type) noexcept
     return names[static_cast<std::size_t>(type)];
 }
 
-JsonValue::JsonValue(const JsonValue& other) : payload(other.payload)
-{
-    switch (other.tag) {
-    case JsonType::string:
-        payload.string = new std::string(other.string());
-        break;
-    case JsonType::object:
-        payload.object = new JsonObject(other.object());
-        break;
-    case JsonType::array:
-        payload.array = new JsonArray(other.array());
-        break;
-    default:
-        break;
-    }
-    tag = other.tag;
-}
-
 JsonValue& JsonValue::operator=(const JsonValue& other)
 {
-    if (this == &other) {
-        return *this;
-    }
-    // Other may be a part of this value, so it is copied whole before anything is released.
-    switch (other.tag) {
-    case JsonType::string:
-        setString(other.string());
-        break;
-    case JsonType::object:
-        setObject(other.object());
-        break;
-    case JsonType::array:
-        setArray(other.array());
-        break;
-    default:
-        *this = JsonValue(other);
-        break;
-    }
-    return *this;
+    return *this = JsonValue(other);
 }
 
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept
 {
-    // Other may be a part of this value, or the value itself: it is emptied before the release.
+    // Other may be the value itself or a part of it, which a reset would destroy.
     JsonValue taken(std::move(other));
-    std::swap(payload, taken.payload);
-    std::swap(tag, taken.tag);
+    reset();
+    take(std::move(taken));
     return *this;
 }
 
-void JsonValue::setInteger(std::int64_t value) noexcept
+template <typename Value>
+void JsonValue::takePayload(Value&& other)
 {
-    release();
-    payload.integer = value;
-    tag = JsonType::integer;
-}
-
-void JsonValue::setNumber(double value) noexcept
-{
-    release();
-    payload.number = value;
-    tag = JsonType::number;
-}
-
-void JsonValue::setBoolean(bool value) noexcept
-{
-    release();
-    payload.boolean = value;
-    tag = JsonType::boolean;
-}
-
-void JsonValue::setString(std::string value)
-{
-    if (tag == JsonType::string) {
-        *payload.string = std::move(value);
-        return;
+    switch (other.tag) {
+    case JsonType::string:
+        std::construct_at(&payload.string, std::forward<Value>(other).payload.string);
+        break;
+    case JsonType::object:
+        std::construct_at(&payload.object, std::forward<Value>(other).payload.object);
+        break;
+    default:
+        std::construct_at(&payload.array, std::forward<Value>(other).payload.array);
+        break;
     }
-    auto* fresh = new std::string(std::move(value));
-    release();
-    payload.string = fresh;
-    tag = JsonType::string;
 }
 
-void JsonValue::setObject(JsonObject value)
-{
-    if (tag == JsonType::object) {
-        // Value may hold what was a part of the old content, never the other way round.
-        payload.object->swap(value);
-        return;
-    }
-    auto* fresh = new JsonObject(std::move(value));
-    release();
-    payload.object = fresh;
-    tag = JsonType::object;
-}
+template void JsonValue::takePayload(const JsonValue& other);
+template void JsonValue::takePayload(JsonValue&& other);
 
-void JsonValue::setArray(JsonArray value)
-{
-    if (tag == JsonType::array) {
-        payload.array->swap(value);
-        return;
-    }
-    auto* fresh = new JsonArray(std::move(value));
-    release();
-    payload.array = fresh;
-    tag = JsonType::array;
-}
-
-void JsonValue::setUnknown() noexcept
-{
-    reset();
-    tag = JsonType::unknown;
-}
-
-void JsonValue::releaseOwned() noexcept
+void JsonValue::destroyPayload() noexcept
 {
     switch (tag) {
     case JsonType::string:
-        delete payload.string;
+        std::destroy_at(&payload.string);
         break;
     case JsonType::object:
-        delete payload.object;
-        break;
-    case JsonType::array:
-        delete payload.array;
+        std::destroy_at(&payload.object);
         break;
     default:
+        std::destroy_at(&payload.array);
         break;
     }
+    payload.scalar = {};
 }

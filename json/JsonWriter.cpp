@@ -3,35 +3,109 @@
 
 #include "json/JsonWriter.h"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <string_view>
+#include <utility>
 
-// Each function appends to one text that grows, so that no piece of it is copied on the way up.
+#include "json/ByteSet.h"
+
 namespace {
 
-void appendValue(std::string& text, const JsonValue& value, std::uint64_t level);
+constexpr std::size_t longestInteger = 20;  // "-9223372036854775808"
+constexpr std::size_t longestNumber = 48;   // sign, point, 34 digits, 4 zeros or a 5-byte exponent
 
-void appendIndentation(std::string& text, std::uint64_t level)
+/// Most lines are indented by less; to write a fixed number costs less than the number itself.
+constexpr std::size_t blanksAtOnce = 16;
+
+/// A text that grows at its end, so that no piece of it is copied on the way up.
+class Text {
+public:
+    /// An empty text. One that becomes no longer than expected is never moved.
+    explicit Text(std::size_t expectedLength) : bytes(expectedLength, '\0') {}
+
+    /// The place behind the text, with room for so many bytes. What the caller writes there becomes
+    /// a part of the text by endAt.
+    [[nodiscard]] char* roomFor(std::size_t count)
+    {
+        if (bytes.size() - length < count) [[unlikely]] {
+            grow(count);
+        }
+        return bytes.data() + length;
+    }
+
+    void endAt(const char* end) { length = static_cast<std::size_t>(end - bytes.data()); }
+
+    void append(char byte)
+    {
+        *roomFor(1) = byte;
+        ++length;
+    }
+
+    template <std::size_t size>
+    void append(const char (&word)[size])
+    {
+        endAt(std::copy_n(word, size - 1, roomFor(size - 1)));
+    }
+
+    /// The text, which is taken away.
+    [[nodiscard]] std::string take()
+    {
+        bytes.resize(length);
+        return std::move(bytes);
+    }
+
+private:
+    void grow(std::size_t count) { bytes.resize(2 * (length + count)); }
+
+    std::string bytes;  // the text, and behind it room that has not been used yet
+    std::size_t length = 0;
+};
+
+void appendValue(Text& text, const JsonValue& value, std::uint64_t level);
+
+/// A new line with its indentation.
+void breakLine(Text& text, std::uint64_t level)
 {
-    text.append(2 * level, ' ');
+    char* const room = text.roomFor(1 + blanksAtOnce + 2 * level);
+    *room = '\n';
+    std::fill_n(room + 1, blanksAtOnce, ' ');
+    if (2 * level > blanksAtOnce) {
+        std::fill_n(room + 1 + blanksAtOnce, 2 * level - blanksAtOnce, ' ');
+    }
+    text.endAt(room + 1 + 2 * level);
 }
 
-void appendInteger(std::string& text, std::int64_t integer)
+/// What stands before a member or element of a list: behind the bracket, or behind another one.
+void separate(Text& text, bool first, std::uint64_t level)
 {
-    std::array<char, 20> digits{};  // "-9223372036854775808"
-    const auto result = std::to_chars(digits.begin(), digits.end(), integer);
-    text.append(digits.begin(), result.ptr);
+    if (!first) {
+        text.append(',');
+    }
+    if (level != 0) {
+        breakLine(text, level);
+    } else if (!first) {
+        text.append(' ');
+    }
 }
 
-void appendNumber(std::string& text, double number)
+void appendInteger(Text& text, std::int64_t integer)
 {
-    std::array<char, 48> digits{};  // sign, point, 34 digits, 4 leading zeros or a 5-byte exponent
-    const auto result =
-        std::to_chars(digits.begin(), digits.end(), number, std::chars_format::general, 34);
-    text.append(digits.begin(), result.ptr);
+    char* const room = text.roomFor(longestInteger);
+    text.endAt(std::to_chars(room, room + longestInteger, integer).ptr);
 }
 
-/// The letter that escapes the byte behind a backslash, or NUL for a byte written as it is.
+void appendNumber(Text& text, double number)
+{
+    char* const room = text.roomFor(longestNumber);
+    text.endAt(
+        std::to_chars(room, room + longestNumber, number, std::chars_format::general, 34).ptr);
+}
+
+constexpr ByteSet escapedBytes("\b\t\n\f\r\"\\");
+
+/// The letter that stands for an escaped byte behind the backslash.
 char escapeLetter(char byte)
 {
     switch (byte) {
@@ -45,81 +119,66 @@ char escapeLetter(char byte)
         return 'f';
     case '\r':
         return 'r';
-    case '"':
-    case '\\':
-        return byte;
     default:
-        return '\0';
+        return byte;
     }
 }
 
-void appendString(std::string& text, const std::string& string)
+void appendString(Text& text, std::string_view string)
 {
-    text += '"';
-    std::size_t run = 0;
-    for (std::size_t index = 0; index < string.size(); ++index) {
-        if (const char letter = escapeLetter(string[index]); letter != '\0') {
-            text.append(string, run, index - run);
-            text += '\\';
-            text += letter;
-            run = index + 1;
+    char* end = text.roomFor(2 * string.size() + 2);
+    *end++ = '"';
+    for (const char byte : string) {
+        if (escapedBytes.has(byte)) [[unlikely]] {
+            *end++ = '\\';
+            *end++ = escapeLetter(byte);
+        } else {
+            *end++ = byte;
         }
     }
-    text.append(string, run);
-    text += '"';
+    *end++ = '"';
+    text.endAt(end);
 }
 
-void appendMember(std::string& text, const JsonMember& member, std::uint64_t level)
+void appendMember(Text& text, const JsonMember& member, std::uint64_t level)
 {
-    appendIndentation(text, level);
     appendString(text, member.name);
-    text += ": ";
+    text.append(": ");
     appendValue(text, member.value, level);
 }
 
-void appendObject(std::string& text, const JsonObject& object, std::uint64_t level)
+void appendObject(Text& text, const JsonObject& object, std::uint64_t level)
 {
-    if (object.empty()) {
-        text += "{}";
-        return;
-    }
-    const bool compact = level == 0;
-    const char* separator = compact ? "{" : "{\n";
-    for (const auto& [key, member] : object) {
-        text += separator;
+    bool first = true;
+    text.append('{');
+    for (const JsonMember& member : object) {
+        separate(text, first, level);
         appendMember(text, member, level);
-        separator = compact ? ", " : ",\n";
+        first = false;
     }
-    if (!compact) {
-        text += '\n';
-        appendIndentation(text, level - 1);
+    if (!first && level != 0) {
+        breakLine(text, level - 1);
     }
-    text += '}';
+    text.append('}');
 }
 
-void appendArray(std::string& text, const JsonArray& array, std::uint64_t level)
+void appendArray(Text& text, const JsonArray& array, std::uint64_t level)
 {
-    if (array.empty()) {
-        text += "[]";
-        return;
-    }
-    const bool compact = level == 0;
-    const std::uint64_t inner = compact ? 0 : level + 1;
-    const char* separator = compact ? "[" : "[\n";
+    const std::uint64_t inner = level == 0 ? 0 : level + 1;
+    bool first = true;
+    text.append('[');
     for (const JsonValue& element : array) {
-        text += separator;
-        appendIndentation(text, inner);
+        separate(text, first, inner);
         appendValue(text, element, inner);
-        separator = compact ? ", " : ",\n";
+        first = false;
     }
-    if (!compact) {
-        text += '\n';
-        appendIndentation(text, level);
+    if (!first && level != 0) {
+        breakLine(text, level);
     }
-    text += ']';
+    text.append(']');
 }
 
-void appendValue(std::string& text, const JsonValue& value, std::uint64_t level)
+void appendValue(Text& text, const JsonValue& value, std::uint64_t level)
 {
     switch (value.type()) {
     case JsonType::integer:
@@ -129,7 +188,11 @@ void appendValue(std::string& text, const JsonValue& value, std::uint64_t level)
         appendNumber(text, value.number());
         break;
     case JsonType::boolean:
-        text += value.boolean() ? "true" : "false";
+        if (value.boolean()) {
+            text.append("true");
+        } else {
+            text.append("false");
+        }
         break;
     case JsonType::string:
         appendString(text, value.string());
@@ -141,37 +204,77 @@ void appendValue(std::string& text, const JsonValue& value, std::uint64_t level)
         appendArray(text, value.array(), level);
         break;
     default:
-        text += "null";
+        text.append("null");
         break;
     }
+}
+
+std::size_t expectedLength(const JsonObject& object, std::uint64_t level);
+std::size_t expectedLength(const JsonArray& array, std::uint64_t level);
+
+/// The length of a value's text or a little more, as long as few bytes are escaped. Deep down a
+/// text is nearly all indentation, and to let it grow there would cost three times its memory.
+std::size_t expectedLength(const JsonValue& value, std::uint64_t level)
+{
+    switch (value.type()) {
+    case JsonType::string:
+        return value.string().size() + 2;
+    case JsonType::object:
+        return expectedLength(value.object(), level + 1);
+    case JsonType::array:
+        return expectedLength(value.array(), level + 1);
+    default:
+        return 8;  // more than most of them take
+    }
+}
+
+std::size_t expectedLength(const JsonObject& object, std::uint64_t level)
+{
+    const std::size_t lineBreak = 1 + 2 * level;
+    std::size_t length = 2 + lineBreak + object.size() * (lineBreak + 5);
+    for (const JsonMember& member : object) {
+        length += member.name.size() + expectedLength(member.value, level);
+    }
+    return length;
+}
+
+std::size_t expectedLength(const JsonArray& array, std::uint64_t level)
+{
+    const std::size_t lineBreak = 1 + 2 * level;
+    std::size_t length = 2 + lineBreak + array.size() * (lineBreak + 1);
+    for (const JsonValue& element : array) {
+        length += expectedLength(element, level);
+    }
+    return length;
 }
 
 }  // namespace
 
 std::string JsonWriter::writeValue(const JsonValue& value, std::uint64_t level)
 {
-    std::string text;
+    Text text(0);
     appendValue(text, value, level);
-    return text;
+    return text.take();
 }
 
 std::string JsonWriter::writeObject(const JsonObject& object, std::uint64_t level)
 {
-    std::string text;
+    Text text(expectedLength(object, level));
     appendObject(text, object, level);
-    return text;
+    return text.take();
 }
 
 std::string JsonWriter::writeMember(const JsonMember& member, std::uint64_t level)
 {
-    std::string text;
+    Text text(2 * level);
+    text.endAt(std::fill_n(text.roomFor(2 * level), 2 * level, ' '));
     appendMember(text, member, level);
-    return text;
+    return text.take();
 }
 
 std::string JsonWriter::writeString(const std::string& string)
 {
-    std::string text;
+    Text text(0);
     appendString(text, string);
-    return text;
+    return text.take();
 }

@@ -14,11 +14,14 @@ work=build/compare
 rm -rf "$work"
 mkdir -p "$work/before" "$work/after"
 
-git archive "$revision" json | tar -x -C "$work/before"
+# Each with its own way of calling json/, whose interface may have changed too.
+git archive "$revision" json bench/compare | tar -x -C "$work/before"
+mkdir -p "$work/after/bench"
 cp -R json "$work/after"
+cp -R bench/compare "$work/after/bench"
 for side in before after; do
     ${CXX:-g++} -std=c++20 -O2 -I"$work/$side" -o "$work/$side/outcomes" \
-        bench/compare/outcomes.cpp "$work/$side"/json/*.cpp &
+        "$work/$side/bench/compare/outcomes.cpp" "$work/$side"/json/*.cpp &
 done
 wait
 for side in before after; do

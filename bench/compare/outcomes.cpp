@@ -325,9 +325,9 @@ std::string outcomeOf(const std::string& text)
     JsonObject root;
     JsonValue earlier;
     earlier.setString("earlier");
-    storeMember(root, "a", earlier);
+    root.store("a", earlier);
     JsonObject target = root;
-    storeMember(target, "k", earlier);
+    target.store("k", earlier);
 
     std::uint64_t position = untouchedPosition;
     const JsonCode code = JsonParser::parse(root, text, position);
@@ -336,7 +336,7 @@ std::string outcomeOf(const std::string& text)
     for (const std::uint64_t level : {2U, 0U}) {
         outcome += JsonWriter::writeObject(root, level) + '\n';
     }
-    mergeObject(target, root);
+    target.merge(root);
     JsonValue whole;
     whole.setObject(target);
     const JsonValue copy(whole);

@@ -136,10 +136,13 @@ std::string tryAccepted(const std::string& text, const Reading& whole)
         } else if (value.type() == JsonType::string && !isReadable(value.string())) {
             fault = "a control byte came into a string";
         } else if (value.type() == JsonType::object) {
-            for (const auto& [key, member] : value.object()) {
-                if (member.name != key || !isReadable(key)) {
-                    fault = "a key is not the member's name, or holds a control byte";
+            const JsonMember* before = nullptr;
+            for (const JsonMember& member : value.object()) {
+                if (!isReadable(member.name) ||
+                    (before != nullptr && before->name >= member.name)) {
+                    fault = "a key is out of order, or holds a control byte";
                 }
+                before = &member;
             }
         }
     });
@@ -193,8 +196,8 @@ std::string tryInside(const std::string& text, const Reading& whole)
     const Reading outer = read(before + text + "}");
     if (whole.code == JsonCode::ok) {
         if (outer.code != JsonCode::ok || outer.tree.size() != 1 ||
-            outer.tree.begin()->second.value.type() != JsonType::object ||
-            !alike(outer.tree.begin()->second.value.object(), whole.tree)) {
+            outer.tree.begin()->value.type() != JsonType::object ||
+            !alike(outer.tree.begin()->value.object(), whole.tree)) {
             return "inside another document the text is not the same object";
         }
         return "";

@@ -62,16 +62,15 @@ std::size_t depthOfValue(const JsonValue& value)
 bool alike(const JsonObject& left, const JsonObject& right)
 {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](const auto& one, const auto& other) {
-                          return one.first == other.first && one.second.name == other.second.name &&
-                                 alikeValues(one.second.value, other.second.value);
+                      [](const JsonMember& one, const JsonMember& other) {
+                          return one.name == other.name && alikeValues(one.value, other.value);
                       });
 }
 
 std::size_t depthOf(const JsonObject& object)
 {
     std::size_t deepest = 0;
-    for (const auto& [key, member] : object) {
+    for (const JsonMember& member : object) {
         deepest = std::max(deepest, depthOfValue(member.value));
     }
     return deepest + 1;

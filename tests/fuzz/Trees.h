@@ -22,7 +22,7 @@ void forEachValue(JsonValue& value, const Function& function)
 {
     function(value);
     if (value.type() == JsonType::object) {
-        for (auto& [key, member] : value.object()) {
+        for (JsonMember& member : value.object()) {
             forEachValue(member.value, function);
         }
     } else if (value.type() == JsonType::array) {
@@ -35,7 +35,7 @@ void forEachValue(JsonValue& value, const Function& function)
 template <typename Function>
 void forEachValue(JsonObject& object, const Function& function)
 {
-    for (auto& [key, member] : object) {
+    for (JsonMember& member : object) {
         forEachValue(member.value, function);
     }
 }

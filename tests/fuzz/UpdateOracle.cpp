@@ -97,8 +97,8 @@ std::string trimmed(const std::string& text)
 
 JsonValue* memberIn(JsonObject& object, const std::string& key)
 {
-    const auto found = object.find(key);
-    return found == object.end() ? nullptr : &found->second.value;
+    JsonMember* const found = object.find(key);
+    return found == nullptr ? nullptr : &found->value;
 }
 
 /// What a left-over of this kind looks like while nothing is written.

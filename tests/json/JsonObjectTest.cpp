@@ -17,8 +17,8 @@ namespace {
 std::vector<std::string> keysOf(const JsonObject& object)
 {
     std::vector<std::string> keys;
-    for (const auto& [key, member] : object) {
-        keys.push_back(key);
+    for (const JsonMember& member : object) {
+        keys.push_back(member.name);
     }
     return keys;
 }
@@ -44,7 +44,7 @@ TEST(JsonObject, OrdersKeysByUnsignedBytesAndShorterFirst)
         "b",    "\x7f", "\x80",  "\x80z", "\xc3\xa4", "\xff", "\xff\xff"};
     JsonObject tree;
     for (auto key = ordered.rbegin(); key != ordered.rend(); ++key) {
-        storeMember(tree, *key, JsonValue());
+        tree.store(*key, JsonValue());
     }
     EXPECT_EQ(keysOf(tree), ordered);
 }
@@ -53,7 +53,7 @@ TEST(JsonObject, ListsItsMembersByKeyWhateverTheOrderTheyWereStoredIn)
 {
     JsonObject tree;
     for (const char* key : {"b", "a", "ab"}) {
-        storeMember(tree, key, JsonValue());
+        tree.store(key, JsonValue());
     }
     EXPECT_EQ(keysOf(tree), (std::vector<std::string>{"a", "ab", "b"}));
 }
@@ -83,30 +83,84 @@ TEST(JsonObject, IsUnchangedByAssignmentToItself)
     EXPECT_EQ(tree, content);
 }
 
-TEST(StoreMember, AddsAMemberThatKnowsItsKey)
+TEST(JsonObjectOfText, OrdersMembersByKeyAndKeepsTheLastOfEach)
+{
+    struct Row {
+        const char* name;
+        std::vector<JsonMember> text;
+        JsonObject expected;
+    };
+    const std::vector<Row> rows = {
+        {"none", {}, {}},
+        {"in order",
+         {{"a", integer(1)}, {"b", integer(2)}},
+         members({{"a", integer(1)}, {"b", integer(2)}})},
+        {"backwards",
+         {{"b", integer(2)}, {"ab", integer(3)}, {"a", integer(1)}},
+         members({{"a", integer(1)}, {"ab", integer(3)}, {"b", integer(2)}})},
+        {"an empty key",
+         {{"\0"s, integer(2)}, {"", integer(1)}},
+         members({{"", integer(1)}, {"\0"s, integer(2)}})},
+        {"bytes above 127",
+         {{"\xff", integer(3)}, {"\x7f", integer(1)}, {"\x80", integer(2)}},
+         members({{"\x7f", integer(1)}, {"\x80", integer(2)}, {"\xff", integer(3)}})},
+        {"one key twice",
+         {{"a", string("first")}, {"a", integer(2)}},
+         members({{"a", integer(2)}})},
+        {"one key thrice between others",
+         {{"b", integer(1)},
+          {"c", integer(2)},
+          {"b", integer(3)},
+          {"a", integer(4)},
+          {"b", array({integer(5)})}},
+         members({{"a", integer(4)}, {"b", array({integer(5)})}, {"c", integer(2)}})},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::vector<JsonMember> text = row.text;
+        EXPECT_EQ(JsonObject::ofText(text), row.expected);
+    }
+}
+
+TEST(JsonObjectOfText, KeepsTheLastOfManyWithTheSameKey)
+{
+    std::vector<JsonMember> text;
+    for (int number = 0; number < 1000; ++number) {
+        text.push_back({std::string(1, static_cast<char>('a' + number % 7)), integer(number)});
+    }
+    EXPECT_EQ(JsonObject::ofText(text), members({{"a", integer(994)},
+                                                 {"b", integer(995)},
+                                                 {"c", integer(996)},
+                                                 {"d", integer(997)},
+                                                 {"e", integer(998)},
+                                                 {"f", integer(999)},
+                                                 {"g", integer(993)}}));
+}
+
+TEST(JsonObjectStore, AddsAMemberThatKnowsItsKey)
 {
     JsonObject tree;
-    storeMember(tree, "key", integer(5));
+    tree.store("key", integer(5));
     ASSERT_EQ(keysOf(tree), std::vector<std::string>{"key"});
     EXPECT_EQ(tree["key"].name, "key");
     EXPECT_EQ(tree["key"].value, integer(5));
 }
 
-TEST(StoreMember, AddsAMemberAtEveryPlaceAmongOthers)
+TEST(JsonObjectStore, AddsAMemberAtEveryPlaceAmongOthers)
 {
     for (const std::string key : {"", "a", "c", "bb", "z"}) {
         SCOPED_TRACE(key);
         JsonObject tree = members({{"b", integer(1)}, {"d", integer(2)}});
-        storeMember(tree, key, boolean(true));
+        tree.store(key, boolean(true));
         EXPECT_EQ(tree, members({{"b", integer(1)}, {"d", integer(2)}, {key, boolean(true)}}));
     }
 }
 
-TEST(StoreMember, TakesAKeyOfAnyBytes)
+TEST(JsonObjectStore, TakesAKeyOfAnyBytes)
 {
     JsonObject tree;
     for (const std::string& key : {""s, "\0"s, "a"s, "a\0b"s, "\xff"s, "\"\\\n"s}) {
-        storeMember(tree, key, string(key));
+        tree.store(key, string(key));
     }
     EXPECT_EQ(tree, members({{"", string("")},
                              {"\0"s, string("\0"s)},
@@ -116,40 +170,29 @@ TEST(StoreMember, TakesAKeyOfAnyBytes)
                              {"\"\\\n", string("\"\\\n")}}));
 }
 
-TEST(StoreMember, GivesAMemberThatIsThereTheNewValue)
+TEST(JsonObjectStore, GivesAMemberThatIsThereTheNewValue)
 {
     for (const char* key : {"a", "b", "c"}) {
         SCOPED_TRACE(key);
         JsonObject tree = members({{"a", integer(1)}, {"b", string("old")}, {"c", object({})}});
         JsonObject expected = tree;
         expected[key].value = array({boolean(true)});
-        storeMember(tree, key, array({boolean(true)}));
+        tree.store(key, array({boolean(true)}));
         EXPECT_EQ(tree, expected);
     }
 }
 
-TEST(StoreMember, MovesNoMember)
+TEST(JsonObjectStore, TakesTheNameInsideAMemberAsItsKey)
 {
-    JsonObject tree = members({{"b", integer(1)}, {"d", integer(2)}});
-    const JsonMember* const b = &tree["b"];
-    const JsonMember* const d = &tree["d"];
-    storeMember(tree, "a", integer(3));
-    storeMember(tree, "c", integer(4));
-    storeMember(tree, "b", string("new value"));
-    storeMember(tree, "e", integer(5));
-    EXPECT_EQ(&tree["b"], b);
-    EXPECT_EQ(&tree["d"], d);
+    const std::string key(100, 'k');
+    JsonObject tree = members({{"a", integer(1)}, {key, integer(2)}});
+    tree.store(tree[key].name, integer(3));
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {key, integer(3)}}));
+    tree.store(tree["a"].name + key, integer(4));
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {"a" + key, integer(4)}, {key, integer(3)}}));
 }
 
-TEST(StoreMember, RepairsTheNameOfAMemberThatIsThere)
-{
-    JsonObject tree = members({{"a", integer(1)}});
-    tree["a"].name = "astray";
-    storeMember(tree, "a", integer(2));
-    EXPECT_EQ(tree, members({{"a", integer(2)}}));
-}
-
-TEST(EraseMember, RemovesTheMemberAndReturnsOne)
+TEST(JsonObjectErase, RemovesTheMemberAndReturnsOne)
 {
     for (const char* key : {"a", "b", "c"}) {
         SCOPED_TRACE(key);
@@ -157,133 +200,133 @@ TEST(EraseMember, RemovesTheMemberAndReturnsOne)
             {{"a", object({{"x", string("y")}})}, {"b", string("s")}, {"c", array({integer(1)})}});
         JsonObject expected = tree;
         expected.erase(key);
-        EXPECT_EQ(eraseMember(tree, key), 1);
+        EXPECT_EQ(tree.erase(key), 1);
         EXPECT_EQ(tree, expected);
     }
 }
 
-TEST(EraseMember, ReturnsZeroAndChangesNothingWhereTheKeyIsMissing)
+TEST(JsonObjectErase, ReturnsZeroAndChangesNothingWhereTheKeyIsMissing)
 {
     const JsonObject content = members({{"a", integer(1)}, {"ab", integer(2)}});
     for (const std::string& key : {""s, "A"s, "b"s, "abc"s, "a\0"s}) {
         SCOPED_TRACE(key);
         JsonObject tree = content;
-        EXPECT_EQ(eraseMember(tree, key), 0);
+        EXPECT_EQ(tree.erase(key), 0);
         EXPECT_EQ(tree, content);
     }
     JsonObject empty;
-    EXPECT_EQ(eraseMember(empty, "a"), 0);
+    EXPECT_EQ(empty.erase("a"), 0);
     EXPECT_TRUE(empty.empty());
 }
 
-TEST(EraseMember, FindsAKeyOnlyOnce)
+TEST(JsonObjectErase, FindsAKeyOnlyOnce)
 {
     JsonObject tree = members({{"a", integer(1)}});
-    EXPECT_EQ(eraseMember(tree, "a"), 1);
-    EXPECT_EQ(eraseMember(tree, "a"), 0);
+    EXPECT_EQ(tree.erase("a"), 1);
+    EXPECT_EQ(tree.erase("a"), 0);
     EXPECT_TRUE(tree.empty());
 }
 
-TEST(EraseMember, TakesTheNameInsideTheMemberAsItsKey)
+TEST(JsonObjectErase, TakesTheNameInsideTheMemberAsItsKey)
 {
     const std::string key(100, 'k');
     JsonObject tree = members({{key, integer(1)}, {"other", integer(2)}});
-    EXPECT_EQ(eraseMember(tree, tree[key].name), 1);
+    EXPECT_EQ(tree.erase(tree[key].name), 1);
     EXPECT_EQ(tree, members({{"other", integer(2)}}));
 }
 
-TEST(EraseMember, FindsAKeyThatHoldsANulByte)
+TEST(JsonObjectErase, FindsAKeyThatHoldsANulByte)
 {
     JsonObject tree = members({{"a", integer(1)}, {"a\0b"s, integer(2)}});
-    EXPECT_EQ(eraseMember(tree, "a\0b"s), 1);
+    EXPECT_EQ(tree.erase("a\0b"s), 1);
     EXPECT_EQ(tree, members({{"a", integer(1)}}));
 }
 
-TEST(MergeObject, TakesTheSourcesValueForAKeyThatBothHave)
+TEST(JsonObjectMerge, TakesTheSourcesValueForAKeyThatBothHave)
 {
     JsonObject target = members({{"b", integer(3)}, {"c", integer(4)}});
     const JsonObject source = members({{"a", integer(1)}, {"b", integer(2)}});
-    mergeObject(target, source);
+    target.merge(source);
     EXPECT_EQ(target, members({{"a", integer(1)}, {"b", integer(2)}, {"c", integer(4)}}));
     EXPECT_EQ(source, members({{"a", integer(1)}, {"b", integer(2)}}));
 }
 
-TEST(MergeObject, ChangesNothingByAnEmptySource)
+TEST(JsonObjectMerge, ChangesNothingByAnEmptySource)
 {
     const JsonObject content = members({{"a", integer(1)}});
     JsonObject target = content;
-    mergeObject(target, JsonObject());
+    target.merge(JsonObject());
     EXPECT_EQ(target, content);
 }
 
-TEST(MergeObject, CopiesTheSourceIntoAnEmptyTarget)
+TEST(JsonObjectMerge, CopiesTheSourceIntoAnEmptyTarget)
 {
     const JsonObject source = members({{"a", integer(1)}, {"b", string("s")}});
     JsonObject target;
-    mergeObject(target, source);
+    target.merge(source);
     EXPECT_EQ(target, source);
 }
 
-TEST(MergeObject, ReplacesAnObjectWholeInsteadOfMergingItsMembers)
+TEST(JsonObjectMerge, ReplacesAnObjectWholeInsteadOfMergingItsMembers)
 {
     JsonObject target = members({{"a", object({{"x", integer(1)}})}});
-    mergeObject(target, members({{"a", object({{"y", integer(2)}})}}));
+    target.merge(members({{"a", object({{"y", integer(2)}})}}));
     EXPECT_EQ(target, members({{"a", object({{"y", integer(2)}})}}));
 }
 
-TEST(MergeObject, ChangesTheKindOfAValue)
+TEST(JsonObjectMerge, ChangesTheKindOfAValue)
 {
     JsonObject target = members({{"a", string("s")}, {"b", array({integer(1)})}});
-    mergeObject(target, members({{"a", JsonValue()}, {"b", string("t")}}));
+    target.merge(members({{"a", JsonValue()}, {"b", string("t")}}));
     EXPECT_EQ(target, members({{"a", JsonValue()}, {"b", string("t")}}));
 }
 
-TEST(MergeObject, CopiesDeeply)
+TEST(JsonObjectMerge, CopiesDeeply)
 {
     JsonObject source = members({{"a", array({string("s")})}});
     JsonObject target;
-    mergeObject(target, source);
+    target.merge(source);
     source["a"].value.array().front().string() = "changed";
     EXPECT_EQ(target, members({{"a", array({string("s")})}}));
     target["a"].value.array().clear();
     EXPECT_EQ(source, members({{"a", array({string("changed")})}}));
 }
 
-TEST(MergeObject, ChangesNothingWhereTheSourceIsTheTarget)
+TEST(JsonObjectMerge, ChangesNothingWhereTheSourceIsTheTarget)
 {
     const JsonObject content =
         members({{"a", array({string("s")})}, {"b", object({{"c", integer(1)}})}});
     JsonObject tree = content;
-    mergeObject(tree, tree);
+    tree.merge(tree);
     EXPECT_EQ(tree, content);
 }
 
-TEST(MergeObject, TakesAPartOfTheTarget)
+TEST(JsonObjectMerge, TakesAPartOfTheTarget)
 {
     JsonObject tree =
         members({{"a", object({{"b", integer(2)}, {"c", integer(3)}})}, {"b", integer(1)}});
-    mergeObject(tree, tree["a"].value.object());
+    tree.merge(tree["a"].value.object());
     EXPECT_EQ(tree, members({{"a", object({{"b", integer(2)}, {"c", integer(3)}})},
                              {"b", integer(2)},
                              {"c", integer(3)}}));
 }
 
-TEST(MergeObject, TakesAPartOfTheTargetThatReplacesItself)
+TEST(JsonObjectMerge, TakesAPartOfTheTargetThatReplacesItself)
 {
     const std::string longText(100, 'x');
     JsonObject tree =
         members({{"a", object({{"a", integer(1)}, {"b", string(longText)}, {"c", integer(3)}})}});
-    mergeObject(tree, tree["a"].value.object());
+    tree.merge(tree["a"].value.object());
     EXPECT_EQ(tree, members({{"a", integer(1)}, {"b", string(longText)}, {"c", integer(3)}}));
 }
 
-TEST(MergeObject, MergesAWholeIntoAPartOfIt)
+TEST(JsonObjectMerge, MergesAWholeIntoAPartOfIt)
 {
     JsonObject tree = members({{"a", object({{"b", integer(2)}})}, {"c", integer(3)}});
     const JsonObject before = tree;
-    mergeObject(tree["a"].value.object(), tree);
+    tree["a"].value.object().merge(tree);
     JsonObject part = before;
-    part["b"] = JsonMember{"b", integer(2)};
+    part["b"].value = integer(2);
     EXPECT_EQ(tree["a"].value.object(), part);
     EXPECT_EQ(tree["c"].value, integer(3));
     EXPECT_EQ(tree.size(), 2U);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -169,6 +170,28 @@ TEST(JsonParser, ReadsNumbersAsStrtollAndStrtodDo)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         expectNumber(row.text, row.expected);
+    }
+}
+
+TEST(JsonParser, ReadsEveryDecimalAsStrtodDoes)
+{
+    std::mt19937_64 bits(1);
+    const auto digits = [&bits](std::uint64_t count) {
+        std::string text;
+        for (; count > 0; --count) {
+            text += static_cast<char>('0' + bits() % 10);
+        }
+        return text;
+    };
+    for (std::uint64_t before = 0; before <= 18; ++before) {
+        for (std::uint64_t after = before == 0 ? 1 : 0; after <= 18; ++after) {
+            for (int times = 0; times < 20; ++times) {
+                const std::string text =
+                    (times % 2 == 0 ? "" : "-") + digits(before) + "." + digits(after);
+                SCOPED_TRACE(text);
+                expectNumber(text, number(std::strtod(text.c_str(), nullptr)));
+            }
+        }
     }
 }
 

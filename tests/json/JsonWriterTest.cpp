@@ -198,13 +198,6 @@ TEST(JsonWriter, OrdersMembersByTheBytesOfTheirKeys)
               "{\"\": 5, \"Zeta\": 2, \"al\": 4, \"alpha\": 1, \"~\": 6, \"\xc3\xa4\": 3}");
 }
 
-TEST(JsonWriter, WritesTheNameHeldInTheMember)
-{
-    JsonObject tree = members({{"a", integer(1)}, {"b", integer(2)}});
-    tree["a"].name = "z";
-    EXPECT_EQ(JsonWriter::writeObject(tree, 0), R"({"z": 1, "b": 2})");
-}
-
 TEST(JsonWriter, EscapesSevenBytesAndCopiesAllOthers)
 {
     for (int byte = 0; byte < 256; ++byte) {

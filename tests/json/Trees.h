@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -58,7 +59,7 @@ inline JsonObject members(std::initializer_list<std::pair<std::string, JsonValue
 {
     JsonObject result;
     for (const auto& [key, value] : list) {
-        result[key] = JsonMember{key, value};
+        result[key].value = value;
     }
     return result;
 }
@@ -82,6 +83,11 @@ bool operator==(const JsonValue& left, const JsonValue& right);
 inline bool operator==(const JsonMember& left, const JsonMember& right)
 {
     return left.name == right.name && left.value == right.value;
+}
+
+inline bool operator==(const JsonObject& left, const JsonObject& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end());
 }
 
 /// Doubles are alike bit by bit, which tells -0.0 from 0.0, or where both are not a number.

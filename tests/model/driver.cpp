@@ -24,7 +24,7 @@ namespace {
 // What a caller is promised beside the result.
 constexpr std::uint8_t positionTouchedOnSuccess = 1;
 constexpr std::uint8_t destinationTouchedOnFailure = 2;
-constexpr std::uint8_t nameDiffersFromKey = 4;
+constexpr std::uint8_t keysOutOfOrder = 4;
 
 struct Answer {
     JsonCode code = JsonCode::ok;
@@ -59,11 +59,13 @@ void describeNumber(double number, std::string& description)
 void describeObject(const JsonObject& object, Answer& answer)
 {
     answer.description += "(";
-    for (const auto& [key, member] : object) {
-        if (member.name != key) {
-            answer.brokenPromises |= nameDiffersFromKey;
+    const JsonMember* before = nullptr;
+    for (const JsonMember& member : object) {
+        if (before != nullptr && before->name >= member.name) {
+            answer.brokenPromises |= keysOutOfOrder;
         }
-        describeString(key, answer.description);
+        before = &member;
+        describeString(member.name, answer.description);
         answer.description += "=";
         describeValue(member.value, answer);
         answer.description += ",";

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <array>
+#include <string_view>
+
+/// A set of bytes. To ask whether it has a byte costs the same however many it has.
+class ByteSet {
+public:
+    constexpr explicit ByteSet(std::string_view bytes)
+    {
+        for (const char byte : bytes) {
+            add(byte);
+        }
+    }
+
+    constexpr void add(char byte) { members[static_cast<unsigned char>(byte)] = true; }
+
+    [[nodiscard]] constexpr bool has(char byte) const
+    {
+        return members[static_cast<unsigned char>(byte)];
+    }
+
+private:
+    std::array<bool, 256> members{};
+};
