@@ -83,6 +83,14 @@ TEST(JsonObject, IsUnchangedByAssignmentToItself)
     EXPECT_EQ(tree, content);
 }
 
+TEST(JsonObject, IsEmptyOnceItIsCleared)
+{
+    JsonObject tree = members({{"a", integer(1)}, {"b", string("s")}});
+    tree.clear();
+    EXPECT_TRUE(tree.empty());
+    EXPECT_EQ(tree.find("a"), nullptr);
+}
+
 TEST(JsonObjectOfText, OrdersMembersByKeyAndKeepsTheLastOfEach)
 {
     struct Row {
@@ -135,6 +143,18 @@ TEST(JsonObjectOfText, KeepsTheLastOfManyWithTheSameKey)
                                                  {"e", integer(998)},
                                                  {"f", integer(999)},
                                                  {"g", integer(993)}}));
+}
+
+TEST(JsonObjectOfText, OrdersManyKeysThatBeginAlike)
+{
+    std::vector<JsonMember> text;
+    JsonObject expected;
+    for (int number = 0; number < 100; ++number) {
+        const int scattered = number * 37 % 100;
+        text.push_back({"key" + std::to_string(100 + scattered), integer(scattered)});
+        expected["key" + std::to_string(100 + number)].value = integer(number);
+    }
+    EXPECT_EQ(JsonObject::ofText(text), expected);
 }
 
 TEST(JsonObjectStore, AddsAMemberThatKnowsItsKey)
