@@ -158,7 +158,7 @@ class Machine:
         run(["dtc", "-q", "-I", "dts", "-O", "dtb", "-o", binary, text])
         return binary
 
-    def boot(self, console, scripts, disks, options="", chip="gpio0", seconds=300,
+    def boot(self, console, scripts, disks, options="", chip="gpio0", seconds=900,
              cut_at=None, cut_after=0.0):
         """Runs the guest's scripts to their end, or cuts the power so many seconds after the first
         line that begins like cut_at. Returns the results and the other lines that begin with "@";

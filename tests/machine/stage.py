@@ -139,7 +139,7 @@ class Stage:
         for disk in disks:
             disk.log = None
         states = {}
-        for line in self.boot("inspect", "inspect", disks, options, seconds=900):
+        for line in self.boot("inspect", "inspect", disks, options):
             _, disk, number, state = line.split()
             states[disk, int(number)] = state
         for disk in disks:

@@ -23,6 +23,9 @@ prepare() {
     *-unsynced,ext4) options=$options,commit=300 ;; # by itself it would write after 5 s
     esac
     mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
+    case $1,$2 in
+    *-unsynced,f2fs) echo 3600 | tee /sys/fs/f2fs/*/cp_interval >/tmp/none ;; # likewise after 60 s
+    esac
     echo other >"/cut/$1/other"
     sync
 }
