@@ -74,8 +74,9 @@ std::int32_t ReplacingFile::finish()
     if (std::rename(temporaryName.c_str(), finalName.c_str()) != 0) {
         return -3;
     }
-    syncBestEffort(directoryOf(finalName));
-    // On FAT the new name leads to the bytes only once the file itself is synced again.
+    // The file before its folder: FAT frees the old bytes with the rename, and the final name leads to
+    // the new ones only once the file itself is synced again.
     syncBestEffort(finalName);
+    syncBestEffort(directoryOf(finalName));
     return 0;
 }

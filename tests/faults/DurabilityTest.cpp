@@ -67,10 +67,10 @@ TEST_P(Durability, ComesFromSyncingTheBytesBeforeTheRenameAndTheNameAfterIt)
                   "fsync /appliance/config.json.filsec",
                   "close /appliance/config.json.filsec",
                   "rename /appliance/config.json.filsec /appliance/config.json",
-                  "fsync /appliance",
-                  "close /appliance",
                   "fsync /appliance/config.json",
                   "close /appliance/config.json",
+                  "fsync /appliance",
+                  "close /appliance",
               }));
     RecordProperty("orders of calls", 1);
 }

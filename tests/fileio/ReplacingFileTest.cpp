@@ -721,7 +721,7 @@ TEST_F(ReplacingFileTest, FinishesInItsDestructorWhenDestroyedAsAStream)
     }
 }
 
-TEST_F(ReplacingFileTest, SyncsTheBytesBeforeTheRenameThenTheFolderThenTheFileAgain)
+TEST_F(ReplacingFileTest, SyncsTheBytesBeforeTheRenameThenTheFileAgainThenTheFolder)
 {
     fs::create_directory(folder + "/sub");
     struct Row {
@@ -730,12 +730,12 @@ TEST_F(ReplacingFileTest, SyncsTheBytesBeforeTheRenameThenTheFolderThenTheFileAg
         Names synced;
     };
     const Row rows[] = {
-        {"in a folder", path, {path + ".filsec 3", folder, path + " 3"}},
+        {"in a folder", path, {path + ".filsec 3", path + " 3", folder}},
         {"in a folder below the current one",
          "sub/file",
-         {folder + "/sub/file.filsec 3", folder + "/sub", folder + "/sub/file 3"}},
-        {"in the current folder", "file", {folder + "/file.filsec 3", folder, folder + "/file 3"}},
-        {"in the root folder", "/file", {"/file.filsec 3", "/", "/file 3"}},
+         {folder + "/sub/file.filsec 3", folder + "/sub/file 3", folder + "/sub"}},
+        {"in the current folder", "file", {folder + "/file.filsec 3", folder + "/file 3", folder}},
+        {"in the root folder", "/file", {"/file.filsec 3", "/file 3", "/"}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

@@ -56,7 +56,7 @@ class Stage:
 
     def run_all(self):
         self.run_program()
-        self.run_power_cuts(1, "small")
+        self.run_power_cuts(1, "big")
         if self.extent == "short":
             self.run_kills(2)
             return
