@@ -351,3 +351,19 @@ TEST(JsonWriter, WritesDoublesAsAStreamOfPrecision34Does)
         expectAlike(std::bit_cast<double>(bits & 0x800f'ffff'ffff'ffff));
     }
 }
+
+// Where the room for a text ends is nobody's business: it has to be enough at every place.
+TEST(JsonWriter, IndentsAtEveryLengthOfTheTextBefore)
+{
+    for (const std::uint64_t level : {1U, 7U, 8U, 9U, 30U, 100U}) {
+        SCOPED_TRACE(level);
+        const std::string outer = "\n" + std::string(2 * level, ' ');
+        const std::string inner = outer + "  ";
+        for (std::size_t length = 0; length < 300; ++length) {
+            const std::string filling(length, 'x');
+            ASSERT_EQ(JsonWriter::writeValue(array({string(filling), array({integer(1)})}), level),
+                      "[" + inner + '"' + filling + "\"," + inner + "[" + inner + "  1" + inner +
+                          "]" + outer + "]");
+        }
+    }
+}
