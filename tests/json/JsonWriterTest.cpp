@@ -367,3 +367,17 @@ TEST(JsonWriter, IndentsAtEveryLengthOfTheTextBefore)
         }
     }
 }
+
+TEST(JsonWriter, EscapesAtEveryLengthOfTheTextBefore)
+{
+    for (std::size_t length = 0; length < 60; ++length) {
+        const std::string filling(length, 'x');
+        std::string escaped;
+        for (std::size_t count = 0; count < 60; ++count) {
+            ASSERT_EQ(JsonWriter::writeValue(
+                          array({string(filling), string(std::string(count, '\n'))}), 0),
+                      "[\"" + filling + "\", \"" + escaped + "\"]");
+            escaped += "\\n";
+        }
+    }
+}
