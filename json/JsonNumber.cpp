@@ -70,8 +70,8 @@ const char* readPlainDecimal(const char* text, double& number)
         return nullptr;
     }
     const char* const end = readDigits(point + 1, value);
-    if (end - digits < 2 || end - digits > 16 ||
-        !valueEnds.has(*end)) {  // a point alone is no number
+    // A point alone is no number.
+    if (end - digits < 2 || end - digits > 16 || !valueEnds.has(*end)) {
         return nullptr;
     }
     number = static_cast<double>(value) / powersOfTen[static_cast<std::size_t>(end - point - 1)];
