@@ -150,12 +150,12 @@ private:
     template <typename Value>
     void take(Value&& other)
     {
-        if (other.ownsMemory()) {
+        tag = other.tag;
+        if (ownsMemory()) {
             takePayload(std::forward<Value>(other));
         } else {
             payload.scalar = other.payload.scalar;
         }
-        tag = other.tag;
     }
     template <typename Value>
     void takePayload(Value&& other);

@@ -37,7 +37,7 @@ std::string at(const Tree& tree, const std::string& path)
 
 void addTo(Tree& tree, const fs::path& path)
 {
-    struct stat status {};
+    struct stat status = {};
     if (lstat(path.c_str(), &status) != 0) {
         return;
     }

@@ -26,6 +26,16 @@ struct Kind {
     void (*set)(JsonValue&);  // makes a value one of this kind, as the row's value is
 };
 
+void setObject(JsonValue& value)
+{
+    value.setObject(members({{longText, string(longText)}}));
+}
+
+void setArray(JsonValue& value)
+{
+    value.setArray({string(longText), array({integer(1)})});
+}
+
 std::vector<Kind> kinds()
 {
     return {
@@ -34,14 +44,8 @@ std::vector<Kind> kinds()
         {"number", number(1.5), [](JsonValue& value) { value.setNumber(1.5); }},
         {"boolean", boolean(true), [](JsonValue& value) { value.setBoolean(true); }},
         {"string", string(longText), [](JsonValue& value) { value.setString(longText); }},
-        {"object", object({{longText, string(longText)}}),
-         [](JsonValue& value) {
-             value.setObject(members({{longText, string(longText)}}));
-         }},
-        {"array", array({string(longText), array({integer(1)})}),
-         [](JsonValue& value) {
-             value.setArray({string(longText), array({integer(1)})});
-         }},
+        {"object", object({{longText, string(longText)}}), setObject},
+        {"array", array({string(longText), array({integer(1)})}), setArray},
         {"unknown", unknown(), [](JsonValue& value) { value.setUnknown(); }},
     };
 }
