@@ -8,7 +8,7 @@
 ################################################################################
 
 SWITCH_QUERIER_VERSION = 1.0.0
-# A folder with the sources; Buildroot copies them from there.
+# A directory with the sources; Buildroot copies them from there.
 SWITCH_QUERIER_SITE = $(TOPDIR)/../switch-querier
 SWITCH_QUERIER_SITE_METHOD = local
 SWITCH_QUERIER_LICENSE = MIT

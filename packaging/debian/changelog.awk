@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Writes CHANGELOG.md as deb-changelog(5) wants it. Variables: maintainer, and the date of all
-# releases, since the other file has none.
+# Converts CHANGELOG.md to the format of deb-changelog(5). Variables: maintainer, and date, which
+# all releases get because CHANGELOG.md has none.
 
 function end_item(    count, words, i, line) {
     count = split(item, words, " ")

@@ -2,19 +2,19 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 
-# For init scripts, to be sourced:
+# A function for init scripts. To source it:
 #
 #     . /usr/share/doc/switch-querier/examples/switch-mode.sh
 #     switch_mode /config/app.json || exit
 #     echo "working as $mode"
 
-# Runs switch-querier(8) with these arguments. Where it decided, sets mode to "decoder" or "encoder"
-# and returns 0; else says what went wrong, sets mode to nothing and returns the status. It is not
-# for -query, which ends with 0 whatever the mode.
+# Runs switch-querier(8) with these arguments. On success sets mode to "decoder" or "encoder" and
+# returns 0. On failure prints what went wrong, sets mode to the empty string and returns the
+# status. Do not use it with -query, which exits with 0 whatever the mode.
 #
-# A status of 1 is no failure, so the program stands left of "||", where set -e lets it pass. One run
-# at a time, for runs share the temporary file; and not for ever, for a system log that does not
-# read would block it.
+# The status 1 is a success, so the program is the left side of "||", which set -e ignores. flock(1)
+# serialises runs, because they share the temporary file; timeout(1) ends a run that a system log
+# daemon blocks by not reading.
 switch_mode() {
     mode=
     switch_status=0
@@ -29,7 +29,7 @@ switch_mode() {
     1) mode=encoder ;;
     124) echo "switch-querier: stopped after ${SWITCH_MODE_SECONDS:-30} s" >&2 ;;
     126 | 127) echo "switch-querier: cannot be run" >&2 ;;
-    # 152 is a status of the program's own as well.
+    # 152 is also an exit status of the program.
     129 | 13? | 14? | 15[0134])
         echo "switch-querier: killed by signal $((switch_status - 128))" >&2
         ;;
