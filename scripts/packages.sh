@@ -32,11 +32,12 @@ install_missing() {
     }
 }
 
-# The simulated appliance needs namespaces or, where they are refused, proot.
-private_root_packages() {
+# Prints the packages that these files list, one a line; a line that begins with # is a comment.
+# The simulated appliance needs proot only where namespaces are refused.
+packages_of() {
     if unshare -m true 2>/dev/null || unshare -Urm true 2>/dev/null; then
-        :
+        cat "$@" | grep -v -e '^#' -e '^proot$' | sort -u
     else
-        echo proot
+        cat "$@" | grep -v '^#' | sort -u
     fi
 }

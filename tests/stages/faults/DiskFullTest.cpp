@@ -1,0 +1,308 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/appliance/Appliance.h"
+#include "tests/appliance/Files.h"
+#include "tests/program/Documents.h"
+#include "tests/stages/faults/Promise.h"
+#include "tests/stages/faults/RunKind.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Takes the program's console through pipes, which have no size limit that ends a file.
+class PipedConsole {
+public:
+    PipedConsole()
+    {
+        if (pipe(out.data()) != 0 || pipe(err.data()) != 0) {
+            std::perror("pipe");
+            std::abort();
+        }
+    }
+
+    ~PipedConsole()
+    {
+        for (const int fd : {out[0], out[1], err[0], err[1]}) {
+            close(fd);
+        }
+    }
+
+    PipedConsole(const PipedConsole&) = delete;
+    PipedConsole& operator=(const PipedConsole&) = delete;
+
+    /// In the new process.
+    void become() const
+    {
+        dup2(out[1], STDOUT_FILENO);
+        dup2(err[1], STDERR_FILENO);
+        for (const int fd : {out[0], out[1], err[0], err[1]}) {
+            close(fd);
+        }
+    }
+
+    /// Once the program has ended.
+    void take(RunResult& run)
+    {
+        run.out = take(out);
+        run.err = take(err);
+    }
+
+private:
+    static std::string take(std::array<int, 2>& ends)
+    {
+        close(ends[1]);
+        ends[1] = -1;
+        std::string text;
+        std::array<char, 4096> bytes{};
+        for (ssize_t count = 0; (count = read(ends[0], bytes.data(), bytes.size())) > 0;) {
+            text.append(bytes.data(), static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+
+    std::array<int, 2> out{};
+    std::array<int, 2> err{};
+};
+
+/// Runs with files that cannot grow beyond this size, and SIGXFSZ handled like this.
+RunResult runWithFileSizeLimit(Appliance& appliance, const RunKind& kind, std::size_t bytes,
+                               void (*handler)(int))
+{
+    PipedConsole console;
+    const auto limit = [&] {
+        console.become();
+        const rlimit size{bytes, bytes};
+        const rlimit noCore{0, 0};
+        setrlimit(RLIMIT_FSIZE, &size);
+        setrlimit(RLIMIT_CORE, &noCore);
+        std::signal(SIGXFSZ, handler);
+    };
+    RunResult run =
+        appliance.run(kind.arguments, {.name = "switch-querier", .prepare = limit, .wrapper = {}});
+    console.take(run);
+    return run;
+}
+
+/// Every size from none to the whole text, with this step, and those next to a page or a buffer.
+std::set<std::size_t> sizesUpTo(std::size_t size, std::size_t step)
+{
+    std::set<std::size_t> sizes = {size - 1, size};
+    for (std::size_t bytes = 0; bytes < size; bytes += step) {
+        sizes.insert(bytes);
+    }
+    for (const std::size_t edge : {std::size_t{4096}, std::size_t{8192}}) {
+        for (const std::size_t bytes : {edge - 2, edge - 1, edge, edge + 1}) {
+            if (bytes < size) {
+                sizes.insert(bytes);
+            }
+        }
+    }
+    return sizes;
+}
+
+void expectRefusedBelowTheWholeText(const RunKind& kind, std::size_t step)
+{
+    std::set<Tree> repaired;
+    int limits = 0;
+    int more = 0;
+    for (const std::size_t bytes : sizesUpTo(kind.after.size(), step)) {
+        SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(kind.after.size()));
+        Appliance appliance;
+        arrange(kind, appliance);
+        const Tree before = treeNow();
+
+        const RunResult run = runWithFileSizeLimit(appliance, kind, bytes, SIG_IGN);
+
+        EXPECT_TRUE(keepsPromise(kind, run, before, {}));
+        if (bytes < kind.after.size()) {
+            EXPECT_EQ(run.status, 236);
+            EXPECT_TRUE(run.err.ends_with("\nERROR: Cannot write Json file, code 1\n"));
+            EXPECT_EQ(readFile(configPath + ".filsec"), kind.after.substr(0, bytes));
+        } else {
+            EXPECT_EQ(run.status, kind.status);
+        }
+        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        ++limits;
+        if (testing::Test::HasFailure() && ++more == triesAfterFailure) {
+            return;
+        }
+    }
+    testing::Test::RecordProperty("sizes", limits);
+}
+
+TEST(DiskFull, AtEveryByteKeepsTheOldFile)
+{
+    expectRefusedBelowTheWholeText(runKind("Flip"), 1);
+}
+
+TEST(DiskFull, AtManyBytesOfALargeTextKeepsTheOldFile)
+{
+    expectRefusedBelowTheWholeText(runKind("LargeFlip"), 97);
+}
+
+TEST(DiskFull, WithTheDefaultSignalEndsTheRunAndKeepsTheOldFile)
+{
+    const RunKind& kind = runKind("Flip");
+    const std::size_t size = kind.after.size();
+    std::set<Tree> repaired;
+    const std::vector<std::size_t> limits = {0, 1, size / 2, size - 1};
+    for (const std::size_t bytes : limits) {
+        SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(size));
+        Appliance appliance;
+        arrange(kind, appliance);
+        const Tree before = treeNow();
+
+        const RunResult run = runWithFileSizeLimit(appliance, kind, bytes, SIG_DFL);
+
+        EXPECT_EQ(run.signal, SIGXFSZ);
+        EXPECT_TRUE(keepsPromise(kind, run, before, {.signal = SIGXFSZ}));
+        EXPECT_EQ(readFile(configPath), kind.before);
+        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+    }
+    RecordProperty("sizes", static_cast<int>(limits.size()));
+}
+
+/// A small file system of its own in place of the appliance's folder.
+class Disk {
+public:
+    explicit Disk(const std::string& options)
+    {
+        if (mount("tmpfs", Appliance::folder, "tmpfs", 0, ("mode=0755," + options).c_str()) != 0) {
+            std::perror("mount");
+            std::abort();
+        }
+    }
+
+    ~Disk() { umount2(Appliance::folder, MNT_DETACH); }
+
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+
+    /// Makes files of this size until no more goes, and takes so many of them away again.
+    void fillBut(std::size_t fileSize, int spared)
+    {
+        const std::string text(fileSize, 'x');
+        for (;;) {
+            const std::string path =
+                std::string(Appliance::folder) + "/filler-" + std::to_string(fillers.size());
+            std::ofstream file(path, std::ios::binary);
+            file << text << std::flush;
+            if (!file.good()) {
+                file.close();
+                fs::remove(path);
+                break;
+            }
+            fillers.push_back(path);
+        }
+        for (; spared > 0; --spared) {
+            fs::remove(fillers.back());
+            fillers.pop_back();
+        }
+    }
+
+    void clear()
+    {
+        for (const std::string& path : fillers) {
+            fs::remove(path);
+        }
+        fillers.clear();
+    }
+
+private:
+    std::vector<std::string> fillers;
+};
+
+TEST(DiskFull, AtEveryPageKeepsTheOldFile)
+{
+    const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::set<Tree> repaired;
+    int fillings = 0;
+    for (const std::string name : {"Flip", "LargeFlip"}) {
+        const RunKind& kind = runKind(name);
+        const int needed = static_cast<int>((kind.after.size() + pageSize - 1) / pageSize);
+        for (int pages = 0; pages <= needed + 1; ++pages) {
+            SCOPED_TRACE(name + ", " + std::to_string(pages) + " pages of " +
+                         std::to_string(needed));
+            Appliance appliance;
+            Disk disk("size=" + std::to_string(16 * pageSize));
+            arrange(kind, appliance);
+            disk.fillBut(pageSize, pages);
+            if (pages == 0) {
+                disk.fillBut(1, 0);
+            }
+            const Tree before = treeNow();
+
+            const RunResult run = appliance.run(kind.arguments);
+
+            EXPECT_TRUE(keepsPromise(kind, run, before, {}));
+            EXPECT_EQ(run.status, pages < needed ? 236 : kind.status);
+            disk.clear();
+            EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+            ++fillings;
+        }
+    }
+    RecordProperty("disks", fillings);
+}
+
+TEST(DiskFull, OfInodesKeepsTheOldFile)
+{
+    const RunKind& kind = runKind("Flip");
+    std::set<Tree> repaired;
+    for (const int spared : {0, 1}) {
+        SCOPED_TRACE(std::to_string(spared) + " inodes");
+        Appliance appliance;
+        Disk disk("nr_inodes=16");
+        arrange(kind, appliance);
+        disk.fillBut(0, spared);
+        const Tree before = treeNow();
+
+        const RunResult run = appliance.run(kind.arguments);
+
+        EXPECT_TRUE(keepsPromise(kind, run, before, {}));
+        EXPECT_EQ(run.status, spared == 0 ? 226 : kind.status);
+        EXPECT_EQ(readFile(configPath + ".filsec"), "(missing)");
+        disk.clear();
+        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+    }
+    RecordProperty("disks", 2);
+}
+
+TEST(DiskReadOnly, KeepsTheOldFile)
+{
+    const RunKind& kind = runKind("Flip");
+    Appliance appliance;
+    const Disk disk("size=1m");
+    arrange(kind, appliance);
+    ASSERT_EQ(mount(nullptr, Appliance::folder, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    const Tree before = treeNow();
+
+    const RunResult run = appliance.run(kind.arguments);
+
+    EXPECT_EQ(run.status, 226);
+    EXPECT_TRUE(keepsPromise(kind, run, before, {}));
+    EXPECT_EQ(treeNow(), before);
+    ASSERT_EQ(mount(nullptr, Appliance::folder, nullptr, MS_REMOUNT, nullptr), 0);
+    std::set<Tree> repaired;
+    EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+    RecordProperty("disks", 1);
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tests/appliance/Appliance.h"
+#include "tests/stages/faults/Promise.h"
+#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Trace.h"
+
+// Every system call of every kind of run, failed with every error that it may well report.
+namespace {
+
+using Names = std::vector<std::string>;
+
+/// The errors are those of the manual pages, and those that file systems, security modules and the
+/// GPIO drivers are known for. What is not listed gets the errors of the last line.
+const std::map<std::string, Names> errorsOf = {
+    {"openat",
+     {"EACCES", "EBUSY", "EDQUOT", "EINTR", "EIO", "EISDIR", "ELOOP", "EMFILE", "ENFILE", "ENODEV",
+      "ENOENT", "ENOMEM", "ENOSPC", "ENOTDIR", "ENXIO", "EPERM", "EROFS", "ETXTBSY"}},
+    {"close", {"EBADF", "EDQUOT", "EINTR", "EIO", "ENOSPC"}},
+    {"read", {"EAGAIN", "EBADF", "EINTR", "EINVAL", "EIO", "EISDIR", "ENODEV"}},
+    {"write",
+     {"EAGAIN", "EBADF", "EBUSY", "EDQUOT", "EFBIG", "EINTR", "EINVAL", "EIO", "ENODEV", "ENOSPC",
+      "EPERM", "EPIPE"}},
+    {"writev",
+     {"EAGAIN", "EBADF", "EDQUOT", "EFBIG", "EINTR", "EINVAL", "EIO", "ENOSPC", "EPERM", "EPIPE"}},
+    {"lseek", {"EBADF", "EINVAL", "EIO", "ENXIO", "EOVERFLOW", "ESPIPE"}},
+    {"rename",
+     {"EACCES", "EBUSY", "EDQUOT", "EINTR", "EIO", "EISDIR", "ENOENT", "ENOMEM", "ENOSPC", "EPERM",
+      "EROFS", "EXDEV"}},
+    {"renameat",
+     {"EACCES", "EBUSY", "EDQUOT", "EINTR", "EIO", "EISDIR", "ENOENT", "ENOMEM", "ENOSPC", "EPERM",
+      "EROFS", "EXDEV"}},
+    {"fsync", {"EBADF", "EDQUOT", "EINTR", "EINVAL", "EIO", "ENOSPC", "EROFS"}},
+    {"fcntl", {"EBADF", "EINTR", "EINVAL"}},
+    {"ioctl", {"EBADF", "EINVAL", "EIO", "ENOTTY"}},
+    {"newfstatat", {"EACCES", "EBADF", "EIO", "ENOENT", "ENOMEM", "EOVERFLOW"}},
+    {"fstat", {"EBADF", "EIO", "ENOMEM", "EOVERFLOW"}},
+    {"socket", {"EACCES", "EAFNOSUPPORT", "EINTR", "EMFILE", "ENFILE", "ENOBUFS", "ENOMEM"}},
+    {"connect",
+     {"EACCES", "EAGAIN", "ECONNREFUSED", "EINTR", "ENOENT", "EPERM", "EPROTOTYPE", "ETIMEDOUT"}},
+    {"sendto",
+     {"EAGAIN", "ECONNREFUSED", "ECONNRESET", "EINTR", "EMSGSIZE", "ENOBUFS", "ENOMEM", "ENOTCONN",
+      "EPIPE"}},
+    {"clock_nanosleep", {"EINTR", "EINVAL"}},
+    {"mmap", {"EACCES", "EAGAIN", "ENOMEM", "EPERM"}},
+    {"munmap", {"EINVAL", "ENOMEM"}},
+    {"mprotect", {"EACCES", "ENOMEM"}},
+    {"mremap", {"EAGAIN", "ENOMEM"}},
+    {"", {"EINTR", "EINVAL", "EIO", "ENOMEM", "ENOSYS", "EPERM"}},
+};
+
+/// What strace(1) is to give back in place of each result.
+Names faultsOf(const std::string& name)
+{
+    if (name == "exit_group") {
+        return {};  // it has no way to fail
+    }
+    if (name == "brk") {
+        return {"retval=0"};  // the kernel's brk reports no error, but an end that did not move
+    }
+    Names faults;
+    const auto listed = errorsOf.find(name);
+    for (const std::string& error : (listed == errorsOf.end() ? errorsOf.at("") : listed->second)) {
+        faults.push_back("error=" + error);
+    }
+    return faults;
+}
+
+bool isOneOf(const std::string& name, const Names& names)
+{
+    return std::ranges::find(names, name) != names.end();
+}
+
+enum class Times { once, fromThenOn };
+
+void PrintTo(Times times, std::ostream* out)
+{
+    *out << (times == Times::once ? "once" : "from then on");
+}
+
+std::string whenOf(const SystemCall& call, const std::string& fault, Times times)
+{
+    std::string when = std::to_string(call.ordinal);
+    if (times == Times::once) {
+        return when;
+    }
+    // The C++ library repeats what a signal interrupted until it is not any more.
+    return fault == "error=EINTR" ? when + ".." + std::to_string(call.ordinal + 4) : when + "+";
+}
+
+bool isOnConsole(const SystemCall& call)
+{
+    return call.text.starts_with(call.name + "(1,") || call.text.starts_with(call.name + "(2,");
+}
+
+Excuse excuseFor(const SystemCall& call, Times times)
+{
+    Excuse excuse;
+    const bool writes = isOneOf(call.name, {"write", "writev"});
+    excuse.console = writes && (isOnConsole(call) || times == Times::fromThenOn);
+    excuse.log = isOneOf(call.name, {"socket", "connect", "sendto"});
+    if (isOneOf(call.name, {"brk", "mmap", "mremap"})) {
+        excuse.signal = SIGABRT;
+    }
+    return excuse;
+}
+
+/// Whether the failure is nothing to the run's result: that of a close or a sync, by what
+/// ReplacingFile says, and that of the console and the system log.
+bool isHarmless(const SystemCall& call, Times times)
+{
+    return isOneOf(call.name, {"clock_nanosleep", "close", "connect", "fcntl", "fstat", "fsync",
+                               "newfstatat", "sendto", "socket"}) ||
+           (isOnConsole(call) && times == Times::once);
+}
+
+using Case = std::tuple<RunKind, Times>;
+
+class SystemCallThatFails : public testing::TestWithParam<Case> {};
+
+TEST_P(SystemCallThatFails, LeavesThePromiseKeptAndIsRepaired)
+{
+    const auto& [kind, times] = GetParam();
+    std::set<Tree> repaired;
+    std::set<int> statuses;
+    int injections = 0;
+    int more = 0;
+    for (const SystemCall& call : systemCallsOf(kind)) {
+        if (!call.ours) {
+            continue;
+        }
+        for (const std::string& fault : faultsOf(call.name)) {
+            const std::string inject = fault + ":when=" + whenOf(call, fault, times);
+            SCOPED_TRACE("inject=" + call.name + ":" + inject + ", which is " + call.text);
+            Appliance appliance;
+            arrange(kind, appliance);
+            const Tree before = treeNow();
+
+            const RunResult run = runWithFault(appliance, kind, call.name, inject);
+
+            EXPECT_TRUE(keepsPromise(kind, run, before, excuseFor(call, times)));
+            if (isHarmless(call, times)) {
+                EXPECT_EQ(run.status, kind.status);
+            }
+            EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+            if (run.signal == 0) {
+                statuses.insert(run.status);
+            }
+            ++injections;
+            if (HasFailure() && ++more == triesAfterFailure) {
+                return;
+            }
+        }
+    }
+    EXPECT_EQ(statuses, statusesOf(kind)) << "the faults do not strike where they should";
+    RecordProperty("system calls failed", injections);
+}
+
+INSTANTIATE_TEST_SUITE_P(, SystemCallThatFails,
+                         testing::Combine(testing::ValuesIn(runKinds()),
+                                          testing::Values(Times::once, Times::fromThenOn)),
+                         [](const auto& row) {
+                             return std::get<0>(row.param).name +
+                                    (std::get<1>(row.param) == Times::once ? "_Once"
+                                                                           : "_FromThenOn");
+                         });
+
+}  // namespace

@@ -1,0 +1,577 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+// GpioLine on the kernel's own files, in the emulated machine. What it does is read back from the
+// registers of the chip, which are a page of memory there (gpio-chip.dtsi).
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "gpio/GpioFile.h"
+#include "gpio/GpioLine.h"
+#include "tests/appliance/Files.h"
+#include "tests/stages/machine/HeldLine.h"
+
+namespace fs = std::filesystem;
+
+using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
+using std::chrono::steady_clock;
+using std::chrono::system_clock;
+
+namespace {
+
+using Levels = std::vector<std::int32_t>;
+
+constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
+
+const std::string root = gpioRoot;
+const std::string lineFolder = root + "gpio17";
+const std::string valueFile = lineFolder + "/value";
+const std::string directionFile = lineFolder + "/direction";
+const std::string edgeFile = lineFolder + "/edge";
+
+/// Line 17 in the chip's registers (the driver is drivers/gpio/gpio-mxc.c of the kernel).
+class Registers {
+public:
+    Registers()
+    {
+        const int memory = open("/dev/mem", O_RDWR | O_SYNC | O_CLOEXEC);
+        void* const page =
+            mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, memory, 0x4f000000);
+        close(memory);
+        if (page == MAP_FAILED) {
+            std::perror("/dev/mem");
+            std::abort();
+        }
+        words = static_cast<volatile std::uint32_t*>(page);
+    }
+
+    /// The level that the chip gives the line when it is an output.
+    [[nodiscard]] std::int32_t level() const { return bit(0); }
+    void setLevel(std::int32_t level) { setBit(0, level); }
+
+    [[nodiscard]] bool isOutput() const { return bit(1) != 0; }
+
+    /// The level that comes from outside.
+    void setInput(std::int32_t level) { setBit(2, level); }
+
+    /// What the line interrupts at, where it does.
+    enum Interrupt : std::uint32_t { lowLevel, highLevel, risingEdge, fallingEdge };
+    [[nodiscard]] std::uint32_t interrupt() const { return words[4] >> 2U & 3U; }
+    [[nodiscard]] bool interrupts() const { return bit(5) != 0; }
+
+private:
+    static constexpr std::uint32_t mask = 1U << 17U;
+
+    [[nodiscard]] std::int32_t bit(std::size_t word) const
+    {
+        return (words[word] & mask) != 0 ? 1 : 0;
+    }
+    void setBit(std::size_t word, std::int32_t on)
+    {
+        words[word] = on != 0 ? words[word] | mask : words[word] & ~mask;
+    }
+
+    volatile std::uint32_t* words;
+};
+
+Registers& registers()
+{
+    static Registers all;
+    return all;
+}
+
+/// The levels that the chip gave the line, taken after each write(2) while there is one.
+Levels* levelsAfterWrites = nullptr;
+
+/// Makes the kernel's file hold the text; the kernel must take it.
+void set(const std::string& path, const std::string& text)
+{
+    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size())) << path;
+    close(file);
+}
+
+/// The chip that has line 17.
+std::string chip()
+{
+    for (const std::string& name : namesIn("/sys/devices/platform/4f000000.gpio")) {
+        if (name.starts_with("gpiochip")) {
+            return "/dev/" + name;
+        }
+    }
+    return "(none)";
+}
+
+class GpioOnTheKernel : public testing::Test {
+protected:
+    GpioOnTheKernel()
+    {
+        takeBackExport();
+        registers().setInput(0);
+        registers().setLevel(0);
+    }
+
+    ~GpioOnTheKernel() override
+    {
+        levelsAfterWrites = nullptr;
+        takeBackExport();
+    }
+
+    static void takeBackExport()
+    {
+        if (fs::exists(lineFolder)) {
+            set(edgeFile, "none");
+            set(directionFile, "in");
+            set(root + "unexport", "17");
+        }
+    }
+
+    /// Opens line 17 as an output that is low, and takes the levels from then on.
+    void openOutput(GpioLine& line)
+    {
+        ASSERT_TRUE(line.init(17, 0));
+        levels.clear();
+        levelsAfterWrites = &levels;
+    }
+
+    Levels levels;
+};
+
+}  // namespace
+
+extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t count)
+{
+    const auto written = static_cast<ssize_t>(syscall(SYS_write, descriptor, bytes, count));
+    if (levelsAfterWrites != nullptr) {
+        levelsAfterWrites->push_back(registers().level());
+    }
+    return written;
+}
+
+// init
+
+TEST_F(GpioOnTheKernel, ExportsALineAndOpensItAsRequested)
+{
+    struct Row {
+        std::int32_t request;
+        const char* expectedDirection;
+        std::int32_t expectedMode;
+        std::int32_t expectedValue;
+    };
+    const std::vector<Row> rows = {
+        {-1, "in\n", -1, 1}, {lowest, "in\n", -1, 1}, {0, "out\n", 1, 0},
+        {1, "out\n", 1, 1},  {2, "out\n", 1, 1},      {highest, "out\n", 1, 1},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.request);
+        takeBackExport();
+        registers().setInput(1);
+        GpioLine line;
+
+        EXPECT_TRUE(line.init(17, row.request));
+        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
+        EXPECT_EQ(registers().isOutput(), row.expectedMode == 1);
+        EXPECT_EQ(line.lastMode(), row.expectedMode);
+        EXPECT_EQ(line.lastValue(), row.expectedValue);
+        EXPECT_EQ(line.readValue(), row.expectedValue);
+        if (row.expectedMode == 1) {
+            EXPECT_EQ(registers().level(), row.expectedValue);
+        }
+    }
+}
+
+TEST_F(GpioOnTheKernel, OpensALineThatIsExported)
+{
+    struct Row {
+        const char* before;
+        std::int32_t request;
+        const char* expectedDirection;
+        std::int32_t expectedValue;
+    };
+    const std::vector<Row> rows = {
+        {"in", -1, "in\n", 1},   {"in", 0, "out\n", 0},   {"in", 1, "out\n", 1},
+        {"in", 2, "out\n", 1},   {"low", -1, "in\n", 1},  {"low", 0, "out\n", 0},
+        {"low", 1, "out\n", 1},  {"low", 2, "out\n", 0},  {"high", -1, "in\n", 1},
+        {"high", 0, "out\n", 0}, {"high", 1, "out\n", 1}, {"high", 2, "out\n", 1},
+    };
+    registers().setInput(1);
+    set(root + "export", "17");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.before) + " to " + std::to_string(row.request));
+        set(directionFile, row.before);
+        GpioLine line;
+
+        EXPECT_TRUE(line.init(17, row.request));
+        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
+        EXPECT_EQ(line.lastValue(), row.expectedValue);
+        EXPECT_EQ(line.readValue(), row.expectedValue);
+        if (row.request >= 0) {
+            EXPECT_EQ(registers().level(), row.expectedValue);
+        }
+    }
+}
+
+TEST_F(GpioOnTheKernel, ReturnsAtOnceWhenTheLineIsOpenAlready)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+
+    EXPECT_TRUE(line.init(17, 1));
+    EXPECT_FALSE(registers().isOutput());
+    EXPECT_EQ(line.lastMode(), -1);
+}
+
+TEST_F(GpioOnTheKernel, LeavesALineExportedAndAsItWasWhenDestroyed)
+{
+    {
+        GpioLine line;
+        ASSERT_TRUE(line.init(17, 1));
+    }
+    EXPECT_EQ(readFile(directionFile), "out\n");
+    EXPECT_EQ(readFile(valueFile), "1\n");
+    EXPECT_TRUE(registers().isOutput());
+    EXPECT_EQ(registers().level(), 1);
+}
+
+TEST_F(GpioOnTheKernel, GoesFromOneLineToAnother)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, 1));
+
+    EXPECT_TRUE(line.init(20, -1));
+    EXPECT_EQ(line.readValue(), 0);
+    EXPECT_EQ(registers().level(), 1);
+    EXPECT_EQ(readFile(directionFile), "out\n");
+    line.release();
+    EXPECT_FALSE(fs::exists(root + "gpio20"));
+    EXPECT_TRUE(fs::exists(lineFolder));
+}
+
+// The EBUSY comes from write(2) on export, at the close of the stream, where it is not looked at.
+TEST_F(GpioOnTheKernel, GivesUpALineThatSomebodyElseHas)
+{
+    const int held = holdLine(chip().c_str(), 17);
+    ASSERT_GE(held, 0);
+    const auto start = steady_clock::now();
+    GpioLine line;
+
+    EXPECT_FALSE(line.init(17, -1));
+    EXPECT_GE(steady_clock::now() - start, 11 * 20ms);
+    EXPECT_FALSE(fs::exists(lineFolder));
+    EXPECT_EQ(line.lastMode(), 0);
+    close(held);
+    EXPECT_TRUE(line.init(17, -1));
+}
+
+// Likewise EINVAL.
+TEST_F(GpioOnTheKernel, GivesUpALineThatNoChipHas)
+{
+    for (const std::int32_t number : {400, highest, -1, lowest}) {
+        SCOPED_TRACE(number);
+        const auto start = steady_clock::now();
+        GpioLine line;
+
+        EXPECT_FALSE(line.init(number, 0));
+        EXPECT_GE(steady_clock::now() - start, 11 * 20ms);
+        EXPECT_EQ(line.readValue(), -1);
+    }
+}
+
+// Levels
+
+TEST_F(GpioOnTheKernel, ReadsTheLevelFreshEachTime)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    for (const std::int32_t level : {0, 1, 1, 0, 0, 1, 0}) {
+        registers().setInput(level);
+
+        EXPECT_EQ(line.readValue(), level);
+        EXPECT_EQ(line.lastValue(), level);
+    }
+}
+
+TEST_F(GpioOnTheKernel, WritesALevel)
+{
+    struct Row {
+        std::int32_t level;
+        std::int32_t expected;
+    };
+    const std::vector<Row> rows = {{0, 0}, {1, 1},  {0, 0},      {2, 1},       {0, 0},
+                                   {5, 1}, {-1, 1}, {lowest, 1}, {highest, 1}, {0, 0}};
+    GpioLine line;
+    openOutput(line);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.level);
+        levels.clear();
+
+        EXPECT_TRUE(line.writeLevel(row.level));
+        EXPECT_EQ(levels, Levels{row.expected});
+        EXPECT_EQ(line.lastValue(), row.expected);
+        EXPECT_EQ(readFile(valueFile), std::to_string(row.expected) + "\n");
+    }
+}
+
+TEST_F(GpioOnTheKernel, WritesALevelBehindARead)
+{
+    GpioLine line;
+    openOutput(line);
+
+    EXPECT_EQ(line.readValue(), 0);
+    EXPECT_TRUE(line.writeLevel(1));
+    EXPECT_EQ(registers().level(), 1);
+    EXPECT_EQ(line.readValue(), 1);
+    EXPECT_TRUE(line.writeLevel(0));
+    EXPECT_EQ(registers().level(), 0);
+    EXPECT_EQ(line.readValue(), 0);
+}
+
+TEST_F(GpioOnTheKernel, WritesALevelAndTogglesTheVariable)
+{
+    struct Row {
+        std::int32_t level;
+        std::int32_t expectedLevel;
+        std::int32_t expectedVariable;
+    };
+    const std::vector<Row> rows = {{1, 1, 0}, {0, 0, 1},  {2, 1, 1},
+                                   {5, 1, 0}, {-1, 1, 0}, {-2, 1, 1}};
+    GpioLine line;
+    openOutput(line);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.level);
+        levels.clear();
+        std::int32_t variable = row.level;
+
+        EXPECT_TRUE(line.writeLevelAndToggle(variable));
+        EXPECT_EQ(variable, row.expectedVariable);
+        EXPECT_EQ(levels, Levels{row.expectedLevel});
+    }
+}
+
+TEST_F(GpioOnTheKernel, Pulses)
+{
+    struct Row {
+        std::int32_t level;
+        Levels expected;
+    };
+    const std::vector<Row> rows = {{0, {0, 1}}, {1, {1, 0}},  {2, {1, 1}},
+                                   {5, {1, 0}}, {-1, {1, 0}}, {-2, {1, 1}}};
+    GpioLine line;
+    openOutput(line);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.level);
+        levels.clear();
+        EXPECT_TRUE(line.pulse(row.level));
+        EXPECT_EQ(levels, row.expected);
+
+        levels.clear();
+        const auto start = steady_clock::now();
+        EXPECT_TRUE(line.pulseFor(row.level, 30ms));
+        EXPECT_GE(steady_clock::now() - start, 30ms);
+        EXPECT_EQ(levels, row.expected);
+        EXPECT_EQ(line.lastValue(), row.expected.back());
+    }
+}
+
+TEST_F(GpioOnTheKernel, PlaysASequence)
+{
+    struct Row {
+        std::int32_t level;
+        Levels expected;
+    };
+    const std::vector<Row> rows = {{0, {}},  {0, {0, 1, 0}},       {1, {1, 0, 1, 0}}, {2, {1, 0}},
+                                   {2, {1}}, {5, {1, 0, 1, 0, 1}}, {-1, {1, 0, 1}}};
+    GpioLine line;
+    openOutput(line);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.level) + " for " + std::to_string(row.expected.size()));
+        levels.clear();
+        const auto start = system_clock::now();
+
+        EXPECT_TRUE(
+            line.playSequence(row.level, std::vector<nanoseconds>(row.expected.size(), 10ms)));
+        EXPECT_GE(system_clock::now() - start, 10ms * row.expected.size());
+        EXPECT_EQ(levels, row.expected);
+    }
+}
+
+// The kernel refuses with EPERM.
+TEST_F(GpioOnTheKernel, WritesNoLevelToAnInput)
+{
+    registers().setInput(0);
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    std::int32_t variable = 5;
+
+    EXPECT_FALSE(line.writeLevel(1));
+    EXPECT_EQ(line.lastValue(), 1);
+    EXPECT_FALSE(line.writeLevelAndToggle(variable));
+    EXPECT_EQ(variable, 5);
+    EXPECT_FALSE(line.pulse(1));
+    EXPECT_FALSE(line.pulseFor(1, 90s));
+    EXPECT_FALSE(line.playSequence(1, std::vector<nanoseconds>{90s}));
+    EXPECT_EQ(registers().level(), 0);
+    EXPECT_EQ(line.readValue(), 0);
+}
+
+// The kernel refuses with ENODEV.
+TEST_F(GpioOnTheKernel, NeitherReadsNorWritesALineWhoseExportSomebodyElseTookBack)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, 1));
+    set(root + "unexport", "17");
+
+    EXPECT_EQ(line.readValue(), -1);
+    EXPECT_EQ(line.lastValue(), 1);
+    EXPECT_FALSE(line.writeLevel(0));
+    EXPECT_EQ(registers().level(), 1);
+    EXPECT_FALSE(line.setDirection(17, 0));
+    EXPECT_FALSE(line.setEdge(0));
+    line.release();
+    EXPECT_TRUE(line.init(17, -1));
+}
+
+// Directions
+
+TEST_F(GpioOnTheKernel, SetsTheDirection)
+{
+    struct Row {
+        const char* before;
+        std::int32_t request;
+        const char* expectedDirection;
+        std::int32_t expectedValue;
+    };
+    const std::vector<Row> rows = {
+        {"low", -1, "in\n", 0},      {"high", -1, "in\n", 0},      {"high", lowest, "in\n", 0},
+        {"in", 0, "out\n", 0},       {"high", 0, "out\n", 0},      {"in", 1, "out\n", 1},
+        {"low", 1, "out\n", 1},      {"low", 2, "out\n", 0},       {"high", 2, "out\n", 1},
+        {"in", 2, "out\n", 1},       {"low", highest, "out\n", 0}, {"high", highest, "out\n", 1},
+        {"in", highest, "out\n", 1},
+    };
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.before) + " to " + std::to_string(row.request));
+        set(directionFile, row.before);
+
+        EXPECT_TRUE(line.setDirection(17, row.request));
+        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
+        EXPECT_EQ(registers().isOutput(), row.request >= 0);
+        EXPECT_EQ(line.lastValue(), row.expectedValue);
+        EXPECT_EQ(line.readValue(), row.expectedValue);
+        if (row.request >= 0) {
+            EXPECT_EQ(registers().level(), row.expectedValue);
+        }
+    }
+}
+
+// "in" and "out" alone would leave it to the register which level the line starts with.
+TEST_F(GpioOnTheKernel, StartsAnOutputWithItsLevelWhateverTheChipHeldBefore)
+{
+    for (const std::int32_t held : {0, 1}) {
+        for (const std::int32_t request : {0, 1}) {
+            SCOPED_TRACE(std::to_string(held) + " to " + std::to_string(request));
+            GpioLine line;
+            ASSERT_TRUE(line.init(17, -1));
+            registers().setLevel(held);
+
+            EXPECT_TRUE(line.setDirection(17, request));
+            EXPECT_EQ(registers().level(), request);
+        }
+    }
+}
+
+// Edges
+
+TEST_F(GpioOnTheKernel, SelectsTheEdge)
+{
+    struct Row {
+        std::int32_t request;
+        const char* expected;
+        std::uint32_t expectedInterrupt;
+    };
+    // For both edges this chip interrupts at the level that the line does not have.
+    const std::vector<Row> rows = {{-1, "falling\n", Registers::fallingEdge},
+                                   {0, "both\n", Registers::highLevel},
+                                   {1, "rising\n", Registers::risingEdge},
+                                   {lowest, "falling\n", Registers::fallingEdge},
+                                   {highest, "rising\n", Registers::risingEdge}};
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.request);
+
+        EXPECT_TRUE(line.setEdge(row.request));
+        EXPECT_EQ(readFile(edgeFile), row.expected);
+        EXPECT_EQ(registers().interrupt(), row.expectedInterrupt);
+        EXPECT_TRUE(registers().interrupts());
+    }
+    EXPECT_TRUE(line.disableEdge());
+    EXPECT_EQ(readFile(edgeFile), "none\n");
+    EXPECT_FALSE(registers().interrupts());
+}
+
+TEST_F(GpioOnTheKernel, CannotSelectTheEdgeWithoutALine)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, -1));
+    line.close();
+
+    EXPECT_FALSE(line.setEdge(0));
+    EXPECT_FALSE(line.disableEdge());
+    EXPECT_EQ(readFile(edgeFile), "none\n");
+}
+
+// close and release
+
+TEST_F(GpioOnTheKernel, LeavesTheLineExportedWhenClosed)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, 1));
+
+    line.close();
+    EXPECT_EQ(line.readValue(), -1);
+    EXPECT_EQ(readFile(directionFile), "out\n");
+    EXPECT_EQ(registers().level(), 1);
+}
+
+TEST_F(GpioOnTheKernel, TakesTheExportBackWhenReleased)
+{
+    for (const std::int32_t request : {-1, 0, 1}) {
+        SCOPED_TRACE(request);
+        const std::vector<std::string> before = namesIn(root);
+        GpioLine line;
+        ASSERT_TRUE(line.init(17, request));
+        ASSERT_TRUE(fs::exists(lineFolder));
+
+        line.release();
+        EXPECT_EQ(namesIn(root), before);
+        EXPECT_EQ(line.lastMode(), 0);
+        EXPECT_EQ(line.readValue(), -1);
+        EXPECT_EQ(registers().isOutput(), request >= 0);
+        line.release();
+        EXPECT_EQ(namesIn(root), before);
+    }
+}
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

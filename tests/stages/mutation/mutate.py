@@ -1,0 +1,514 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+"""Plants one change at a time in the product, and fails when no test notices it.
+
+See README.md beside this file. To be run from the top of the tree, by run.sh.
+"""
+
+import argparse
+import concurrent.futures
+import filecmp
+import functools
+import hashlib
+import json
+import math
+import os
+import pathlib
+import queue
+import random
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import operators
+
+FOLDERS = ["app", "json", "gpio", "log", "fileio"]
+SUITES = {folder: [folder] for folder in FOLDERS} | {"app": ["app", "program"]}
+BUILD = pathlib.Path("build/mutation").absolute()
+TREE = BUILD / "tree"
+OBJECTS = BUILD / "objects"
+HERE = pathlib.Path("tests/stages/mutation").absolute()
+
+PRODUCT_HEADERS = """array cerrno charconv chrono cstdint cstdio cstdlib cstring ctime fstream
+functional iomanip ios iostream map optional ostream span sstream string string_view utility
+vector""".split()
+TEST_HEADERS = [*PRODUCT_HEADERS, "filesystem", "set", "thread", "memory", "gtest/gtest.h"]
+
+# A function that lost its return could do anything: no mutant, but a text that makes no sense.
+PRODUCT_FLAGS = ["-Werror=return-type"]  # -w would silence that too
+TEST_FLAGS = ["-w", "-O0"]
+
+CPU_LIMIT_SECONDS = 3  # beside what a suite needs unchanged, five times over
+WALL_LIMIT_SECONDS = 60
+MEMORY_LIMIT_BYTES = 2 << 30
+CANNOT_TEST = 99  # the tests' own status where they get no private root
+
+KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = "killed", "survived", "equal code", "not compiling", "known"
+
+
+class Failure(Exception):
+    """What keeps the stage from giving an answer."""
+
+
+def call(command, **options):
+    return subprocess.run(
+        command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options
+    )
+
+
+def call_or_fail(command, **options):
+    done = call(command, **options)
+    if done.returncode != 0:
+        raise Failure(f"{' '.join(map(str, command))}\n{done.stdout}")
+
+
+# The private copy of the tree: others may edit the sources while the mutants are tried.
+
+
+def copy_tree():
+    """Brings the copy up to date; what has not changed keeps its time."""
+    names = [*FOLDERS, "cmake", "tests"]
+    wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
+    for name in names:
+        wanted |= {p for p in pathlib.Path(name).rglob("*")
+                   if p.is_file() and "__pycache__" not in p.parts}  # fmt: skip
+    for path in wanted:
+        copy = TREE / path
+        if not copy.exists() or not filecmp.cmp(path, copy, shallow=False):
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, copy)
+    for copy in list(TREE.rglob("*")):
+        if copy.is_file() and copy.relative_to(TREE) not in wanted:
+            copy.unlink()
+
+
+def compile_commands():
+    """The objects of each target, as cmake would build them: {target: {source: command}}."""
+    plan = BUILD / "plan"
+    call_or_fail(
+        ["cmake", "-S", TREE, "-B", plan, "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_COMPILER=g++",
+         "-DSWITCH_QUERIER_TESTS=ON", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"]
+    )  # fmt: skip
+    targets = {}
+    for entry in json.loads((plan / "compile_commands.json").read_text()):
+        source = pathlib.Path(entry["file"]).relative_to(TREE)
+        words = entry["command"].split()
+        target = re.search(r"/([^/ ]+)\.dir/", entry["command"]).group(1)
+        kept = [w.replace('\\"', '"') for w in words
+                if w.startswith(("-D", "-std", "-O", "-f"))]  # fmt: skip
+        targets.setdefault(target, {})[str(source)] = ["g++", *kept]
+    return targets
+
+
+class Project:
+    """The unchanged program: its objects, and the test executables that they make."""
+
+    def __init__(self, jobs, suites):
+        targets = compile_commands()
+        self.suites = suites
+        self.commands = {}
+        leaves = [f for f in FOLDERS if f != "app"]
+        links = {f: [f] for f in leaves} | {"app": FOLDERS, "program": []}
+        self.parts = {}  # what each executable is linked from, as sources
+        for suite, libraries in links.items():
+            names = [f"{suite}-test", "appliance", *libraries]
+            if suite in suites:
+                self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
+        if "program" in suites:
+            names = ["switch-querier", *FOLDERS]
+            self.parts["switch-querier"] = [s for name in names for s in targets[name]]
+        for target in targets.values():
+            self.commands.update(target)
+        self.header = {
+            "product": self.precompile("product", PRODUCT_HEADERS, "json/JsonValue.cpp"),
+            "tests": self.precompile("tests", TEST_HEADERS, "tests/appliance/main.cpp"),
+        }
+        sources = sorted({s for parts in self.parts.values() for s in parts})
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            for done in [pool.submit(self.bring_up_to_date, s) for s in sources]:
+                done.result()
+        self.dependencies = {s: self.headers_of(s) for s in sources}
+        self.folder = BUILD / "unchanged"
+        self.folder.mkdir(exist_ok=True)
+        self.shards = {}
+        self.cpu_limits = {}
+        for name in self.parts:
+            self.link(self.folder / name, self.parts[name], {})
+
+    @staticmethod
+    def kind(source):
+        return "tests" if source.startswith("tests/") else "product"
+
+    def flags(self, source):
+        kind = self.kind(source)
+        return [*self.commands[source], *(TEST_FLAGS if kind == "tests" else PRODUCT_FLAGS)]
+
+    def precompile(self, name, headers, like):
+        """Precompiles the libraries' headers, which takes most of each compilation."""
+        header = BUILD / f"{name}.h"
+        text = "".join(f"#include <{h}>\n" for h in headers)
+        command = self.flags(like)
+        text += f"// {' '.join(command)}\n"
+        if not header.exists() or header.read_text() != text or not header.with_suffix(
+            ".h.gch"
+        ).exists():
+            header.write_text(text)
+            call_or_fail([*command, "-x", "c++-header", header, "-o", f"{header}.gch"])
+        return header
+
+    def compile_command(self, source, path, output, overlay):
+        return [*self.flags(source), f"-I{overlay}", f"-I{TREE}", "-include",
+                self.header[self.kind(source)], "-c", path, "-o", output]  # fmt: skip
+
+    def object_of(self, source):
+        return OBJECTS / (source.replace("/", "-") + ".o")
+
+    def headers_of(self, source):
+        text = self.object_of(source).with_suffix(".d").read_text().replace("\\\n", " ")
+        names = text.split(":", 1)[1].split()
+        return {n.removeprefix(f"{TREE}/") for n in names}
+
+    def bring_up_to_date(self, source):
+        output = self.object_of(source)
+        note = output.with_suffix(".d")
+        command = self.compile_command(source, TREE / source, output, "none")
+        stamp = output.with_suffix(".command")
+        text = " ".join(map(str, command))
+        if output.exists() and note.exists() and stamp.exists() and stamp.read_text() == text:
+            inputs = [*self.headers_of(source), self.header[self.kind(source)]]
+            made = output.stat().st_mtime
+            if all((TREE / p).exists() and (TREE / p).stat().st_mtime < made for p in inputs):
+                return
+        output.parent.mkdir(exist_ok=True)
+        call_or_fail([*command, "-MMD", "-MF", note])
+        stamp.write_text(text)
+
+    def link(self, output, sources, changed):
+        """Links an executable of these sources, with some of their objects changed."""
+        objects = [changed.get(s, self.object_of(s)) for s in sources]
+        call_or_fail(["g++", *objects, "-lgtest", "-lpthread", "-o", output])
+
+    def measure(self):
+        """Runs each suite unchanged, to know how it is run best; it has to pass."""
+        for suite in self.suites:
+            self.shards[suite] = 1
+            self.cpu_limits[suite] = 60
+            before, used_before = time.monotonic(), processor_time()
+            if not passes(self, suite, self.folder):
+                raise Failure(f"{suite}-test fails on the unchanged program")
+            used = processor_time() - used_before
+            self.cpu_limits[suite] = math.ceil(CPU_LIMIT_SECONDS + 5 * used)
+            # Suites that mostly wait are run in many parts at once.
+            if time.monotonic() - before > 1 and used < 0.3:
+                self.shards[suite] = 8
+
+
+def processor_time():
+    """What the processes used that have ended by now."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
+def limit_resources(cpu_seconds):
+    os.setsid()
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_CPU, (cpu_seconds, cpu_seconds + 1))
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT_BYTES, MEMORY_LIMIT_BYTES))
+
+
+def passes(project, suite, folder):
+    """Whether the suite passes: its parts run at the same time, up to the first failure."""
+    count = project.shards[suite]
+    running = []
+    limit = functools.partial(limit_resources, project.cpu_limits[suite])
+    for index in range(count):
+        environment = os.environ | {
+            "GTEST_TOTAL_SHARDS": str(count), "GTEST_SHARD_INDEX": str(index),
+            "GTEST_FAIL_FAST": "1", "GTEST_BRIEF": "1",
+        }  # fmt: skip
+        running.append(
+            subprocess.Popen(
+                [folder / f"{suite}-test"], env=environment, preexec_fn=limit,
+                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            )
+        )  # fmt: skip
+    started = set(running)
+    deadline = time.monotonic() + WALL_LIMIT_SECONDS
+    result = True
+    while running and result is True:
+        for process in list(running):
+            status = process.poll()
+            if status is not None:
+                running.remove(process)
+                if status == CANNOT_TEST:
+                    raise Failure(f"{suite}-test gets no private root here")
+                if status != 0:
+                    result = False
+        if time.monotonic() > deadline:
+            result = False
+        time.sleep(0.005)
+    for process in started:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+    return result
+
+
+class Worker:
+    """A folder in which mutants are built and tried, one after the other."""
+
+    def __init__(self, project, number):
+        self.project = project
+        self.folder = BUILD / f"worker-{number}"
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.overlay = self.folder / "tree"
+        self.overlay.mkdir(parents=True)
+
+    def try_mutant(self, mutant):
+        path = self.overlay / mutant.file
+        path.parent.mkdir(exist_ok=True)
+        text = (TREE / mutant.file).read_text()
+        path.write_text(text[: mutant.start] + mutant.replacement + text[mutant.end :])
+        try:
+            return self.outcome(mutant)
+        finally:
+            path.unlink()
+
+    def compile(self, source):
+        """Compiles a source as the mutant has it. Returns the object, or None."""
+        changed = self.overlay / source
+        output = self.folder / (source.replace("/", "-") + ".o")
+        path = changed if changed.exists() else TREE / source
+        command = self.project.compile_command(source, path, output, self.overlay)
+        return output if call(command).returncode == 0 else None
+
+    def same(self, source, output):
+        """Whether an object is the unchanged one, but for symbols that nobody needs."""
+        stripped = []
+        for n, path in enumerate((self.project.object_of(source), output)):
+            copy = self.folder / f"stripped-{n}.o"
+            call_or_fail(["strip", "--strip-unneeded", "-o", copy, path])
+            stripped.append(copy.read_bytes())
+        return stripped[0] == stripped[1]
+
+    def outcome(self, mutant):
+        project = self.project
+        changed = {}
+        suites = SUITES[mutant.file.split("/")[0]]
+        names = [f"{s}-test" for s in suites] + ["switch-querier"] * ("program" in suites)
+        touched = {s for n in names for s in project.parts[n]
+                   if mutant.file in project.dependencies[s]}  # fmt: skip
+        for source in sorted(s for s in touched if project.kind(s) == "product"):
+            output = self.compile(source)
+            if output is None:
+                return UNBUILT
+            if not self.same(source, output):
+                changed[source] = output
+        survived = False
+        for suite in suites:
+            outcome = self.outcome_in(suite, mutant, touched, dict(changed))
+            if outcome == KILLED:
+                return KILLED
+            survived = survived or outcome == SURVIVED
+        return SURVIVED if survived else EQUAL
+
+    def outcome_in(self, suite, mutant, touched, changed):
+        """Tries the mutant on a suite, given those objects of the product that changed."""
+        project = self.project
+        name = f"{suite}-test"
+        tests = sorted(s for s in touched & set(project.parts[name]) if project.kind(s) == "tests")
+        shared = [s for s in project.parts[name] if not s.endswith("Test.cpp")]
+        for source in [s for s in tests if s in shared]:
+            if not self.compile_test(source, changed):
+                return KILLED
+        equal = not changed
+        if not equal and suite == "program":
+            self.link("switch-querier", project.parts["switch-querier"], changed)
+        # A header's change reaches many tests. It is killed sooner when they are built one by one,
+        # the one that is named after the header first.
+        stem = pathlib.Path(mutant.file).stem
+        for source in sorted((s for s in tests if s not in shared), key=lambda s: stem not in s):
+            mine = dict(changed)
+            if not self.compile_test(source, mine):
+                return KILLED
+            if mine:
+                equal = False
+                self.link(name, [*shared, source], mine)
+                if not passes(project, suite, self.folder):
+                    return KILLED
+        others = [s for s in project.parts[name] if s not in shared and s not in tests]
+        if equal:
+            return EQUAL
+        if others and (changed or suite == "program"):
+            self.link(name, [*shared, *others], changed)
+            if not passes(project, suite, self.folder):
+                return KILLED
+        return SURVIVED
+
+    def compile_test(self, source, changed):
+        """Notes a test's object when it changed. False: the compiler has carried out the test."""
+        output = self.compile(source)
+        if output is not None and not self.same(source, output):
+            changed[source] = output
+        return output is not None
+
+    def link(self, name, sources, changed):
+        """Links an executable of these sources, unless it is the unchanged one."""
+        (self.folder / name).unlink(missing_ok=True)
+        if set(sources) == set(self.project.parts[name]) and not set(sources) & set(changed):
+            os.link(self.project.folder / name, self.folder / name)
+        else:
+            self.project.link(self.folder / name, sources, changed)
+
+
+# What survives, and is known to
+
+
+def mutant_text(mutant, reason=None):
+    head = mutant.file + (f" {mutant.function}" if mutant.function else "")
+    lines = [head]
+    lines += ["- " + line for line in mutant.old.splitlines()]
+    lines += ["+ " + line for line in mutant.new.splitlines()]
+    if reason is not None:
+        lines.append("= " + reason)
+    return "\n".join(lines) + "\n"
+
+
+def read_survivors(path):
+    """The reasons by the mutants' keys."""
+    found = {}
+    text = "\n".join(l for l in path.read_text().splitlines() if not l.startswith("#"))
+    for block in re.split(r"\n\s*\n", text.strip()):
+        lines = block.splitlines()
+        if not lines:
+            continue
+        file, _, function = lines[0].partition(" ")
+        part = {sign: "\n".join(l[2:] for l in lines[1:] if l[:1] == sign) for sign in "-+="}
+        if not part["="]:
+            raise Failure(f"{path}: no reason is given for\n{block}")
+        found[(file, function, part["-"], part["+"])] = part["="]
+    return found
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--full", action="store_true", help="try all mutants, not a sample")
+    parser.add_argument("--sample", type=int, default=60, help="how many to try otherwise")
+    parser.add_argument("--seed", help="draws the sample; the sources and tests, if not given")
+    parser.add_argument("--only", action="append", help="only files that begin with this")
+    parser.add_argument("--again", help="only mutants in this file, of survivors.txt's form")
+    parser.add_argument("--list", action="store_true", help="print the mutants, try none")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--progress", action="store_true", help="show each outcome on stderr")
+    return parser.parse_args()
+
+
+def chosen_mutants(options, everything, known):
+    chosen = everything
+    if options.only:
+        chosen = [m for m in chosen if m.file.startswith(tuple(options.only))]
+    if options.again:
+        wanted = read_survivors(pathlib.Path(options.again))
+        chosen = [m for m in chosen if m.key in wanted]
+    elif not options.full:
+        # The same tree draws the same sample, so that a failure comes again.
+        digest = hashlib.sha256()
+        for path in sorted(p for p in TREE.rglob("*") if p.suffix in (".h", ".cpp")):
+            digest.update(path.read_bytes())
+        options.seed = options.seed or digest.hexdigest()[:8]
+        chosen = random.Random(options.seed).sample(chosen, min(options.sample, len(chosen)))
+    return chosen
+
+
+def try_all(options, project, chosen, known):
+    workers = queue.SimpleQueue()
+    for number in range(options.jobs):
+        workers.put(Worker(project, number))
+
+    def one(mutant):
+        if mutant.key in known and not (options.full or options.again):
+            return KNOWN
+        worker = workers.get()
+        try:
+            outcome = worker.try_mutant(mutant)
+        finally:
+            workers.put(worker)
+        if options.progress:
+            text = f"line {mutant.line}: {outcome}\n{mutant_text(mutant)}"
+            print(text, file=sys.stderr, flush=True)
+        return outcome
+
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        return list(pool.map(one, chosen))
+
+
+def report(options, chosen, outcomes, known, everything):
+    """Prints the summary and returns the exit status."""
+    count = {o: 0 for o in (KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN)}
+    failed = False
+    unknown = []
+    for mutant, outcome in zip(chosen, outcomes):
+        if mutant.key in known:
+            if outcome == SURVIVED:
+                outcome = KNOWN
+            elif outcome != KNOWN:
+                failed = True
+                print(f"{mutant.file}:{mutant.line}: in survivors.txt, but {outcome}")
+                print(mutant_text(mutant))
+        count[outcome] += 1
+        if outcome == SURVIVED:
+            unknown.append(mutant)
+            print(f"{mutant.file}:{mutant.line}: no test notices this change")
+            print(mutant_text(mutant))
+    (BUILD / "survived.txt").write_text("\n".join(mutant_text(m, "?") for m in unknown))
+    for key in sorted(set(known) - {m.key for m in everything}):
+        failed = True
+        print(f"survivors.txt holds a change that the sources do not have: {key}")
+    tried = count[KILLED] + count[SURVIVED] + count[KNOWN]
+    score = 100 * count[KILLED] / tried if tried else 100
+    print(
+        f"mutation: {len(chosen)} of {len(everything)} mutants"
+        + ("" if options.full or options.again else f" (seed {options.seed})")
+        + f": {count[KILLED]} killed, {count[EQUAL]} equal code, {count[UNBUILT]} not compiling, "
+        f"{count[KNOWN]} known survivors, {count[SURVIVED]} survived; score {score:.1f} %"
+    )
+    return 1 if failed or unknown else 0
+
+
+def main():
+    options = arguments()
+    BUILD.mkdir(parents=True, exist_ok=True)
+    try:
+        copy_tree()
+        files = {}
+        for folder in FOLDERS:
+            for path in sorted((TREE / folder).glob("*.*")):
+                if path.suffix in (".h", ".cpp"):
+                    files[str(path.relative_to(TREE))] = path.read_text()
+        everything = operators.mutants_of(files)
+        known = read_survivors(HERE / "survivors.txt")
+        chosen = chosen_mutants(options, everything, known)
+        if options.list:
+            for mutant in chosen:
+                print(f"line {mutant.line}\n{mutant_text(mutant)}")
+            return 0
+        folders = {m.file.split("/")[0] for m in chosen}
+        project = Project(options.jobs, sorted({s for f in folders for s in SUITES[f]}))
+        project.measure()
+        outcomes = try_all(options, project, chosen, known)
+    except Failure as failure:
+        print(f"mutation: {failure}")
+        return 1
+    return report(options, chosen, outcomes, known, everything)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,353 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "json/JsonObject.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/unit/json/Trees.h"
+
+using namespace std::string_literals;
+
+namespace {
+
+std::vector<std::string> keysOf(const JsonObject& object)
+{
+    std::vector<std::string> keys;
+    for (const JsonMember& member : object) {
+        keys.push_back(member.name);
+    }
+    return keys;
+}
+
+// A second name for an object, since compilers warn of "object = object".
+JsonObject& same(JsonObject& object)
+{
+    return object;
+}
+
+}  // namespace
+
+TEST(JsonObject, IsEmptyByDefault)
+{
+    EXPECT_TRUE(JsonObject().empty());
+}
+
+TEST(JsonObject, OrdersKeysByUnsignedBytesAndShorterFirst)
+{
+    const std::vector<std::string> ordered = {
+        "",     "\0"s,  "\0\0"s, "\x01",  " ",        "A",    "App",
+        "Zeta", "a",    "a\0"s,  "a\0b"s, "a\x01",    "ab",   "alpha",
+        "b",    "\x7f", "\x80",  "\x80z", "\xc3\xa4", "\xff", "\xff\xff"};
+    JsonObject tree;
+    for (auto key = ordered.rbegin(); key != ordered.rend(); ++key) {
+        tree.store(*key, JsonValue());
+    }
+    EXPECT_EQ(keysOf(tree), ordered);
+}
+
+TEST(JsonObject, ListsItsMembersByKeyWhateverTheOrderTheyWereStoredIn)
+{
+    JsonObject tree;
+    for (const char* key : {"b", "a", "ab"}) {
+        tree.store(key, JsonValue());
+    }
+    EXPECT_EQ(keysOf(tree), (std::vector<std::string>{"a", "ab", "b"}));
+}
+
+TEST(JsonObject, IsCopiedDeeplyByAssignment)
+{
+    const JsonObject content =
+        members({{"a", object({{"x", integer(1)}})}, {"b", array({string("y")})}});
+    JsonObject source = content;
+    JsonObject target = members({{"a", integer(5)}, {"only here", integer(6)}});
+    target = source;
+    EXPECT_EQ(target, content);
+
+    target["a"].value.object()["x"].value.setInteger(2);
+    target["b"].value.array().clear();
+    EXPECT_EQ(source, content);
+    target = source;
+    source.clear();
+    EXPECT_EQ(target, content);
+}
+
+TEST(JsonObject, IsUnchangedByAssignmentToItself)
+{
+    const JsonObject content = members({{"a", object({{"x", integer(1)}})}});
+    JsonObject tree = content;
+    tree = same(tree);
+    EXPECT_EQ(tree, content);
+}
+
+TEST(JsonObject, IsEmptyOnceItIsCleared)
+{
+    JsonObject tree = members({{"a", integer(1)}, {"b", string("s")}});
+    tree.clear();
+    EXPECT_TRUE(tree.empty());
+    EXPECT_EQ(tree.find("a"), nullptr);
+}
+
+TEST(JsonObjectOfText, OrdersMembersByKeyAndKeepsTheLastOfEach)
+{
+    struct Row {
+        const char* name;
+        std::vector<JsonMember> text;
+        JsonObject expected;
+    };
+    const std::vector<Row> rows = {
+        {"none", {}, {}},
+        {"in order",
+         {{"a", integer(1)}, {"b", integer(2)}},
+         members({{"a", integer(1)}, {"b", integer(2)}})},
+        {"backwards",
+         {{"b", integer(2)}, {"ab", integer(3)}, {"a", integer(1)}},
+         members({{"a", integer(1)}, {"ab", integer(3)}, {"b", integer(2)}})},
+        {"an empty key",
+         {{"\0"s, integer(2)}, {"", integer(1)}},
+         members({{"", integer(1)}, {"\0"s, integer(2)}})},
+        {"bytes above 127",
+         {{"\xff", integer(3)}, {"\x7f", integer(1)}, {"\x80", integer(2)}},
+         members({{"\x7f", integer(1)}, {"\x80", integer(2)}, {"\xff", integer(3)}})},
+        {"one key twice",
+         {{"a", string("first")}, {"a", integer(2)}},
+         members({{"a", integer(2)}})},
+        {"one key thrice between others",
+         {{"b", integer(1)},
+          {"c", integer(2)},
+          {"b", integer(3)},
+          {"a", integer(4)},
+          {"b", array({integer(5)})}},
+         members({{"a", integer(4)}, {"b", array({integer(5)})}, {"c", integer(2)}})},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::vector<JsonMember> text = row.text;
+        EXPECT_EQ(JsonObject::ofText(text), row.expected);
+    }
+}
+
+TEST(JsonObjectOfText, KeepsTheLastOfManyWithTheSameKey)
+{
+    std::vector<JsonMember> text;
+    for (int number = 0; number < 1000; ++number) {
+        text.push_back({std::string(1, static_cast<char>('a' + number % 7)), integer(number)});
+    }
+    EXPECT_EQ(JsonObject::ofText(text), members({{"a", integer(994)},
+                                                 {"b", integer(995)},
+                                                 {"c", integer(996)},
+                                                 {"d", integer(997)},
+                                                 {"e", integer(998)},
+                                                 {"f", integer(999)},
+                                                 {"g", integer(993)}}));
+}
+
+TEST(JsonObjectOfText, OrdersManyKeysThatBeginAlike)
+{
+    std::vector<JsonMember> text;
+    JsonObject expected;
+    for (int number = 0; number < 100; ++number) {
+        const int scattered = number * 37 % 100;
+        text.push_back({"key" + std::to_string(100 + scattered), integer(scattered)});
+        expected["key" + std::to_string(100 + number)].value = integer(number);
+    }
+    EXPECT_EQ(JsonObject::ofText(text), expected);
+}
+
+TEST(JsonObjectStore, AddsAMemberThatKnowsItsKey)
+{
+    JsonObject tree;
+    tree.store("key", integer(5));
+    ASSERT_EQ(keysOf(tree), std::vector<std::string>{"key"});
+    EXPECT_EQ(tree["key"].name, "key");
+    EXPECT_EQ(tree["key"].value, integer(5));
+}
+
+TEST(JsonObjectStore, AddsAMemberAtEveryPlaceAmongOthers)
+{
+    for (const std::string key : {"", "a", "c", "bb", "z"}) {
+        SCOPED_TRACE(key);
+        JsonObject tree = members({{"b", integer(1)}, {"d", integer(2)}});
+        tree.store(key, boolean(true));
+        EXPECT_EQ(tree, members({{"b", integer(1)}, {"d", integer(2)}, {key, boolean(true)}}));
+    }
+}
+
+TEST(JsonObjectStore, TakesAKeyOfAnyBytes)
+{
+    JsonObject tree;
+    for (const std::string& key : {""s, "\0"s, "a"s, "a\0b"s, "\xff"s, "\"\\\n"s}) {
+        tree.store(key, string(key));
+    }
+    EXPECT_EQ(tree, members({{"", string("")},
+                             {"\0"s, string("\0"s)},
+                             {"a", string("a")},
+                             {"a\0b"s, string("a\0b"s)},
+                             {"\xff", string("\xff")},
+                             {"\"\\\n", string("\"\\\n")}}));
+}
+
+TEST(JsonObjectStore, GivesAMemberThatIsThereTheNewValue)
+{
+    for (const char* key : {"a", "b", "c"}) {
+        SCOPED_TRACE(key);
+        JsonObject tree = members({{"a", integer(1)}, {"b", string("old")}, {"c", object({})}});
+        JsonObject expected = tree;
+        expected[key].value = array({boolean(true)});
+        tree.store(key, array({boolean(true)}));
+        EXPECT_EQ(tree, expected);
+    }
+}
+
+TEST(JsonObjectStore, TakesTheNameInsideAMemberAsItsKey)
+{
+    const std::string key(100, 'k');
+    JsonObject tree = members({{"a", integer(1)}, {key, integer(2)}});
+    tree.store(tree[key].name, integer(3));
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {key, integer(3)}}));
+    tree.store(tree["a"].name + key, integer(4));
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {"a" + key, integer(4)}, {key, integer(3)}}));
+}
+
+TEST(JsonObjectErase, RemovesTheMemberAndReturnsOne)
+{
+    for (const char* key : {"a", "b", "c"}) {
+        SCOPED_TRACE(key);
+        JsonObject tree = members(
+            {{"a", object({{"x", string("y")}})}, {"b", string("s")}, {"c", array({integer(1)})}});
+        JsonObject expected = tree;
+        expected.erase(key);
+        EXPECT_EQ(tree.erase(key), 1);
+        EXPECT_EQ(tree, expected);
+    }
+}
+
+TEST(JsonObjectErase, ReturnsZeroAndChangesNothingWhereTheKeyIsMissing)
+{
+    const JsonObject content = members({{"a", integer(1)}, {"ab", integer(2)}});
+    for (const std::string& key : {""s, "A"s, "b"s, "abc"s, "a\0"s}) {
+        SCOPED_TRACE(key);
+        JsonObject tree = content;
+        EXPECT_EQ(tree.erase(key), 0);
+        EXPECT_EQ(tree, content);
+    }
+    JsonObject empty;
+    EXPECT_EQ(empty.erase("a"), 0);
+    EXPECT_TRUE(empty.empty());
+}
+
+TEST(JsonObjectErase, FindsAKeyOnlyOnce)
+{
+    JsonObject tree = members({{"a", integer(1)}});
+    EXPECT_EQ(tree.erase("a"), 1);
+    EXPECT_EQ(tree.erase("a"), 0);
+    EXPECT_TRUE(tree.empty());
+}
+
+TEST(JsonObjectErase, TakesTheNameInsideTheMemberAsItsKey)
+{
+    const std::string key(100, 'k');
+    JsonObject tree = members({{key, integer(1)}, {"other", integer(2)}});
+    EXPECT_EQ(tree.erase(tree[key].name), 1);
+    EXPECT_EQ(tree, members({{"other", integer(2)}}));
+}
+
+TEST(JsonObjectErase, FindsAKeyThatHoldsANulByte)
+{
+    JsonObject tree = members({{"a", integer(1)}, {"a\0b"s, integer(2)}});
+    EXPECT_EQ(tree.erase("a\0b"s), 1);
+    EXPECT_EQ(tree, members({{"a", integer(1)}}));
+}
+
+TEST(JsonObjectMerge, TakesTheSourcesValueForAKeyThatBothHave)
+{
+    JsonObject target = members({{"b", integer(3)}, {"c", integer(4)}});
+    const JsonObject source = members({{"a", integer(1)}, {"b", integer(2)}});
+    target.merge(source);
+    EXPECT_EQ(target, members({{"a", integer(1)}, {"b", integer(2)}, {"c", integer(4)}}));
+    EXPECT_EQ(source, members({{"a", integer(1)}, {"b", integer(2)}}));
+}
+
+TEST(JsonObjectMerge, ChangesNothingByAnEmptySource)
+{
+    const JsonObject content = members({{"a", integer(1)}});
+    JsonObject target = content;
+    target.merge(JsonObject());
+    EXPECT_EQ(target, content);
+}
+
+TEST(JsonObjectMerge, CopiesTheSourceIntoAnEmptyTarget)
+{
+    const JsonObject source = members({{"a", integer(1)}, {"b", string("s")}});
+    JsonObject target;
+    target.merge(source);
+    EXPECT_EQ(target, source);
+}
+
+TEST(JsonObjectMerge, ReplacesAnObjectWholeInsteadOfMergingItsMembers)
+{
+    JsonObject target = members({{"a", object({{"x", integer(1)}})}});
+    target.merge(members({{"a", object({{"y", integer(2)}})}}));
+    EXPECT_EQ(target, members({{"a", object({{"y", integer(2)}})}}));
+}
+
+TEST(JsonObjectMerge, ChangesTheKindOfAValue)
+{
+    JsonObject target = members({{"a", string("s")}, {"b", array({integer(1)})}});
+    target.merge(members({{"a", JsonValue()}, {"b", string("t")}}));
+    EXPECT_EQ(target, members({{"a", JsonValue()}, {"b", string("t")}}));
+}
+
+TEST(JsonObjectMerge, CopiesDeeply)
+{
+    JsonObject source = members({{"a", array({string("s")})}});
+    JsonObject target;
+    target.merge(source);
+    source["a"].value.array().front().string() = "changed";
+    EXPECT_EQ(target, members({{"a", array({string("s")})}}));
+    target["a"].value.array().clear();
+    EXPECT_EQ(source, members({{"a", array({string("changed")})}}));
+}
+
+TEST(JsonObjectMerge, ChangesNothingWhereTheSourceIsTheTarget)
+{
+    const JsonObject content =
+        members({{"a", array({string("s")})}, {"b", object({{"c", integer(1)}})}});
+    JsonObject tree = content;
+    tree.merge(tree);
+    EXPECT_EQ(tree, content);
+}
+
+TEST(JsonObjectMerge, TakesAPartOfTheTarget)
+{
+    JsonObject tree =
+        members({{"a", object({{"b", integer(2)}, {"c", integer(3)}})}, {"b", integer(1)}});
+    tree.merge(tree["a"].value.object());
+    EXPECT_EQ(tree, members({{"a", object({{"b", integer(2)}, {"c", integer(3)}})},
+                             {"b", integer(2)},
+                             {"c", integer(3)}}));
+}
+
+TEST(JsonObjectMerge, TakesAPartOfTheTargetThatReplacesItself)
+{
+    const std::string longText(100, 'x');
+    JsonObject tree =
+        members({{"a", object({{"a", integer(1)}, {"b", string(longText)}, {"c", integer(3)}})}});
+    tree.merge(tree["a"].value.object());
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {"b", string(longText)}, {"c", integer(3)}}));
+}
+
+TEST(JsonObjectMerge, MergesAWholeIntoAPartOfIt)
+{
+    JsonObject tree = members({{"a", object({{"b", integer(2)}})}, {"c", integer(3)}});
+    const JsonObject before = tree;
+    tree["a"].value.object().merge(tree);
+    JsonObject part = before;
+    part["b"].value = integer(2);
+    EXPECT_EQ(tree["a"].value.object(), part);
+    EXPECT_EQ(tree["c"].value, integer(3));
+    EXPECT_EQ(tree.size(), 2U);
+}
