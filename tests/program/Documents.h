@@ -6,11 +6,12 @@
 #include <string>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/appliance/ExpectedRun.h"
 
-/// Where the tests of this folder put the configuration file.
+/// The path of the configuration file in these tests.
 inline const std::string configPath = std::string(Appliance::folder) + "/config.json";
 
-/// A configuration as a person would have written it. The flag is "true" or "false".
+/// A configuration file as a person would write it. The flag is "true" or "false".
 inline std::string handwritten(const std::string& flag)
 {
     return "{ \"Net\": [ \"eth0\", 1500 ],\n"
@@ -18,7 +19,7 @@ inline std::string handwritten(const std::string& flag)
            flag + ", \"Name\": \"rack 7\" } }\n";
 }
 
-/// The same configuration as the program writes it.
+/// The same configuration file as the program writes it.
 inline std::string rewritten(const std::string& flag)
 {
     return "{\n"
@@ -33,4 +34,12 @@ inline std::string rewritten(const std::string& flag)
            "      1500\n"
            "    ]\n"
            "  }";
+}
+
+/// The handwritten one, for the reference.
+inline expected::Configuration configurationRecording(bool isEncoder)
+{
+    return {.text = handwritten(isEncoder ? "true" : "false"),
+            .mode = isEncoder ? 1 : 0,
+            .rewritten = rewritten(isEncoder ? "false" : "true")};
 }

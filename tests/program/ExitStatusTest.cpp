@@ -11,31 +11,29 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
 
-// Every exit status by a real cause. The switch is low unless a row says otherwise, so that an
+// Every exit status by a real cause. The switch is low unless a test says otherwise, so that an
 // update of a decoder's file makes it an encoder's.
 namespace {
 
-constexpr char report[] = "Hardware switch: Encoder\n"
-                          "Config file    : Decoder\n"
-                          "Override parm  : None\n"
-                          "Override file  : None\n"
-                          "New setting    : Encoder\n";
+/// The run, or the writing of the file, fails as expected.
+enum class Fails { run, writing };
 
-struct Failure {
+struct Row {
     std::string name;
     int status;
-    std::string message;  ///< the line on the error log, without its end
-    bool reported;        ///< whether the report comes before it
+    expected::Failure failure;
+    Fails fails;
     std::vector<std::string> arguments;
     std::function<void()> arrange;
 };
 
-void PrintTo(const Failure& failure, std::ostream* out)
+void PrintTo(const Row& row, std::ostream* out)
 {
-    *out << failure.name;
+    *out << row.name;
 }
 
 void noFile() {}
@@ -48,59 +46,54 @@ std::function<void()> fileHolds(const std::string& text)
 const std::string decoderFile = handwritten("false");
 const std::string onlyOpens = std::string("{\"a\":") + std::string(9'994, '[');
 
-const std::vector<Failure> failures = {
+const std::vector<Row> rows = {
     {"UnknownSecondParameter",
      119,
-     "Invalid enc/dec command line parameter at line ",
-     false,
+     expected::unknownParameter(),
+     Fails::run,
      {configPath, "-encoder"},
      fileHolds(decoderFile)},
     {"SecondParameterInCapitals",
      119,
-     "Invalid enc/dec command line parameter at line ",
-     false,
+     expected::unknownParameter(),
+     Fails::run,
      {configPath, "-ENC"},
      fileHolds(decoderFile)},
     {"EmptySecondParameter",
      119,
-     "Invalid enc/dec command line parameter at line ",
-     false,
+     expected::unknownParameter(),
+     Fails::run,
      {configPath, ""},
      fileHolds(decoderFile)},
-    {"UnknownParameterBehindQuery",
+    {"UnknownParameterAfterQuery",
      119,
-     "Invalid enc/dec command line parameter at line ",
-     false,
+     expected::unknownParameter(),
+     Fails::run,
      {"-query", "now"},
      fileHolds(decoderFile)},
-    {"EncBehindQuery",
+    {"EncAfterQuery",
      152,
-     "No 2nd parameter allowed with -query",
-     false,
+     expected::parameterAfterQuery(),
+     Fails::run,
      {"-query", "-enc"},
      fileHolds(decoderFile)},
-    {"QueryBehindQuery",
+    {"QueryAfterQuery",
      152,
-     "No 2nd parameter allowed with -query",
-     false,
+     expected::parameterAfterQuery(),
+     Fails::run,
      {"-query", "-query"},
      fileHolds(decoderFile)},
-    {"FileMissing",
+    {"FileMissing", 163, expected::unreadable(configPath), Fails::run, {configPath}, noFile},
+    {"FileIsADirectory",
      163,
-     "Cannot read Json config file '" + configPath + "'",
-     false,
-     {configPath},
-     noFile},
-    {"FileIsAFolder",
-     163,
-     "Cannot read Json config file '" + configPath + "'",
-     false,
+     expected::unreadable(configPath),
+     Fails::run,
      {configPath},
      [] { emptyFolder(configPath); }},
     {"FileNotReadable",
      163,
-     "Cannot read Json config file '" + configPath + "'",
-     false,
+     expected::unreadable(configPath),
+     Fails::run,
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
@@ -108,78 +101,78 @@ const std::vector<Failure> failures = {
      }},
     {"FileTooLarge",
      163,
-     "Cannot read Json config file '" + configPath + "'",
-     false,
+     expected::unreadable(configPath),
+     Fails::run,
      {configPath},
      fileHolds(decoderFile + std::string(10'001 - decoderFile.size(), '\n'))},
-    {"EmptyName", 163, "Cannot read Json config file ''", false, {""}, noFile},
-    {"BlankFile",
+    {"EmptyName", 163, expected::unreadable(""), Fails::run, {""}, noFile},
+    {"FileOfWhitespace",
      174,
-     "Cannot decode Json at position 0, code -1",
-     false,
+     expected::syntaxError(0, -1),
+     Fails::run,
      {configPath},
      fileHolds(" \n\t\r\n")},
-    {"SyntaxErrorBehindLeadingBlanks",
+    {"SyntaxErrorAfterLeadingWhitespace",
      174,
-     "Cannot decode Json at position 9, code -5",
-     false,
+     expected::syntaxError(9, -5),
+     Fails::run,
      {configPath},
      fileHolds("\n\n  {\"a\":null;} \n")},
-    {"NumberTooFarDown",
+    {"NumberTooDeep",
      174,
-     "Cannot decode Json at position 9999, code -41",
-     false,
+     expected::syntaxError(9999, -41),
+     Fails::run,
      {configPath},
      fileHolds(onlyOpens + "}")},
     {"NoApp",
      180,
-     "App/isEncoder parameter not found in Json text",
-     false,
+     expected::flagMissing(),
+     Fails::run,
      {configPath},
      fileHolds("{\"isEncoder\":true}")},
     {"AppIsAnArray",
      180,
-     "App/isEncoder parameter not found in Json text",
-     false,
+     expected::flagMissing(),
+     Fails::run,
      {configPath},
      fileHolds("{\"App\":[{\"isEncoder\":true}]}")},
     {"AppHasNoFlag",
      180,
-     "App/isEncoder parameter not found in Json text",
-     false,
+     expected::flagMissing(),
+     Fails::run,
      {configPath},
      fileHolds("{\"App\":{\"isencoder\":true}}")},
     {"FlagIsANumber",
      186,
-     "App/isEncoder parameter is not a boolean",
-     false,
+     expected::flagNotBoolean(),
+     Fails::run,
      {configPath},
      fileHolds("{\"App\":{\"isEncoder\":1}}")},
     {"FlagIsAString",
      186,
-     "App/isEncoder parameter is not a boolean",
-     false,
+     expected::flagNotBoolean(),
+     Fails::run,
      {configPath},
      fileHolds("{\"App\":{\"isEncoder\":\"true\"}}")},
     {"FlagIsNull",
      186,
-     "App/isEncoder parameter is not a boolean",
-     false,
+     expected::flagNotBoolean(),
+     Fails::run,
      {configPath},
      fileHolds("{\"App\":{\"isEncoder\":null}}")},
-    {"FolderNotWritable",
+    {"DirectoryNotWritable",
      226,
-     "Cannot open Json file for writing, code -1",
-     true,
+     expected::notOpened(),
+     Fails::writing,
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
          chmod(Appliance::folder, 0555);
      }},
-    {"TemporaryNameIsAFolder",
+    {"TemporaryNameIsADirectory",
      226,
-     "Cannot open Json file for writing, code -1",
-     true,
+     expected::notOpened(),
+     Fails::writing,
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
@@ -187,50 +180,56 @@ const std::vector<Failure> failures = {
      }},
     {"DiskFull",
      236,
-     "Cannot write Json file, code 1",
-     true,
+     expected::notWritten(1),
+     Fails::writing,
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
          std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
      }},
-    {"FolderNotWritableButTheTemporaryFileIs",
+    {"DirectoryNotWritableButTheTemporaryFileIs",
      236,
-     "Cannot write Json file, code -3",
-     true,
+     expected::notWritten(-3),
+     Fails::writing,
      {configPath},
      [] {
-         // The left-over temporary file can be written, but not renamed.
+         // The temporary file that is left over can be written, but not renamed.
          writeFile(configPath, decoderFile);
          writeFile(configPath + ".filsec", "");
          chmod(Appliance::folder, 0555);
      }},
 };
 
-class Failing : public testing::TestWithParam<Failure> {
+class Failing : public testing::TestWithParam<Row> {
 protected:
     void TearDown() override { chmod(Appliance::folder, 0755); }
 };
 
 TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
 {
-    const Failure& failure = GetParam();
+    const Row& row = GetParam();
     Appliance appliance;
     appliance.setSwitch(Switch::low);
-    failure.arrange();
-    const std::string before = readFile(configPath);
+    row.arrange();
+    expected::Sources sources{.arguments = row.arguments,
+                              .hardware = Switch::low,
+                              .configuration = configurationRecording(false)};
+    sources.configuration.text = readFile(configPath);
+    (row.fails == Fails::run ? sources.configuration.refusal : sources.writing) = row.failure;
 
-    const RunResult run = appliance.run(failure.arguments);
+    const RunResult run = appliance.run(row.arguments);
 
-    EXPECT_EQ(run.status, failure.status);
+    const expected::Run expectedRun = expected::run(sources);
+    EXPECT_EQ(row.failure.status, row.status);
+    EXPECT_EQ(run.status, row.status);
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, (failure.reported ? report : "") + ("ERROR: " + failure.message + "\n"));
+    EXPECT_EQ(run.err, expectedRun.err);
     EXPECT_EQ(run.log,
-              (std::vector<LogRecord>{{LOG_ERR, "switch-querier", failure.message + "\n"}}));
-    EXPECT_EQ(readFile(configPath), before);
+              (std::vector<LogRecord>{{LOG_ERR, "switch-querier", row.failure.message + "\n"}}));
+    EXPECT_EQ(readFile(configPath), sources.configuration.text);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Failing, testing::ValuesIn(failures),
+INSTANTIATE_TEST_SUITE_P(, Failing, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
 TEST(ExitStatus, IsZeroForADecoder)
@@ -242,7 +241,7 @@ TEST(ExitStatus, IsZeroForADecoder)
     const RunResult run = appliance.run({configPath});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "Config file successfully updated to Decoder mode\n");
+    EXPECT_EQ(run.out, expected::updated(0) + "\n");
     EXPECT_EQ(readFile(configPath), rewritten("false"));
 }
 
@@ -255,7 +254,7 @@ TEST(ExitStatus, IsOneForAnEncoder)
     const RunResult run = appliance.run({configPath});
 
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, "Config file successfully updated to Encoder mode\n");
+    EXPECT_EQ(run.out, expected::updated(1) + "\n");
     EXPECT_EQ(readFile(configPath), rewritten("true"));
 }
 
@@ -268,39 +267,33 @@ TEST(ExitStatus, Is210WhenNothingDecides)
 
     EXPECT_EQ(run.status, 210);
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, "ERROR: Cannot init GPIO17\n"
-                       "Hardware switch: Could not be determined\n"
-                       "Config file    : Encoder\n"
-                       "Override parm  : None\n"
-                       "Override file  : None\n"
-                       "New setting    : Not specified\n"
-                       "ERROR: No hardware or user setting known.\n");
+    EXPECT_EQ(run.err, expected::run({.arguments = {configPath},
+                                      .configuration = configurationRecording(true)})
+                           .err);
+    EXPECT_TRUE(run.err.ends_with("ERROR: " + expected::nothingDecides().message + "\n"));
     EXPECT_EQ(readFile(configPath), handwritten("true"));
 }
 
-TEST(ExitStatus, Is96WithTheUsageForAWrongNumberOfArguments)
+class WrongNumberOfArguments : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongNumberOfArguments, EndsWith96AndTheUsage)
 {
-    const std::vector<std::vector<std::string>> wrong = {
-        {}, {"a", "b", "c"}, {"a", "-enc", "", ""}};
-    for (const std::vector<std::string>& arguments : wrong) {
-        SCOPED_TRACE(arguments.size());
-        Appliance appliance;
-        appliance.setSwitchOnExport(0, std::chrono::milliseconds(0));
+    Appliance appliance;
+    appliance.setSwitchOnExport(0, std::chrono::milliseconds(0));
 
-        const RunResult run = appliance.run(arguments);
+    const RunResult run = appliance.run(GetParam());
 
-        EXPECT_EQ(run.status, 96);
-        EXPECT_TRUE(run.out.starts_with("**** switch-querier - Tarvo enc/dec switch querier, "
-                                        "V4.14 2020-01-16 "))
-            << run.out;
-        EXPECT_TRUE(run.out.ends_with("Program return values: 0=decoder, 1=encoder, >0 = error "
-                                      "line.\n"))
-            << run.out;
-        EXPECT_EQ(run.err, "");
-        EXPECT_EQ(run.log, std::vector<LogRecord>{});
-        EXPECT_EQ(readFile("/sys/class/gpio/export"), "") << "the switch was probed";
-    }
+    EXPECT_EQ(run.status, 96);
+    EXPECT_EQ(run.out, expected::usage("switch-querier"));
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.log, std::vector<LogRecord>{});
+    EXPECT_EQ(readFile("/sys/class/gpio/export"), "") << "the switch was probed";
 }
+
+INSTANTIATE_TEST_SUITE_P(, WrongNumberOfArguments,
+                         testing::Values(std::vector<std::string>{},
+                                         std::vector<std::string>{"a", "b", "c"},
+                                         std::vector<std::string>{"a", "-enc", "", ""}));
 
 TEST(BadSecondParameter, IsRefusedBeforeAnyProbing)
 {
@@ -313,15 +306,15 @@ TEST(BadSecondParameter, IsRefusedBeforeAnyProbing)
     EXPECT_EQ(readFile("/sys/class/gpio/export"), "");
 }
 
-TEST(ParameterBehindQuery, IsRefusedAfterTheSwitchWasRead)
+TEST(ParameterAfterQuery, IsRefusedAfterTheSwitchWasRead)
 {
     Appliance appliance;
 
     const RunResult run = appliance.run({"-query", "-enc"});
 
     EXPECT_EQ(run.status, 152);
-    EXPECT_EQ(run.err, "ERROR: Cannot init GPIO17\n"
-                       "ERROR: No 2nd parameter allowed with -query\n");
+    EXPECT_EQ(run.err, "ERROR: " + expected::cannotInitSwitch() +
+                           "\nERROR: " + expected::parameterAfterQuery().message + "\n");
 }
 
 }  // namespace

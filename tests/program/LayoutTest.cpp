@@ -9,10 +9,10 @@
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
 
-// What a rewritten file looks like, byte for byte.
+// The layout of a rewritten file, byte for byte.
 namespace {
 
-/// Flips the flag of a configuration, and gives what the file then holds.
+/// Flips the flag of a configuration file, and returns the new text.
 std::string flipped(const std::string& config)
 {
     Appliance appliance;
@@ -76,7 +76,7 @@ TEST(Layout, OfNestedArraysNumbersAndEscapes)
               "  }");
 }
 
-TEST(Layout, IsStableFromTheFirstRewriteOn)
+TEST(Layout, SurvivesARoundTrip)
 {
     const std::string once = flipped(handwritten("false"));
 
@@ -91,7 +91,7 @@ TEST(Layout, OfTheLargestDocumentOfNestedArraysIsWrittenInFull)
     config += std::string(depth, '[') + std::string(depth, ']') + "}";
     config += std::string(10'000 - config.size(), ' ');
 
-    // Two blanks more a level down to the innermost array, "[]", and the same way back.
+    // Each level is indented by two more spaces, down to the innermost array, "[]", and back.
     std::string expected = "{\n    \"App\": {\n      \"isEncoder\": true\n    },\n    \"a\": ";
     for (std::size_t level = 1; level < depth; ++level) {
         expected += "[\n" + std::string(2 * (level + 2), ' ');

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
 
@@ -17,23 +18,24 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST(Line, ThatAppearsLateAfterTheExportIsRead)
+class LateLine : public testing::TestWithParam<int> {};
+
+TEST_P(LateLine, IsReadAfterTheExport)
 {
-    for (const int level : {0, 1}) {
-        SCOPED_TRACE(level);
-        Appliance appliance;
-        appliance.setSwitchOnExport(level, milliseconds(70));
+    Appliance appliance;
+    appliance.setSwitchOnExport(GetParam(), milliseconds(70));
 
-        const RunResult run = appliance.run({"-query"});
+    const RunResult run = appliance.run({"-query"});
 
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.out, std::string("Hardware switch: ") + (level == 1 ? "Decoder" : "Encoder") +
-                               "\nOverride parm  : None\nOverride file  : None\n");
-        EXPECT_EQ(run.err, "");
-        EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
-        EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
-    }
+    const Switch hardware = GetParam() == 1 ? Switch::high : Switch::low;
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, expected::run({.arguments = {"-query"}, .hardware = hardware}).out);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
+    EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
 }
+
+INSTANTIATE_TEST_SUITE_P(, LateLine, testing::Values(0, 1));
 
 TEST(Line, ThatNeverAppearsIsGivenUpAfterElevenWaits)
 {
@@ -45,7 +47,7 @@ TEST(Line, ThatNeverAppearsIsGivenUpAfterElevenWaits)
     const RunResult run = appliance.run({"-query"});
 
     EXPECT_GE(steady_clock::now() - start, 11 * milliseconds(20));
-    EXPECT_EQ(run.err, "ERROR: Cannot init GPIO17\n");
+    EXPECT_EQ(run.err, "ERROR: " + expected::cannotInitSwitch() + "\n");
     EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
 }
 
@@ -60,7 +62,7 @@ TEST(Line, ThatIsExportedAlreadyIsNotExportedAgainAndStaysExported)
     const RunResult run = appliance.run({"-query"});
 
     EXPECT_GE(steady_clock::now() - start, milliseconds(20));
-    EXPECT_EQ(run.out.substr(0, 24), "Hardware switch: Decoder");
+    EXPECT_EQ(run.out, expected::run({.arguments = {"-query"}, .hardware = Switch::high}).out);
     EXPECT_EQ(readFile("/sys/class/gpio/export"), "");
     EXPECT_EQ(readFile("/sys/class/gpio/unexport"), "");
     EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
@@ -77,9 +79,10 @@ TEST(Query, AloneReportsThreeLinesAndTouchesNoFile)
     const RunResult run = appliance.run({"-query"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "Hardware switch: Encoder\n"
-                       "Override parm  : None\n"
-                       "Override file  : Encoder\n");
+    const expected::Deciders deciders{.markerFile = 1, .hardware = 1};
+    const expected::Lines lines = expected::report(deciders);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(run.out, lines[0] + lines[1] + lines[2]);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.log, std::vector<LogRecord>{});
     EXPECT_EQ(namesIn(Appliance::folder), std::vector<std::string>{"config.json"});

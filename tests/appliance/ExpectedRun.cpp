@@ -1,0 +1,292 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/ExpectedRun.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+
+namespace expected {
+namespace {
+
+constexpr char usageAfterTheName[] =
+    " <Json-filename|'-query'> ['-enc'|'-dec'|'-flip'|'-query']\n"
+    "The program reads the status of the Tarvo-encoder/decoder configuration switch\n"
+    "and - if necessary - updates the specified Json application config file accordingly.\n"
+    "If -query is specified instead of a filename the program only indicates the current\n"
+    "settings, not including the setting of the Json config file.\n"
+    "The following additional parameters are supported:\n"
+    "  -enc, -dec: Overrides the setting of the hardware switch and forces encoder or\n"
+    "              decoder mode.\n"
+    "  -flip     : Overrides the setting of the hardware switch and inverts the setting\n"
+    "              found in the Json config file.\n"
+    "  -query    : Displays configurations and exits.\n"
+    "There is a secondary override mode:\n"
+    "  If the file /config/DECODER exists it will overwrite the hardware setting and\n"
+    "  cause decoder mode to be assumed.\n"
+    "  If the file /config/DECODER does not exist but file /config/ENCODER does, it will\n"
+    "  cause encoder mode to be assumed.\n"
+    "The hardware setting comes into effect only if neither of the two files exist.\n"
+    "Note that an explicit -enc, -dec or -flip command parameter overrides the /config\n"
+    "file settings.\n"
+    "Program return values: 0=decoder, 1=encoder, >0 = error line.\n";
+
+struct SwitchState {
+    int mode;
+    std::string error;
+};
+
+SwitchState stateOf(Switch hardware)
+{
+    switch (hardware) {
+    case Switch::low:
+        return {1, ""};
+    case Switch::high:
+        return {0, ""};
+    case Switch::notThere:
+        return {-1, cannotInitSwitch()};
+    case Switch::unreadable:
+        return {-1, cannotReadSwitch()};
+    }
+    return {};
+}
+
+int modeOfMarkers(const std::set<std::string>& markers)
+{
+    const auto found = std::ranges::find_if(
+        markerFiles, [&](const MarkerFile& file) { return markers.contains(file.name); });
+    return found == markerFiles.end() ? -1 : found->mode;
+}
+
+std::string overrideText(int parameter, std::optional<int> recorded)
+{
+    if (parameter != 2) {
+        return modeName(parameter, "None");
+    }
+    return recorded.value_or(-1) < 0 ? "Flipped" : "Flipped to " + modeName(1 - *recorded);
+}
+
+/// A run as it comes about.
+class Recorder {
+public:
+    explicit Recorder(const std::string& programName)
+        : identity(programName.empty() ? "KWsyslog3" : programName)
+    {
+    }
+
+    void error(const std::string& line)
+    {
+        run.err += "ERROR: " + line;
+        run.log.push_back({LOG_ERR, identity, line});
+    }
+
+    void info(const std::string& line)
+    {
+        run.out += line;
+        run.log.push_back({LOG_INFO, identity, line});
+    }
+
+    Run fail(const Failure& failure)
+    {
+        error(failure.message + "\n");
+        return end(failure.status);
+    }
+
+    Run end(int status)
+    {
+        run.status = status;
+        return run;
+    }
+
+    Run run;
+
+private:
+    std::string identity;
+};
+
+}  // namespace
+
+std::string modeName(int mode, const std::string& none)
+{
+    return mode < 0 ? none : mode == 0 ? "Decoder" : "Encoder";
+}
+
+Failure unknownParameter()
+{
+    return {119, "Invalid enc/dec command line parameter at line "};
+}
+
+Failure parameterAfterQuery()
+{
+    return {152, "No 2nd parameter allowed with -query"};
+}
+
+Failure unreadable(const std::string& path)
+{
+    return {163, "Cannot read Json config file '" + path + "'"};
+}
+
+Failure syntaxError(std::size_t position, int code)
+{
+    return {174, "Cannot decode Json at position " + std::to_string(position) + ", code " +
+                     std::to_string(code)};
+}
+
+Failure flagMissing()
+{
+    return {180, "App/isEncoder parameter not found in Json text"};
+}
+
+Failure flagNotBoolean()
+{
+    return {186, "App/isEncoder parameter is not a boolean"};
+}
+
+Failure nothingDecides()
+{
+    return {210, "No hardware or user setting known."};
+}
+
+Failure notOpened()
+{
+    return {226, "Cannot open Json file for writing, code -1"};
+}
+
+Failure notWritten(int code)
+{
+    return {236, "Cannot write Json file, code " + std::to_string(code)};
+}
+
+std::string cannotInitSwitch()
+{
+    return "Cannot init GPIO17";
+}
+
+std::string cannotReadSwitch()
+{
+    return "Cannot read GPIO17 status";
+}
+
+std::string updated(int mode)
+{
+    return "Config file successfully updated to " + modeName(mode) + " mode";
+}
+
+std::string notNeeded(int mode)
+{
+    return "Config file update to " + modeName(mode) + " mode not needed.";
+}
+
+std::string usage(const std::string& programName)
+{
+    return "**** " + programName +
+           " - Tarvo enc/dec switch querier, V4.14 2020-01-16 " SWITCH_QUERIER_CONTACT "\n"
+           "Usage: " +
+           programName + usageAfterTheName;
+}
+
+Lines report(const Deciders& deciders, std::optional<int> recorded, std::optional<int> newMode)
+{
+    Lines lines;
+    const auto add = [&](const char* label, const std::string& text) {
+        lines.push_back(label + text + "\n");
+    };
+    add("Hardware switch: ", modeName(deciders.hardware, "Could not be determined"));
+    if (recorded) {
+        add("Config file    : ", modeName(*recorded, "Unknown?"));
+    }
+    add("Override parm  : ", overrideText(deciders.parameter, recorded));
+    add("Override file  : ", modeName(deciders.markerFile, "None"));
+    if (newMode) {
+        add("New setting    : ", modeName(*newMode, "Not specified"));
+    }
+    return lines;
+}
+
+Update update(const Deciders& deciders, bool query, const Configuration& configuration,
+              const std::optional<Failure>& writing)
+{
+    Update update{
+        .status = 0, .error = {}, .info = {}, .report = {}, .configuration = configuration.text};
+    const auto fail = [&](const Failure& failure) {
+        update.error = {failure.message + "\n"};
+        update.status = failure.status;
+        return update;
+    };
+    if (configuration.refusal) {
+        return fail(*configuration.refusal);
+    }
+    const int newMode = mode(deciders, configuration.mode);
+    update.report = report(deciders, configuration.mode, newMode);
+    if (query) {
+        return update;
+    }
+    if (newMode < 0) {
+        return fail(nothingDecides());
+    }
+    if (newMode != configuration.mode && writing) {
+        return fail(*writing);
+    }
+    update.status = newMode;
+    if (newMode == configuration.mode) {
+        update.info = {notNeeded(newMode) + "\n"};
+    } else {
+        update.info = {updated(newMode) + "\n"};
+        update.configuration = configuration.rewritten;
+    }
+    return update;
+}
+
+Run run(const Sources& sources)
+{
+    Recorder recorder(sources.programName);
+    Run& run = recorder.run;
+    run.configuration = sources.configuration.text;
+    const std::vector<std::string>& arguments = sources.arguments;
+    if (arguments.empty() || arguments.size() > 2) {
+        run.out = usage(sources.programName);
+        return recorder.end(96);
+    }
+    Parameter second{.name = "", .value = -1, .query = false};
+    if (arguments.size() == 2) {
+        const auto found = std::ranges::find(parameters, arguments[1], &Parameter::name);
+        if (found == parameters.end()) {
+            return recorder.fail(unknownParameter());
+        }
+        second = *found;
+    }
+
+    const SwitchState hardware = stateOf(sources.hardware);
+    if (!hardware.error.empty()) {
+        recorder.error(hardware.error + "\n");
+    }
+    const Deciders deciders{.parameter = second.value,
+                            .markerFile = modeOfMarkers(sources.markers),
+                            .hardware = hardware.mode};
+    if (arguments[0] == "-query") {
+        if (arguments.size() == 2) {
+            return recorder.fail(parameterAfterQuery());
+        }
+        for (const std::string& line : report(deciders)) {
+            run.out += line;
+        }
+        return recorder.end(0);
+    }
+
+    const Update update =
+        expected::update(deciders, second.query, sources.configuration, sources.writing);
+    for (const std::string& line : update.report) {
+        run.err += line;
+    }
+    for (const std::string& line : update.error) {
+        recorder.error(line);
+    }
+    for (const std::string& line : update.info) {
+        recorder.info(line);
+    }
+    run.configuration = update.configuration;
+    return recorder.end(update.status);
+}
+
+}  // namespace expected
