@@ -25,9 +25,9 @@ std::string directoryOf(const std::string& name)
     return name.substr(0, slash + 1);
 }
 
-/// Makes what the file or directory holds durable, as well as it can be done: no failure is
-/// reported, not even in errno. A standard stream does not show its descriptor, so the name is
-/// opened once more; whatever else may stand under it, opening it must not wait.
+/// Syncs the file or directory of this name. A failure is not reported, not even in errno. A
+/// standard stream does not expose its descriptor, so the name is opened again; whatever it then
+/// refers to, the open must not block.
 void syncBestEffort(const std::string& name)
 {
     const int keptErrno = errno;
@@ -43,7 +43,9 @@ void syncBestEffort(const std::string& name)
 
 ReplacingFile::~ReplacingFile()
 {
-    static_cast<void>(finish());  // a destructor has nobody to tell
+    // An exception that left the destructor would end the program.
+    exceptions(std::ios::goodbit);
+    static_cast<void>(finish());
 }
 
 std::int32_t ReplacingFile::open(const std::string& name)
@@ -67,15 +69,15 @@ std::int32_t ReplacingFile::finish()
     if (failed) {
         return 1;
     }
-    // The bytes first, then the name: a file system may otherwise keep the rename and lose the
-    // bytes (ext4(5), noauto_da_alloc).
+    // The contents before the rename: a file system may otherwise keep the rename and lose the
+    // contents (ext4(5), noauto_da_alloc).
     const std::string temporaryName = temporaryNameOf(finalName);
     syncBestEffort(temporaryName);
     if (std::rename(temporaryName.c_str(), finalName.c_str()) != 0) {
         return -3;
     }
-    // The file before its folder: FAT frees the old bytes with the rename, and the final name leads to
-    // the new ones only once the file itself is synced again.
+    // The file before its directory: on FAT the rename frees the old contents, and the final name
+    // leads to the new ones only after the file is synced again.
     syncBestEffort(finalName);
     syncBestEffort(directoryOf(finalName));
     return 0;

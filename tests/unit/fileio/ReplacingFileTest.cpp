@@ -691,6 +691,48 @@ TEST_F(ReplacingFileTest, KeepsTheTemporaryFileWhenItsDestructorCannotRename)
     }
 }
 
+// An exception that leaves a destructor ends the program (std::terminate).
+TEST_F(ReplacingFileTest, DoesNotThrowInItsDestructorWithAnExceptionsMask)
+{
+    fs::create_symlink("/dev/full", temporaryPath);
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        file.exceptions(std::ios::badbit | std::ios::failbit);
+        file << "new";
+    }
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_TRUE(fs::is_symlink(temporaryPath));
+}
+
+TEST_F(ReplacingFileTest, DoesNotThrowInItsDestructorAfterAnInsertionThatThrew)
+{
+    for (const WriteFault& row : writeFaults) {
+        SCOPED_TRACE(row.name);
+        fs::remove(temporaryPath);
+        {
+            ReplacingFile file;
+            ASSERT_EQ(file.open(path), 0);
+            file.exceptions(std::ios::badbit | std::ios::failbit);
+            EXPECT_THROW(row.write(file), std::ios::failure);
+        }
+        EXPECT_EQ(readFile(path), "old");
+        EXPECT_TRUE(fs::is_regular_file(temporaryPath));
+    }
+}
+
+TEST_F(ReplacingFileTest, FinishesInItsDestructorWithAnExceptionsMask)
+{
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        file.exceptions(std::ios::badbit | std::ios::failbit);
+        file << "new";
+    }
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+}
+
 template <typename Base>
 void openAndDestroyAs()
 {
