@@ -8,11 +8,11 @@
 
 /// Reads the whole file of this name into the text, byte for byte.
 ///
-/// Returns true, with the text resized to the file's size, when the file could be opened and has
-/// no more than limit bytes. Returns false, with the text as it was, when it could not be opened,
-/// has more, or has no end position (a pipe, a terminal).
+/// Returns true, with the text resized to the size of the file, if the file could be opened and has
+/// at most limit bytes. Returns false, with the text unchanged, if the file could not be opened, is
+/// larger, or has no end position (a pipe, a terminal).
 ///
-/// How much the read itself delivers is not checked, on purpose: where the file shrinks meanwhile
-/// or the read fails, the rest of the text holds its earlier bytes, or zero bytes where there were
-/// none.
+/// The number of bytes that the read delivers is not checked; that is intended. If the file shrinks
+/// meanwhile or the read fails, the rest of the text keeps its earlier bytes, or zero bytes beyond
+/// its earlier size.
 [[nodiscard]] bool readTextFile(const std::string& name, std::string& text, std::int64_t limit);
