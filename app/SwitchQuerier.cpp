@@ -16,42 +16,41 @@
 
 int runSwitchQuerier(int argc, const char* const* argv)
 {
-    // The logs keep the name's address, so it is made before them and lives longer.
+    // The logs keep the address of the name, so it must outlive them.
     const std::string name = programName(argv[0]);
     if (argc != 2 && argc != 3) {
         printUsage(name, std::cout);
         return exitUsage;
     }
-    ErrorLog errorLog(name.c_str(), &std::cerr, 1);
-    InfoLog infoLog(name.c_str(), &std::cout, 0);
+    ErrorLog errorLog(name.c_str(), &std::cerr, levelOnly);
+    InfoLog infoLog(name.c_str(), &std::cout, textOnly);
 
-    const bool hasSecond = argc == 3;
-    SecondParameter second;
-    if (hasSecond) {
-        const std::optional<SecondParameter> read = readSecondParameter(argv[2]);
-        if (!read) {
-            // No number follows, although the text leads up to one: that is intended.
+    const bool hasOption = argc == 3;
+    Option option;
+    if (hasOption) {
+        const std::optional<Option> parsed = parseOption(argv[2]);
+        if (!parsed) {
+            // The text leads up to a line number, but none follows; that is intended.
             errorLog << "Invalid enc/dec command line parameter at line " << std::endl;
             return exitBadParameter;
         }
-        second = *read;
+        option = *parsed;
     }
 
-    // In this order: a marker file is probed before the switch, and both before the first
-    // parameter is looked at.
+    // The order is fixed: the marker files, the switch, and only then the first parameter.
     const Mode overrideFile = probeMarkerFiles();
     const Mode hardware = readHardwareSwitch(errorLog);
 
     const std::string first = argv[1];
     if (first == queryParameter) {
-        if (hasSecond) {
+        if (hasOption) {
             errorLog << "No 2nd parameter allowed with -query" << std::endl;
-            return exitParameterBehindQuery;
+            return exitParameterAfterQuery;
         }
         printStatusReport(hardware, overrideFile, parameterNone, modeNotRead, modeNotRead,
                           std::cout);
         return exitQueried;
     }
-    const ModeSources sources{second.parameter, overrideFile, hardware};
-    return updateConfig(first, sources, second.query, RunOutput{errorLog, infoLog, std::cerr});
+    const ModeSources sources{option.parameter, overrideFile, hardware};
+    return updateConfig(first, sources, option.query, OutputStreams{errorLog, infoLog, std::cerr});
 }

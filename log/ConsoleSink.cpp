@@ -13,9 +13,7 @@ namespace {
 
 using std::chrono::system_clock;
 
-enum Format : std::int32_t { levelOnly = 1, dayAndTime = 2, dateAndTime = 3 };
-
-/// The time as the format has it, with the blank that ends it.
+/// Inserts the time in the format, followed by a space.
 void insertTime(std::ostream& line, system_clock::time_point time, std::int32_t format)
 {
     const std::int64_t microseconds =

@@ -8,15 +8,19 @@
 #include <ostream>
 #include <string>
 
-/// Where records go on the console.
+/// How the console shows a record. Times are local times; the numbers are fixed.
+enum ConsoleFormat : std::int32_t {
+    textOnly = 0,     ///< "text"; also for any code that is not listed here
+    levelOnly = 1,    ///< "ERROR: text"
+    dayAndTime = 2,   ///< "16-09:05:03.042 ERROR: text"
+    dateAndTime = 3,  ///< "2020-01-16 09:05:03.042 ERROR: text"
+};
+
+/// Writes records to a console stream.
 class ConsoleSink {
 public:
-    /// Writes to the stream, which must outlive the sink, or nowhere when it is null. The format is
-    ///    1  for "ERROR: text";
-    ///    2  for "16-09:05:03.042 ERROR: text" (day, hour, minute, second, milliseconds);
-    ///    3  for "2020-01-16 09:05:03.042 ERROR: text";
-    ///    any other number for the text alone.
-    /// Times are local times.
+    /// Writes to the stream, which must outlive the sink, or nowhere if it is null. The format code
+    /// is a ConsoleFormat; any other number means textOnly.
     ConsoleSink(std::ostream* stream, std::int32_t formatCode) : console(stream), format(formatCode)
     {
     }
@@ -26,8 +30,9 @@ public:
     ConsoleSink(const ConsoleSink&) = delete;
     ConsoleSink& operator=(const ConsoleSink&) = delete;
 
-    /// Writes one line in one insertion, adds a newline where the text ends in none, and flushes.
-    /// An empty text writes nothing. A failure stays in the state of the console stream.
+    /// Writes one line in a single insertion, adds a newline unless the text ends in one, and
+    /// flushes. An empty text writes nothing. A failure stays in the state of the console stream.
+    /// Virtual so that a derived sink can write elsewhere.
     virtual void write(std::chrono::system_clock::time_point time, const std::string& text,
                        int level);
 

@@ -3,6 +3,6 @@
 
 #pragma once
 
-/// The name of a level, the number of which is a priority of syslog(3): "EMERG" for LOG_EMERG (0)
-/// to "DEBUG" for LOG_DEBUG (7). Bits above the lowest three are ignored. Valid for the whole run.
+/// Returns the name of a syslog(3) priority: from "EMERG" (LOG_EMERG) to "DEBUG" (LOG_DEBUG).
+/// All but the lowest three bits are ignored. The name is a constant text.
 [[nodiscard]] const char* levelName(int priority);

@@ -17,7 +17,7 @@ int LogBuffer::sync()
 LogStream::LogStream(const char* identity, std::ostream* console, std::int32_t format)
     : std::ostream(nullptr), buffer(*this), consoleSink(console, format)
 {
-    // The base is made before the buffer, so it gets it here; that also clears its bad state.
+    // The base is constructed before the buffer. Setting the buffer also clears the bad state.
     rdbuf(&buffer);
     openlog(*identity != '\0' ? identity : "KWsyslog3", 0, 0);
 }

@@ -14,27 +14,27 @@
 
 class LogStream;
 
-/// Gathers what is inserted into a log stream, and hands it over whole at each flush.
+/// Collects the text inserted into a log stream, and emits it as one record at each flush.
 class LogBuffer : public std::stringbuf {
 public:
     explicit LogBuffer(LogStream& stream) : owner(&stream) {}
 
 protected:
-    /// Always 0, for success.
+    /// Emits the record and returns 0, for success, in any case.
     int sync() override;
 
 private:
     LogStream* owner;
 };
 
-/// An output stream whose records reach the console and the system log.
+/// An output stream that writes records to the console and to the system log.
 ///
-/// A record is everything inserted since the last flush (std::endl, std::flush, flush()); nothing
-/// leaves the stream before that, and what is never flushed is lost. A failing console does not
-/// keep a record from the system log, and the log stream's own state stays good.
+/// A record is everything inserted since the last flush (std::endl, std::flush, flush()). Nothing
+/// leaves the stream before a flush, and text that is never flushed is lost. If the console fails,
+/// the record still goes to the system log, and the state of the log stream stays good.
 ///
-/// The system log is process-wide: each stream opens it when it is made and closes it when it is
-/// destroyed, and the identity of the last one opened holds for all.
+/// The system log is process-wide: each stream opens it on construction and closes it on
+/// destruction, and the identity given last applies to all streams.
 class LogStream : public std::ostream {
 public:
     /// Closes the system log.
@@ -44,13 +44,13 @@ public:
     LogStream& operator=(const LogStream&) = delete;
 
 protected:
-    /// Opens the system log with the identity, or with "KWsyslog3" when that is empty. Identity and
-    /// console must outlive the stream; the console may be null. See ConsoleSink for the format.
+    /// Opens the system log with the identity, or with "KWsyslog3" if that is empty. Identity and
+    /// console must outlive the stream; the console may be null. The format is a ConsoleFormat.
     LogStream(const char* identity, std::ostream* console, std::int32_t format);
 
     friend class LogBuffer;
 
-    /// Hands one record, flushed at this time, to the sinks.
+    /// Passes one record to the sinks, with the time of its flush.
     virtual void emit(std::chrono::system_clock::time_point time, const std::string& text) = 0;
 
     LogBuffer buffer;
@@ -58,7 +58,7 @@ protected:
     SyslogSink syslogSink;
 };
 
-/// Error records: each goes to the console and, at LOG_ERR, to the system log.
+/// A log for errors: each record goes to the console and, at LOG_ERR, to the system log.
 class ErrorLog final : public LogStream {
 public:
     ErrorLog(const char* identity, std::ostream* console, std::int32_t format)
@@ -70,7 +70,7 @@ private:
     void emit(std::chrono::system_clock::time_point time, const std::string& text) override;
 };
 
-/// Informational records: each goes, at LOG_INFO, to those of the two that are switched on.
+/// A log for information: each record goes, at LOG_INFO, to the destinations that are switched on.
 class InfoLog final : public LogStream {
 public:
     InfoLog(const char* identity, std::ostream* console, std::int32_t format)

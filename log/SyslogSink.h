@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-/// Where records go in the system log.
+/// Writes records to the system log.
 class SyslogSink {
 public:
     SyslogSink() = default;
@@ -15,8 +15,9 @@ public:
     SyslogSink(const SyslogSink&) = delete;
     SyslogSink& operator=(const SyslogSink&) = delete;
 
-    /// Hands the text to syslog(3) as it is, also an empty one; the daemon takes its own time. The
-    /// system log ends a text at a NUL byte. It blocks for as long as the daemon does not read.
+    /// Passes the text to syslog(3) unchanged, even if it is empty, and ignores the time: syslog(3)
+    /// adds its own. A NUL byte ends the text. Blocks while the daemon does not read. Virtual so
+    /// that a derived sink can write elsewhere.
     virtual void write(std::chrono::system_clock::time_point time, const std::string& text,
                        int priority);
 };

@@ -27,6 +27,7 @@ using std::chrono::nanoseconds;
 using std::chrono::system_clock;
 
 static_assert(std::has_virtual_destructor_v<ConsoleSink>);
+static_assert(textOnly == 0 && levelOnly == 1 && dayAndTime == 2 && dateAndTime == 3);
 
 /// A point of Coordinated Universal Time.
 system_clock::time_point at(std::chrono::year_month_day day, nanoseconds timeOfDay)
@@ -122,11 +123,11 @@ TEST_F(ConsoleSinkTest, WritesALineInTheFormat)
 
 TEST_F(ConsoleSinkTest, NamesTheLevelOfTheRecord)
 {
-    EXPECT_EQ(shown(1, "text", LOG_INFO), "INFO: text\n");
-    EXPECT_EQ(shown(1, "text", LOG_CRIT), "CRITICAL: text\n");
-    EXPECT_EQ(shown(1, "text", LOG_USER | LOG_DEBUG), "DEBUG: text\n");
-    EXPECT_EQ(shown(2, "text", LOG_INFO), "16-09:05:03.042 INFO: text\n");
-    EXPECT_EQ(shown(3, "text", LOG_EMERG), "2020-01-16 09:05:03.042 EMERG: text\n");
+    EXPECT_EQ(shown(levelOnly, "text", LOG_INFO), "INFO: text\n");
+    EXPECT_EQ(shown(levelOnly, "text", LOG_CRIT), "CRITICAL: text\n");
+    EXPECT_EQ(shown(levelOnly, "text", LOG_USER | LOG_DEBUG), "DEBUG: text\n");
+    EXPECT_EQ(shown(dayAndTime, "text", LOG_INFO), "16-09:05:03.042 INFO: text\n");
+    EXPECT_EQ(shown(dateAndTime, "text", LOG_EMERG), "2020-01-16 09:05:03.042 EMERG: text\n");
 }
 
 // The padding of the year cannot show: the nanoseconds of the clock reach from 1677 to 2262 only.
@@ -149,9 +150,9 @@ TEST_F(ConsoleSinkTest, PadsEachFieldOfTheTime)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.expectedFormat3);
-        EXPECT_EQ(shown(2, "text", LOG_ERR, row.time),
+        EXPECT_EQ(shown(dayAndTime, "text", LOG_ERR, row.time),
                   row.expectedFormat2 + std::string("ERROR: text\n"));
-        EXPECT_EQ(shown(3, "text", LOG_ERR, row.time),
+        EXPECT_EQ(shown(dateAndTime, "text", LOG_ERR, row.time),
                   row.expectedFormat3 + std::string("ERROR: text\n"));
     }
 }
@@ -174,7 +175,8 @@ TEST_F(ConsoleSinkTest, CutsTheTimeToMilliseconds)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.sinceMidnight.count());
-        EXPECT_EQ(shown(2, "text", LOG_ERR, at(january16, row.sinceMidnight)), row.expected);
+        EXPECT_EQ(shown(dayAndTime, "text", LOG_ERR, at(january16, row.sinceMidnight)),
+                  row.expected);
     }
 }
 
@@ -193,7 +195,7 @@ TEST_F(ConsoleSinkTest, ShowsLocalTime)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.zone);
         setTimeZone(row.zone);
-        EXPECT_EQ(shown(3, "text"), row.expected);
+        EXPECT_EQ(shown(dateAndTime, "text"), row.expected);
     }
 }
 
@@ -220,7 +222,7 @@ TEST_F(ConsoleSinkTest, EndsTheLineOnce)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(shown(1, row.text), row.expected);
+        EXPECT_EQ(shown(levelOnly, row.text), row.expected);
     }
 }
 
@@ -228,13 +230,13 @@ TEST_F(ConsoleSinkTest, WritesALongTextWhole)
 {
     const std::string text(100'000, 'x');
 
-    EXPECT_EQ(shown(1, text), "ERROR: " + text + "\n");
+    EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
 }
 
 TEST_F(ConsoleSinkTest, WritesARecordAfterTheOther)
 {
     std::ostringstream console;
-    ConsoleSink sink(&console, 1);
+    ConsoleSink sink(&console, levelOnly);
 
     sink.write(someTime, "one\n", LOG_ERR);
     sink.write(someTime, "", LOG_ERR);
@@ -244,7 +246,7 @@ TEST_F(ConsoleSinkTest, WritesARecordAfterTheOther)
 
 TEST_F(ConsoleSinkTest, WritesALineInOneInsertionAndFlushesIt)
 {
-    for (const std::int32_t format : {0, 1, 2, 3}) {
+    for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
         SCOPED_TRACE(format);
         CountingBuffer buffer;
         std::ostream console(&buffer);
@@ -261,7 +263,7 @@ TEST_F(ConsoleSinkTest, AddsTheNewlineAndFlushesOnce)
 {
     CountingBuffer buffer;
     std::ostream console(&buffer);
-    ConsoleSink sink(&console, 1);
+    ConsoleSink sink(&console, levelOnly);
 
     sink.write(someTime, "text", LOG_ERR);
     EXPECT_EQ(buffer.pieces, std::vector<std::string>{"ERROR: text"});
@@ -271,7 +273,7 @@ TEST_F(ConsoleSinkTest, AddsTheNewlineAndFlushesOnce)
 
 TEST_F(ConsoleSinkTest, LeavesTheConsoleAloneForAnEmptyText)
 {
-    for (const std::int32_t format : {0, 1, 2, 3}) {
+    for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
         SCOPED_TRACE(format);
         CountingBuffer buffer;
         std::ostream console(&buffer);
@@ -291,7 +293,7 @@ TEST_F(ConsoleSinkTest, WidensTheNewlineThroughTheLocaleOfTheConsole)
     };
     std::ostringstream console;
     console.imbue(std::locale(console.getloc(), new TildeForNewline));
-    ConsoleSink sink(&console, 0);
+    ConsoleSink sink(&console, textOnly);
 
     sink.write(someTime, "added", LOG_ERR);
     sink.write(someTime, "own\n", LOG_ERR);
@@ -303,7 +305,7 @@ TEST_F(ConsoleSinkTest, WritesNowhereWithoutAConsole)
     CountingBuffer buffer;
     std::streambuf* const out = std::cout.rdbuf(&buffer);
     std::streambuf* const err = std::cerr.rdbuf(&buffer);
-    ConsoleSink sink(nullptr, 1);
+    ConsoleSink sink(nullptr, levelOnly);
 
     sink.write(someTime, "text", LOG_ERR);
     sink.write(someTime, "text\n", LOG_INFO);
@@ -321,7 +323,7 @@ TEST_F(ConsoleSinkTest, LeavesAFailureInTheStateOfTheConsole)
         SCOPED_TRACE(testing::PrintToString(text));
         RefusingBuffer buffer;
         std::ostream console(&buffer);
-        ConsoleSink sink(&console, 1);
+        ConsoleSink sink(&console, levelOnly);
 
         sink.write(someTime, text, LOG_ERR);
         EXPECT_TRUE(console.bad());
@@ -335,7 +337,7 @@ TEST_F(ConsoleSinkTest, WritesNothingToAConsoleThatHasFailed)
         CountingBuffer buffer;
         std::ostream console(&buffer);
         console.setstate(state);
-        ConsoleSink sink(&console, 1);
+        ConsoleSink sink(&console, levelOnly);
 
         sink.write(someTime, "text", LOG_ERR);
         EXPECT_EQ(buffer.pieces, std::vector<std::string>{});

@@ -9,13 +9,11 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <functional>
 #include <iomanip>
-#include <memory>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -85,7 +83,7 @@ const std::vector<Flush> flushes = {
 
 TEST_F(LogStreamTest, HandsAnErrorToTheConsoleAndTheSystemLog)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
     for (const Flush& flush : flushes) {
         SCOPED_TRACE(flush.name);
 
@@ -99,7 +97,7 @@ TEST_F(LogStreamTest, HandsAnErrorToTheConsoleAndTheSystemLog)
 
 TEST_F(LogStreamTest, HandsAnInformationToTheConsoleAndTheSystemLog)
 {
-    InfoLog log(name, &console, 0);
+    InfoLog log(name, &console, textOnly);
     for (const Flush& flush : flushes) {
         SCOPED_TRACE(flush.name);
 
@@ -113,8 +111,8 @@ TEST_F(LogStreamTest, HandsAnInformationToTheConsoleAndTheSystemLog)
 
 TEST_F(LogStreamTest, ShowsTheLevelInEachFormatThatHasIt)
 {
-    ErrorLog errors(name, &console, 0);
-    InfoLog infos(name, &console, 1);
+    ErrorLog errors(name, &console, textOnly);
+    InfoLog infos(name, &console, levelOnly);
 
     errors << "one" << std::endl;
     infos << "two" << std::endl;
@@ -128,7 +126,7 @@ TEST_F(LogStreamTest, SendsARecordWhereTheSwitchesSay)
         for (const bool syslogOn : {false, true}) {
             SCOPED_TRACE(std::string("console ") + (consoleOn ? "on" : "off") + ", system log " +
                          (syslogOn ? "on" : "off"));
-            InfoLog log(name, &console, 0);
+            InfoLog log(name, &console, textOnly);
             log.consoleOn = consoleOn;
             log.syslogOn = syslogOn;
 
@@ -149,7 +147,7 @@ TEST_F(LogStreamTest, SendsARecordWhereTheSwitchesSay)
 
 TEST_F(LogStreamTest, StartsWithBothSwitchesOn)
 {
-    const InfoLog log(name, &console, 0);
+    const InfoLog log(name, &console, textOnly);
 
     EXPECT_TRUE(log.consoleOn);
     EXPECT_TRUE(log.syslogOn);
@@ -157,7 +155,7 @@ TEST_F(LogStreamTest, StartsWithBothSwitchesOn)
 
 TEST_F(LogStreamTest, SendsAnEmptyErrorToTheSystemLogOnly)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << std::flush;
     EXPECT_EQ(shown(), "");
@@ -169,7 +167,7 @@ TEST_F(LogStreamTest, SendsAnEmptyErrorToTheSystemLogOnly)
 
 TEST_F(LogStreamTest, SendsAnEmptyInformationToTheSystemLogOnlyAndIfThatIsOn)
 {
-    InfoLog log(name, &console, 1);
+    InfoLog log(name, &console, levelOnly);
 
     log << std::flush;
     EXPECT_EQ(shown(), "");
@@ -182,7 +180,7 @@ TEST_F(LogStreamTest, SendsAnEmptyInformationToTheSystemLogOnlyAndIfThatIsOn)
 
 TEST_F(LogStreamTest, TakesALineEndAloneForText)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << std::endl;
     EXPECT_EQ(shown(), "ERROR: \n");
@@ -191,7 +189,7 @@ TEST_F(LogStreamTest, TakesALineEndAloneForText)
 
 TEST_F(LogStreamTest, MakesOneRecordOfSeveralInsertions)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << "code " << 12 << ", at " << std::size_t{345} << ' ' << -6 << ' ' << 1.5 << ' ' << true
         << ' ' << std::hex << 255 << std::dec << ' ' << std::setw(3) << std::setfill('0') << 7
@@ -209,7 +207,7 @@ TEST_F(LogStreamTest, MakesOneRecordOfSeveralInsertions)
 
 TEST_F(LogStreamTest, MakesOneRecordOfSeveralLines)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << "one\ntwo\n"
         << "three\n"
@@ -220,7 +218,7 @@ TEST_F(LogStreamTest, MakesOneRecordOfSeveralLines)
 
 TEST_F(LogStreamTest, StartsEachRecordAfresh)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << "a long first record" << std::endl;
     log << "second" << std::endl;
@@ -234,7 +232,7 @@ TEST_F(LogStreamTest, StartsEachRecordAfresh)
 // The record is the whole content of the buffer, wherever the next insertion would go.
 TEST_F(LogStreamTest, HandsOverWhatStandsBehindTheWritePosition)
 {
-    ErrorLog log(name, &console, 0);
+    ErrorLog log(name, &console, textOnly);
 
     log << "abcdef";
     log.seekp(2);
@@ -245,8 +243,8 @@ TEST_F(LogStreamTest, HandsOverWhatStandsBehindTheWritePosition)
 
 TEST_F(LogStreamTest, TakesThePendingTextOfEachStreamApart)
 {
-    ErrorLog errors(name, &console, 1);
-    InfoLog infos(name, &console, 0);
+    ErrorLog errors(name, &console, levelOnly);
+    InfoLog infos(name, &console, textOnly);
 
     errors << "error, ";
     infos << "information";
@@ -259,8 +257,8 @@ TEST_F(LogStreamTest, TakesThePendingTextOfEachStreamApart)
 TEST_F(LogStreamTest, LosesTheTextThatIsNeverFlushed)
 {
     {
-        ErrorLog errors(name, &console, 1);
-        InfoLog infos(name, &console, 0);
+        ErrorLog errors(name, &console, levelOnly);
+        InfoLog infos(name, &console, textOnly);
         errors << "pending\n";
         infos << "pending\n";
     }
@@ -270,7 +268,7 @@ TEST_F(LogStreamTest, LosesTheTextThatIsNeverFlushed)
 
 TEST_F(LogStreamTest, DoesNotTakeTheTextForAFormat)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
 
     log << "100 %s %d %n %%" << std::flush;
     EXPECT_EQ(shown(), "ERROR: 100 %s %d %n %%\n");
@@ -279,7 +277,7 @@ TEST_F(LogStreamTest, DoesNotTakeTheTextForAFormat)
 
 TEST_F(LogStreamTest, ShowsALongRecordWhole)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
     const std::string half(20'000, 'x');
 
     log << half << '\n' << half << std::endl;
@@ -296,10 +294,10 @@ TEST_F(LogStreamTest, ShowsWhenTheRecordWasFlushed)
     tzset();
     const auto stamp = [](system_clock::time_point time) {
         std::ostringstream line;
-        ConsoleSink(&line, 3).write(time, "text", LOG_ERR);
+        ConsoleSink(&line, dateAndTime).write(time, "text", LOG_ERR);
         return line.str();
     };
-    ErrorLog log(name, &console, 3);
+    ErrorLog log(name, &console, dateAndTime);
     log << "text";
     const auto inserted = system_clock::now();
     while (system_clock::now() < inserted + milliseconds(2)) {
@@ -325,10 +323,10 @@ TEST_F(LogStreamTest, UsesTheIdentity)
          {Row{"name", "name"}, Row{"", "KWsyslog3"}, Row{" ", " "}, Row{"\xc3\xa9", "\xc3\xa9"}}) {
         SCOPED_TRACE(testing::PrintToString(row.identity));
         {
-            ErrorLog log(row.identity, &console, 1);
+            ErrorLog log(row.identity, &console, levelOnly);
             log << "text" << std::flush;
         }
-        InfoLog log(row.identity, &console, 0);
+        InfoLog log(row.identity, &console, textOnly);
         log << "text" << std::flush;
 
         EXPECT_EQ(systemLog.drain(),
@@ -338,8 +336,8 @@ TEST_F(LogStreamTest, UsesTheIdentity)
 
 TEST_F(LogStreamTest, UsesTheIdentityOfTheLastStreamMade)
 {
-    ErrorLog errors("first", &console, 1);
-    const InfoLog infos("second", &console, 0);
+    ErrorLog errors("first", &console, levelOnly);
+    const InfoLog infos("second", &console, textOnly);
 
     errors << "text" << std::flush;
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, "second", "text"}}));
@@ -349,14 +347,14 @@ TEST_F(LogStreamTest, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestr
 {
     const std::size_t before = socketCount();
     {
-        ErrorLog log(name, &console, 1);
+        ErrorLog log(name, &console, levelOnly);
         EXPECT_EQ(socketCount(), before);
         log << "text" << std::endl;
         EXPECT_EQ(socketCount(), before + 1);
     }
     EXPECT_EQ(socketCount(), before);
     {
-        InfoLog log(name, &console, 0);
+        InfoLog log(name, &console, textOnly);
         EXPECT_EQ(socketCount(), before);
         log << "text" << std::endl;
         EXPECT_EQ(socketCount(), before + 1);
@@ -372,8 +370,8 @@ TEST_F(LogStreamTest, PrintsNothingOnStandardErrorByItself)
     ASSERT_GE(file, 0);
     dup2(file, STDERR_FILENO);
     {
-        ErrorLog errors(name, &console, 1);
-        InfoLog infos(name, &console, 0);
+        ErrorLog errors(name, &console, levelOnly);
+        InfoLog infos(name, &console, textOnly);
         errors << "one" << std::endl;
         infos << "two" << std::endl;
     }
@@ -385,9 +383,9 @@ TEST_F(LogStreamTest, PrintsNothingOnStandardErrorByItself)
 
 TEST_F(LogStreamTest, ReachesTheSystemLogAfterAnotherStreamLeftIt)
 {
-    ErrorLog errors(name, &console, 1);
+    ErrorLog errors(name, &console, levelOnly);
     {
-        InfoLog infos(name, &console, 0);
+        InfoLog infos(name, &console, textOnly);
         infos << "one" << std::flush;
     }
     errors << "two" << std::flush;
@@ -410,8 +408,8 @@ TEST_F(LogStreamTest, ReachesTheSystemLogWhenTheConsoleFails)
     for (const Row& row :
          {Row{"without a buffer", &broken}, Row{"failed before", &failed}, Row{"none", nullptr}}) {
         SCOPED_TRACE(row.name);
-        ErrorLog errors(name, row.console, 1);
-        InfoLog infos(name, row.console, 0);
+        ErrorLog errors(name, row.console, levelOnly);
+        InfoLog infos(name, row.console, textOnly);
 
         errors << "one" << std::endl;
         infos << "two" << std::endl;
@@ -427,7 +425,7 @@ TEST_F(LogStreamTest, ReachesTheSystemLogWhenTheConsoleFails)
 
 TEST_F(LogStreamTest, ReachesTheConsoleWithoutASystemLog)
 {
-    ErrorLog log(name, &console, 1);
+    ErrorLog log(name, &console, levelOnly);
     systemLog.die();
 
     log << "daemon dead" << std::endl;
@@ -439,8 +437,8 @@ TEST_F(LogStreamTest, ReachesTheConsoleWithoutASystemLog)
 
 TEST_F(LogStreamTest, IsGoodFromTheStartAndAfterEachFlush)
 {
-    ErrorLog errors(name, &console, 1);
-    InfoLog infos(name, &console, 0);
+    ErrorLog errors(name, &console, levelOnly);
+    InfoLog infos(name, &console, textOnly);
     EXPECT_TRUE(errors.good());
     EXPECT_TRUE(infos.good());
     for (const Flush& flush : flushes) {
