@@ -8,14 +8,13 @@
 namespace {
 
 constexpr std::int32_t switchLine = 17;
-constexpr std::int32_t input = -1;
 
 }  // namespace
 
 Mode readHardwareSwitch(std::ostream& errorLog)
 {
     GpioLine line;
-    if (!line.init(switchLine, input)) {
+    if (!line.init(switchLine, GpioLine::requestInput)) {
         errorLog << "Cannot init GPIO17" << std::endl;
         return noMode;
     }
@@ -24,5 +23,5 @@ Mode readHardwareSwitch(std::ostream& errorLog)
         errorLog << "Cannot read GPIO17 status" << std::endl;
         return noMode;
     }
-    return 1 - level;
+    return level == 0 ? encoder : decoder;
 }

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <ios>
 
-std::string gpioLineFolder(std::int32_t lineNumber)
+std::string gpioLineDirectory(std::int32_t lineNumber)
 {
     return "gpio" + std::to_string(lineNumber);
 }
@@ -24,5 +24,5 @@ bool writeGpioFile(const std::string& name, const std::string& text)
 bool writeGpioAttribute(std::int32_t lineNumber, const std::string& attribute,
                         const std::string& text)
 {
-    return writeGpioFile(gpioLineFolder(lineNumber) + "/" + attribute, text);
+    return writeGpioFile(gpioLineDirectory(lineNumber) + "/" + attribute, text);
 }

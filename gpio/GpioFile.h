@@ -6,18 +6,18 @@
 #include <cstdint>
 #include <string>
 
-/// Where the kernel's GPIO files are, with the slash at its end (Documentation/ABI/obsolete/
-/// sysfs-gpio in the kernel's sources).
+/// The directory of the kernel's GPIO files, with a final slash (see
+/// Documentation/ABI/obsolete/sysfs-gpio in the kernel's sources).
 inline constexpr char gpioRoot[] = "/sys/class/gpio/";
 
-/// The folder of a line under the root, without slashes: "gpio17".
-[[nodiscard]] std::string gpioLineFolder(std::int32_t lineNumber);
+/// Returns the name of a line's directory under the root, without slashes: "gpio17".
+[[nodiscard]] std::string gpioLineDirectory(std::int32_t lineNumber);
 
-/// Writes the text over the file of this name under the root. Returns false when the file could
-/// not be opened for writing or the stream did not take the text. What the kernel says only when
-/// the bytes reach it, at the close, is not looked at, on purpose.
+/// Truncates the file of this name under the root and writes the text to it. Returns false if the
+/// file could not be opened for writing or the stream refused the text. Errors that the kernel
+/// reports only at the close are ignored; that is intended.
 [[nodiscard]] bool writeGpioFile(const std::string& name, const std::string& text);
 
-/// Writes the text over an attribute of a line, "direction" say, likewise.
+/// Writes the text to an attribute of a line, such as "direction", as writeGpioFile does.
 [[nodiscard]] bool writeGpioAttribute(std::int32_t lineNumber, const std::string& attribute,
                                       const std::string& text);

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <ctime>
 #include <fstream>
+#include <string>
 
 #include "gpio/GpioFile.h"
 
@@ -22,7 +23,7 @@ using std::chrono::system_clock;
 constexpr int openAttempts = 11;
 constexpr useconds_t openWaitMicroseconds = 20'000;
 
-/// Sleeps on when a signal interrupts; any other failure ends the sleep early.
+/// Resumes after a signal (EINTR). Any other failure ends the sleep early.
 void sleepFor(nanoseconds duration)
 {
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
@@ -38,20 +39,20 @@ std::int32_t complementOfLowestBit(std::int32_t level)
     return ~level & 1;
 }
 
-/// Exports the line unless its folder is there.
+/// Exports the line unless its directory exists.
 bool exportIfAbsent(std::int32_t lineNumber)
 {
-    DIR* const folder = opendir((gpioRoot + gpioLineFolder(lineNumber)).c_str());
-    if (folder == nullptr) {
+    DIR* const directory = opendir((gpioRoot + gpioLineDirectory(lineNumber)).c_str());
+    if (directory == nullptr) {
         return writeGpioFile("export", std::to_string(lineNumber));
     }
-    closedir(folder);
+    closedir(directory);
     return true;
 }
 
 std::string directionOf(std::int32_t lineNumber)
 {
-    std::ifstream file(gpioRoot + gpioLineFolder(lineNumber) + "/direction");
+    std::ifstream file(gpioRoot + gpioLineDirectory(lineNumber) + "/direction");
     std::string word;
     file >> word;
     return word;
@@ -75,9 +76,9 @@ bool GpioLine::init(std::int32_t lineNumber, std::int32_t directionRequest)
     if (!exportIfAbsent(lineNumber)) {
         return false;
     }
-    const std::string valueFile = gpioRoot + gpioLineFolder(lineNumber) + "/value";
+    const std::string valueFile = gpioRoot + gpioLineDirectory(lineNumber) + "/value";
     for (int attempt = 0; attempt < openAttempts; ++attempt) {
-        // The kernel, and whoever sets the permissions, may need a while after an export.
+        // After an export the kernel, and what sets the permissions, may need some time.
         usleep(openWaitMicroseconds);
         const int opened = ::open(valueFile.c_str(), O_RDWR);
         if (opened < 0) {
@@ -89,7 +90,7 @@ bool GpioLine::init(std::int32_t lineNumber, std::int32_t directionRequest)
             close();
             return false;
         }
-        mode = directionRequest >= 0 ? 1 : -1;
+        mode = directionRequest <= requestInput ? -1 : 1;
         return true;
     }
     return false;
@@ -106,12 +107,13 @@ std::int32_t GpioLine::readValue()
 
 bool GpioLine::writeLevel(std::int32_t level)
 {
-    return write(level);
+    value = level != 0 ? 1 : 0;
+    return ::write(fd, value != 0 ? "1" : "0", 1) == 1;
 }
 
 bool GpioLine::writeLevelAndToggle(std::int32_t& level)
 {
-    if (!write(level)) {
+    if (!writeLevel(level)) {
         return false;
     }
     level = complementOfLowestBit(level);
@@ -125,20 +127,20 @@ bool GpioLine::pulse(std::int32_t level)
 
 bool GpioLine::pulseFor(std::int32_t level, nanoseconds duration)
 {
-    if (!write(level)) {
+    if (!writeLevel(level)) {
         return false;
     }
     if (duration > nanoseconds::zero()) {
         sleepFor(duration);
     }
-    return write(complementOfLowestBit(level));
+    return writeLevel(complementOfLowestBit(level));
 }
 
 bool GpioLine::playSequence(std::int32_t level, std::span<const nanoseconds> durations)
 {
     auto deadline = std::chrono::time_point_cast<nanoseconds>(system_clock::now());
     for (const nanoseconds duration : durations) {
-        if (!write(level)) {
+        if (!writeLevel(level)) {
             return false;
         }
         deadline += duration;
@@ -152,20 +154,20 @@ bool GpioLine::playSequence(std::int32_t level, std::span<const nanoseconds> dur
 
 bool GpioLine::setDirection(std::int32_t lineNumber, std::int32_t directionRequest)
 {
-    if (directionRequest < 0) {
+    if (directionRequest <= requestInput) {
         if (!writeGpioAttribute(lineNumber, "direction", "in")) {
             return false;
         }
         value = readLevel();
         return true;
     }
-    if (directionRequest > 1 && directionOf(lineNumber) == "out") {
+    if (directionRequest >= requestKeep && directionOf(lineNumber) == "out") {
         value = readLevel();
         return true;
     }
-    // "low" and "high" make the line an output and set its level in one step, without a glitch;
-    // "out" would not.
-    const bool high = directionRequest != 0;
+    // "low" and "high" set the direction and the level in one step, without a glitch; "out" does
+    // not.
+    const bool high = directionRequest != requestLow;
     if (!writeGpioAttribute(lineNumber, "direction", high ? "high" : "low")) {
         return false;
     }
@@ -192,7 +194,7 @@ bool GpioLine::disableEdge()
 void GpioLine::release()
 {
     if (number >= 0) {
-        // The line is given up in any case.
+        // The line is closed even if this fails.
         static_cast<void>(writeGpioFile("unexport", std::to_string(number)));
     }
     close();
@@ -200,7 +202,7 @@ void GpioLine::release()
 
 void GpioLine::close()
 {
-    // Only 0 is left alone; close(2) refuses -1 without harm.
+    // Only 0 is exempt; close(2) of -1 fails harmlessly.
     if (fd == 0) {
         return;
     }
@@ -218,10 +220,4 @@ std::int32_t GpioLine::readLevel()
         return -1;
     }
     return bytes[0] == '1' ? 1 : 0;
-}
-
-bool GpioLine::write(std::int32_t level)
-{
-    value = level != 0 ? 1 : 0;
-    return ::write(fd, value != 0 ? "1" : "0", 1) == 1;
 }

@@ -6,17 +6,25 @@
 #include <chrono>
 #include <cstdint>
 #include <span>
-#include <string>
 
 /// One GPIO line, driven through the kernel's sysfs files.
 ///
-/// It exports the line where needed, keeps its value file open, and reads and writes single levels
-/// through that. Every operation blocks until it is done; a failure is in the result only. A level
-/// is 0 for low and anything else for high. Destruction closes the value file and leaves the line
-/// exported, as it was set; only release takes the export back.
+/// Exports the line if needed, keeps its value file open, and reads and writes single levels
+/// through it. Every operation blocks until it is done and reports a failure only through its
+/// result. As an argument, level 0 is low and any other level is high. Destruction closes the value
+/// file and leaves the line exported with its direction; only release unexports it.
+///
+/// Descriptor 0 is never closed; that is intended. A line gets it only if standard input was closed
+/// when the line was opened.
 class GpioLine {
 public:
-    /// No line: descriptor and number -1, value and mode 0. Touches no file.
+    // Direction requests. Any negative number means requestInput, any number above 2 requestKeep.
+    static constexpr std::int32_t requestInput = -1;
+    static constexpr std::int32_t requestLow = 0;   ///< an output that starts low
+    static constexpr std::int32_t requestHigh = 1;  ///< an output that starts high
+    static constexpr std::int32_t requestKeep = 2;  ///< an output as it is; else requestHigh
+
+    /// Constructs a handle without a line. Touches no file.
     GpioLine() = default;
 
     virtual ~GpioLine();
@@ -24,66 +32,65 @@ public:
     GpioLine(const GpioLine&) = delete;
     GpioLine& operator=(const GpioLine&) = delete;
 
-    /// Exports the line unless its folder is there, waits 20 ms before each of up to 11 attempts
-    /// to open its value file, and sets the direction (see setDirection).
+    /// Exports the line unless its directory exists, opens its value file in up to 11 attempts,
+    /// each after a wait of 20 ms, and sets the direction (see setDirection).
     ///
-    /// Returns true at once, and changes nothing, when this line is open already. A line opened
-    /// before is closed first. Returns false, with nothing open, when the line could not be
-    /// exported, opened within the 11 attempts, or given its direction.
+    /// Returns true at once, and changes nothing, if this line is already open. Otherwise closes an
+    /// open line first. Returns false if the line could not be exported, opened, or given its
+    /// direction; no line is then open, except one whose descriptor is 0 (see close).
     [[nodiscard]] bool init(std::int32_t lineNumber, std::int32_t directionRequest);
 
-    /// The level of the line, 0 or 1; -1, with lastValue() as it was, when the value file did not give
-    /// its 2 bytes.
+    /// Returns the level of the line, 0 or 1, or -1 if the value file did not deliver 2 bytes;
+    /// lastValue() is then unchanged.
     [[nodiscard]] std::int32_t readValue();
 
-    /// Sets the level of an output. Returns whether it was written; lastValue() is the level either way.
+    /// Sets the level of an output. Returns whether it was written; lastValue() is the level in
+    /// either case.
     [[nodiscard]] bool writeLevel(std::int32_t level);
 
-    /// Sets the level of an output and, when that was written, makes the variable the complement
-    /// of its lowest bit, for the next call.
+    /// Sets the level of an output and, if it was written, sets the variable to the complement of
+    /// its lowest bit, for the next call. Returns whether the level was written.
     [[nodiscard]] bool writeLevelAndToggle(std::int32_t& level);
 
-    /// Sets the level, waits, and sets the complement of the argument's lowest bit: from level 2
-    /// that is high both times, which is intended. A duration of 0 or less does not wait. Returns
-    /// whether both levels were written; after a failure the rest is left out.
+    /// Sets the level, waits, and sets the complement of the argument's lowest bit. Level 2 is
+    /// therefore high both times; that is intended. A duration of 0 or less does not wait. Returns
+    /// whether both levels were written, and stops at the first that was not.
     [[nodiscard]] bool pulse(std::int32_t level);
     [[nodiscard]] bool pulseFor(std::int32_t level, std::chrono::nanoseconds duration);
 
-    /// Sets the level, and its negation after each duration but the last, after which it returns
-    /// true; returns false at once when a level was not written. The durations count on the system
-    /// clock from the call on, so that the time spent writing does not add up.
-    /// REQUIRES: the durations' sum reaches no further than the clock.
+    /// For each duration, sets the level, waits, and negates the level. Returns true after the last
+    /// wait, or false as soon as a level was not written. The durations are measured on the system
+    /// clock from the start of the call, so the time spent writing does not accumulate.
+    /// REQUIRES: the sum of the durations does not exceed the range of the clock.
     [[nodiscard]] bool playSequence(std::int32_t level,
                                     std::span<const std::chrono::nanoseconds> durations);
 
-    /// Makes a line an input (request below 0), or an output that starts low (0) or high (1). A
-    /// request above 1 leaves an output as it is and makes any other line an output that starts
-    /// high. Returns whether the attribute was written, or needed no writing. On success value()
-    /// is the level that the line starts with; where that is read from the open value file and did
-    /// not give its 2 bytes, lastValue() is -1 and the result still true.
+    /// Sets the direction of a line as requested above, and returns whether its attribute was
+    /// written or needed no writing. If so, lastValue() is the level that the line starts with. For
+    /// an input, and for an output kept as it is, that level is read from the open value file; it
+    /// is -1, and the result still true, if the file did not deliver 2 bytes.
     [[nodiscard]] bool setDirection(std::int32_t lineNumber, std::int32_t directionRequest);
 
-    /// Selects the edges that poll(2) on the value file reports: falling (request below 0), both
-    /// (0) or rising (above 0). Returns whether the attribute was written.
+    /// Selects the edges that poll(2) on the value file reports: falling (negative), both (0) or
+    /// rising (positive). Returns whether the attribute was written.
     [[nodiscard]] bool setEdge(std::int32_t edgeRequest);
     [[nodiscard]] bool disableEdge();
 
-    /// Takes the export of the line back, whether that succeeds or not, and closes it.
+    /// Unexports the line and closes it, even if the unexport fails.
     void release();
 
-    /// Closes the value file and forgets the line. With a descriptor of 0 it does nothing at all,
-    /// which is intended.
+    /// Closes the value file and forgets the line. If the descriptor is 0 it does nothing at all:
+    /// the line stays open.
     virtual void close();
 
-    /// The level last read or written, or -1 where setDirection could not read it.
+    /// Returns the level last read or written, or -1 if setDirection could not read it.
     [[nodiscard]] std::int32_t lastValue() const { return value; }
 
-    /// 1 for an output, -1 for an input, 0 while no line is open.
-    [[nodiscard]] std::int32_t lastMode() const { return mode; }
+    /// Returns 1 for an output, -1 for an input, 0 if no line is open.
+    [[nodiscard]] std::int32_t currentMode() const { return mode; }
 
 private:
     [[nodiscard]] std::int32_t readLevel();
-    [[nodiscard]] bool write(std::int32_t level);
 
     std::int32_t fd = -1;      ///< the open value file, or -1
     std::int32_t number = -1;  ///< the line that fd belongs to, or -1

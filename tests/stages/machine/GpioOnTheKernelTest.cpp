@@ -187,7 +187,7 @@ TEST_F(GpioOnTheKernel, ExportsALineAndOpensItAsRequested)
         EXPECT_TRUE(line.init(17, row.request));
         EXPECT_EQ(readFile(directionFile), row.expectedDirection);
         EXPECT_EQ(registers().isOutput(), row.expectedMode == 1);
-        EXPECT_EQ(line.lastMode(), row.expectedMode);
+        EXPECT_EQ(line.currentMode(), row.expectedMode);
         EXPECT_EQ(line.lastValue(), row.expectedValue);
         EXPECT_EQ(line.readValue(), row.expectedValue);
         if (row.expectedMode == 1) {
@@ -234,7 +234,7 @@ TEST_F(GpioOnTheKernel, ReturnsAtOnceWhenTheLineIsOpenAlready)
 
     EXPECT_TRUE(line.init(17, 1));
     EXPECT_FALSE(registers().isOutput());
-    EXPECT_EQ(line.lastMode(), -1);
+    EXPECT_EQ(line.currentMode(), -1);
 }
 
 TEST_F(GpioOnTheKernel, LeavesALineExportedAndAsItWasWhenDestroyed)
@@ -274,7 +274,7 @@ TEST_F(GpioOnTheKernel, GivesUpALineThatSomebodyElseHas)
     EXPECT_FALSE(line.init(17, -1));
     EXPECT_GE(steady_clock::now() - start, 11 * 20ms);
     EXPECT_FALSE(fs::exists(lineFolder));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     close(held);
     EXPECT_TRUE(line.init(17, -1));
 }
@@ -562,7 +562,7 @@ TEST_F(GpioOnTheKernel, TakesTheExportBackWhenReleased)
 
         line.release();
         EXPECT_EQ(namesIn(root), before);
-        EXPECT_EQ(line.lastMode(), 0);
+        EXPECT_EQ(line.currentMode(), 0);
         EXPECT_EQ(line.readValue(), -1);
         EXPECT_EQ(registers().isOutput(), request >= 0);
         line.release();

@@ -159,7 +159,7 @@ TEST_F(GpioLineTest, SetsTheDirection)
             EXPECT_EQ(readFile(directionFile), row.expectedDirection);
             EXPECT_EQ(line.lastValue(), row.expectedValue);
             EXPECT_EQ(readFile(valueFile), row.value);
-            EXPECT_EQ(line.lastMode(), -1);
+            EXPECT_EQ(line.currentMode(), -1);
         }
     }
 }
@@ -217,7 +217,7 @@ TEST_F(GpioLineTest, ChangesNothingWhenTheDirectionCannotBeWritten)
 
                 EXPECT_FALSE(line.setDirection(17, request));
                 EXPECT_EQ(line.lastValue(), before);
-                EXPECT_EQ(line.lastMode(), 1);
+                EXPECT_EQ(line.currentMode(), 1);
             }
         }
     }
@@ -260,7 +260,7 @@ TEST_F(GpioLineTest, SetsTheDirectionWithoutAnOpenLine)
     EXPECT_TRUE(line.setDirection(17, -1));
     EXPECT_EQ(readFile(directionFile), "in");
     EXPECT_EQ(line.lastValue(), -1);
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
 }
 
 // Edges

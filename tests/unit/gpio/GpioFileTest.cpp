@@ -27,13 +27,13 @@ protected:
 
 }  // namespace
 
-TEST(GpioLineFolder, IsNamedAfterTheNumberInDecimal)
+TEST(GpioLineDirectory, IsNamedAfterTheNumberInDecimal)
 {
-    EXPECT_EQ(gpioLineFolder(17), "gpio17");
-    EXPECT_EQ(gpioLineFolder(0), "gpio0");
-    EXPECT_EQ(gpioLineFolder(-1), "gpio-1");
-    EXPECT_EQ(gpioLineFolder(std::numeric_limits<std::int32_t>::max()), "gpio2147483647");
-    EXPECT_EQ(gpioLineFolder(std::numeric_limits<std::int32_t>::min()), "gpio-2147483648");
+    EXPECT_EQ(gpioLineDirectory(17), "gpio17");
+    EXPECT_EQ(gpioLineDirectory(0), "gpio0");
+    EXPECT_EQ(gpioLineDirectory(-1), "gpio-1");
+    EXPECT_EQ(gpioLineDirectory(std::numeric_limits<std::int32_t>::max()), "gpio2147483647");
+    EXPECT_EQ(gpioLineDirectory(std::numeric_limits<std::int32_t>::min()), "gpio-2147483648");
 }
 
 TEST_F(GpioFileTest, WritesTheTextAndNothingElse)

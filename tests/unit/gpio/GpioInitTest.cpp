@@ -46,7 +46,7 @@ TEST_F(GpioLineTest, OpensALineAsRequested)
 
         EXPECT_TRUE(line.init(17, row.request));
         EXPECT_EQ(readFile(directionFile), row.expectedDirection);
-        EXPECT_EQ(line.lastMode(), row.expectedMode);
+        EXPECT_EQ(line.currentMode(), row.expectedMode);
         EXPECT_EQ(line.lastValue(), row.expectedValue);
         EXPECT_EQ(readFile(valueFile), "1\n");
     }
@@ -126,7 +126,7 @@ TEST_F(GpioLineTest, DoesNotTryToOpenALineThatCannotBeExported)
 
         EXPECT_FALSE(line.init(17, -1));
         EXPECT_EQ(calls.openFlags.size(), 0U);
-        EXPECT_EQ(line.lastMode(), 0);
+        EXPECT_EQ(line.currentMode(), 0);
     }
 }
 
@@ -150,7 +150,7 @@ TEST_F(GpioLineTest, GivesUpAfterElevenAttemptsToOpen)
     EXPECT_FALSE(line.init(17, 0));
     EXPECT_GE(steady_clock::now() - start, 11 * 20ms);
     EXPECT_EQ(calls.openFlags, std::vector<int>(11, O_RDWR));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     EXPECT_EQ(line.readValue(), -1);
     EXPECT_EQ(readFile(directionFile), "in\n");
 }

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,8 +14,6 @@
 
 #include "tests/appliance/Files.h"
 #include "tests/unit/gpio/GpioLineFixture.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -69,7 +66,7 @@ TEST_F(GpioLineTest, IsMadeWithoutALineAndWithoutTouchingAFile)
     {
         const GpioLine line;
         EXPECT_EQ(line.lastValue(), 0);
-        EXPECT_EQ(line.lastMode(), 0);
+        EXPECT_EQ(line.currentMode(), 0);
     }
     EXPECT_FALSE(watch.sawUse());
 }
@@ -102,7 +99,7 @@ TEST_F(GpioLineTest, ReturnsAtOnceWhenTheLineIsOpenAlready)
     EXPECT_EQ(calls.openFlags.size(), 1U);
     EXPECT_EQ(line.closes, 0);
     EXPECT_TRUE(isOpen(descriptor));
-    EXPECT_EQ(line.lastMode(), -1);
+    EXPECT_EQ(line.currentMode(), -1);
     EXPECT_EQ(line.lastValue(), 1);
     EXPECT_EQ(readFile(directionFile), "in");
 }
@@ -117,7 +114,7 @@ TEST_F(GpioLineTest, ClosesTheLineThatWasOpenBeforeItOpensAnother)
 
     EXPECT_TRUE(line.init(18, -1));
     EXPECT_EQ(line.readValue(), 1);
-    EXPECT_EQ(line.lastMode(), -1);
+    EXPECT_EQ(line.currentMode(), -1);
     EXPECT_EQ(readFile(root + "gpio18/direction"), "in");
     EXPECT_EQ(readFile(directionFile), "low");
     EXPECT_EQ(readFile(root + "unexport"), "");
@@ -143,7 +140,7 @@ TEST_F(GpioLineTest, HasNoLineAfterAnotherOneFailed)
 
     EXPECT_FALSE(line.init(18, -1));
     EXPECT_FALSE(isOpen(before));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     EXPECT_EQ(line.readValue(), -1);
     line.release();
     EXPECT_EQ(readFile(root + "unexport"), "");
@@ -170,7 +167,7 @@ TEST_F(GpioLineTest, ClosesTheValueFileWhenTheDirectionFails)
         EXPECT_FALSE(line.init(17, request));
         EXPECT_FALSE(isOpen(calls.descriptor));
         EXPECT_EQ(line.closes, 2);
-        EXPECT_EQ(line.lastMode(), 0);
+        EXPECT_EQ(line.currentMode(), 0);
         EXPECT_EQ(line.lastValue(), 0);
         EXPECT_EQ(line.readValue(), -1);
     }
@@ -214,7 +211,7 @@ TEST_F(GpioLineTest, ForgetsTheLineWhenClosed)
 
     line.close();
     EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     EXPECT_EQ(line.lastValue(), 1);
     EXPECT_EQ(line.readValue(), -1);
     EXPECT_EQ(readFile(root + "unexport"), "");
@@ -259,7 +256,7 @@ TEST_F(GpioLineTest, MayBeClosedWithoutALine)
 
     line.close();
     line.close();
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     EXPECT_TRUE(line.init(17, -1));
 }
 
@@ -277,7 +274,7 @@ TEST_F(GpioLineTest, UnexportsTheLineAndThenClosesItWhenReleased)
     line.release();
     EXPECT_EQ(line.closes, 1);
     EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
     EXPECT_EQ(readFile(root + "unexport"), "17");
 }
 
@@ -319,7 +316,7 @@ TEST_F(GpioLineTest, ClosesTheLineWhenItCannotBeUnexported)
 
     line.release();
     EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.lastMode(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
 }
 
 // Descriptor 0, which is left alone on purpose.
@@ -335,11 +332,11 @@ TEST_F(GpioLineTest, IsNotClosedWhenItsDescriptorIsZero)
 
         line.close();
         EXPECT_TRUE(isOpen(0));
-        EXPECT_EQ(line.lastMode(), -1);
+        EXPECT_EQ(line.currentMode(), -1);
         EXPECT_EQ(line.readValue(), 1);
         EXPECT_TRUE(line.init(17, 0));
         EXPECT_EQ(calls.openFlags.size(), 1U);
-        EXPECT_EQ(line.lastMode(), -1);
+        EXPECT_EQ(line.currentMode(), -1);
     }
     EXPECT_TRUE(isOpen(0));
 }
@@ -354,7 +351,7 @@ TEST_F(GpioLineTest, UnexportsAndKeepsTheLineWhenReleasedWithDescriptorZero)
     line.release();
     EXPECT_EQ(readFile(root + "unexport"), "17");
     EXPECT_TRUE(isOpen(0));
-    EXPECT_EQ(line.lastMode(), 1);
+    EXPECT_EQ(line.currentMode(), 1);
 }
 
 TEST_F(GpioLineTest, GoesOnToAnotherLineWhenItsDescriptorIsZero)
@@ -385,6 +382,6 @@ TEST_F(GpioLineTest, KeepsTheLineOfDescriptorZeroWhenAnotherOneFails)
     ASSERT_EQ(calls.descriptor, 0);
 
     EXPECT_FALSE(line.init(18, 0));
-    EXPECT_EQ(line.lastMode(), -1);
+    EXPECT_EQ(line.currentMode(), -1);
     EXPECT_EQ(line.readValue(), 1);
 }
