@@ -3,11 +3,9 @@
 
 #include "app/CommandLine.h"
 
-#include "app/Mode.h"
-
 namespace {
 
-// SWITCH_QUERIER_CONTACT is the build's: whom users of this build may write to.
+// Fixed text of the banner, unrelated to VERSION, and the contact address that the build sets.
 constexpr char versionTag[] = "V4.14 2020-01-16 " SWITCH_QUERIER_CONTACT;
 
 constexpr char usageBody[] =
@@ -45,19 +43,19 @@ std::string programName(const char* path)
     return separator == std::string::npos ? text : text.substr(separator + 1);
 }
 
-std::optional<SecondParameter> readSecondParameter(const std::string& text)
+std::optional<Option> parseOption(const std::string& text)
 {
     if (text == "-enc") {
-        return SecondParameter{.parameter = encoder, .query = false};
+        return Option{.parameter = encoder, .query = false};
     }
     if (text == "-dec") {
-        return SecondParameter{.parameter = decoder, .query = false};
+        return Option{.parameter = decoder, .query = false};
     }
     if (text == "-flip") {
-        return SecondParameter{.parameter = parameterFlip, .query = false};
+        return Option{.parameter = parameterFlip, .query = false};
     }
     if (text == queryParameter) {
-        return SecondParameter{.parameter = parameterNone, .query = true};
+        return Option{.parameter = parameterNone, .query = true};
     }
     return std::nullopt;
 }

@@ -19,10 +19,10 @@ namespace {
 constexpr std::int64_t sizeLimitBytes = 10'000;
 constexpr std::array<const char*, 2> flagPath = {"App", "isEncoder"};
 
-// Two levels, where one would do, is the layout that the application's files have.
+// One level would do; the application's files start at two.
 constexpr std::uint64_t indentationLevel = 2;
 
-/// Reads and parses the file. Returns 0, or the ExitStatus of what failed.
+/// Reads and parses the file. Returns 0, or the ExitStatus of the failure.
 int readConfig(const std::string& path, JsonObject& root, std::ostream& errorLog)
 {
     std::string text;
@@ -41,7 +41,7 @@ int readConfig(const std::string& path, JsonObject& root, std::ostream& errorLog
     return 0;
 }
 
-/// Replaces the file by the tree's text. Returns 0, or the ExitStatus of what failed.
+/// Replaces the file by the serialised tree. Returns 0, or the ExitStatus of the failure.
 int writeConfig(const std::string& path, const JsonObject& root, std::ostream& errorLog)
 {
     const std::string text = JsonWriter::writeObject(root, indentationLevel);
@@ -62,19 +62,19 @@ int writeConfig(const std::string& path, const JsonObject& root, std::ostream& e
 
 void trimText(std::string& text)
 {
-    const auto isBlank = [](char byte) { return static_cast<unsigned char>(byte) <= 32; };
-    while (!text.empty() && isBlank(text.back())) {
+    const auto isTrimmed = [](char byte) { return static_cast<unsigned char>(byte) <= 32; };
+    while (!text.empty() && isTrimmed(text.back())) {
         text.pop_back();
     }
-    std::size_t blanks = 0;
-    while (blanks < text.size() && isBlank(text[blanks])) {
-        ++blanks;
+    std::size_t leading = 0;
+    while (leading < text.size() && isTrimmed(text[leading])) {
+        ++leading;
     }
-    text.erase(0, blanks);
+    text.erase(0, leading);
 }
 
 int updateConfig(const std::string& path, const ModeSources& sources, bool query,
-                 const RunOutput& output)
+                 const OutputStreams& output)
 {
     JsonObject root;
     if (const int status = readConfig(path, root, output.error); status != 0) {

@@ -8,20 +8,20 @@
 
 #include "app/ModeResolution.h"
 
-/// Where a run speaks to its user. Error and info are logs; the report goes to a plain stream.
-struct RunOutput {
+/// The streams that a run writes to: two logs, and a plain stream for the status report.
+struct OutputStreams {
     std::ostream& error;
     std::ostream& info;
     std::ostream& report;
 };
 
-/// Removes the blanks and control bytes (32 and below) at the end and the beginning of the text.
+/// Removes leading and trailing bytes of value 32 or less.
 void trimText(std::string& text);
 
-/// Brings App/isEncoder in the JSON configuration file of this path to the mode that the sources
-/// decide, and reports what was found. With a query it reports only.
+/// Sets App/isEncoder in the JSON configuration file of this path to the mode that the sources
+/// decide, and prints the status report. A query only reports.
 ///
-/// Returns the mode, exitQueried for a query, or the ExitStatus of what failed, which one line on
-/// the error log explains. The file either keeps its bytes or is replaced by the whole new text.
+/// Returns the mode, exitQueried for a query, or the ExitStatus of the failure, after one line on
+/// the error log. The file either keeps its contents or is replaced atomically (see ReplacingFile).
 [[nodiscard]] int updateConfig(const std::string& path, const ModeSources& sources, bool query,
-                               const RunOutput& output);
+                               const OutputStreams& output);

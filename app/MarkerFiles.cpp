@@ -11,7 +11,6 @@ Mode probeMarkerFiles()
     if (file.good()) {
         return decoder;
     }
-    file.clear();
     file.open("/config/ENCODER");
     return file.good() ? encoder : noMode;
 }

@@ -5,6 +5,6 @@
 
 #include "app/Mode.h"
 
-/// The mode that the marker files ask for: decoder when /config/DECODER can be opened for reading,
-/// else encoder when /config/ENCODER can, else noMode. What they hold is not looked at.
+/// Returns decoder if /config/DECODER can be opened for reading, else encoder if /config/ENCODER
+/// can, else noMode. The contents are not read.
 [[nodiscard]] Mode probeMarkerFiles();

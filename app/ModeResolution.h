@@ -5,27 +5,26 @@
 
 #include <cstdint>
 
-#include "app/CommandLine.h"
 #include "app/Mode.h"
 
-/// What decides the mode, strongest first.
+/// The sources of the decision, strongest first.
 struct ModeSources {
     std::int32_t parameter = parameterNone;  ///< a Mode, parameterFlip or parameterNone
     Mode overrideFile = noMode;              ///< the mode of the marker file, or noMode
     Mode hardware = noMode;                  ///< the mode of the switch, or noMode
 };
 
-/// The mode that the appliance must be in, given the one that the configuration file records; or
-/// noMode where nothing decides. The first rule that applies holds:
+/// Returns the mode that the appliance must be in, given the mode that the configuration file
+/// records, or noMode if no source decides. The first rule that applies holds:
 ///
 ///    parameter       marker file   switch      mode
 ///    -enc            any           any         encoder
 ///    -dec            any           any         decoder
-///    -flip           any           any         the one that the file does not record
+///    -flip           any           any         the mode that the file does not record
 ///    none, -query    DECODER       any         decoder
 ///    none, -query    ENCODER       any         encoder
 ///    none, -query    none          readable    the switch's
-///    none, -query    none          unknown     none
+///    none, -query    none          unknown     noMode
 [[nodiscard]] constexpr Mode resolveMode(const ModeSources& sources, Mode configValue)
 {
     if (sources.parameter == parameterFlip) {

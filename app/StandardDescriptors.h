@@ -3,9 +3,9 @@
 
 #pragma once
 
-/// Opens those of the descriptors 0, 1 and 2 that are closed on the null device.
+/// Opens each of the descriptors 0, 1 and 2 that is closed on the null device.
 ///
-/// A program may be started with them closed. The next file that it opens then gets the number,
-/// and what is printed to the console lands in that file: in the value of a GPIO line, in the
-/// configuration. To be called before anything else is opened.
-void fillStandardDescriptors();
+/// A program may be started with them closed. The next file that it opens then gets such a number,
+/// and console output ends up in that file: the value of a GPIO line, or the configuration.
+/// REQUIRES: nothing else has been opened yet.
+void openClosedStandardDescriptors();

@@ -5,19 +5,17 @@
 
 #include <string>
 
-#include "app/CommandLine.h"
-
 namespace {
 
-std::string nameOr(const char* nameOfNone, Mode mode)
+std::string modeNameOr(Mode mode, const char* fallback)
 {
-    return mode >= 0 ? modeName(mode) : nameOfNone;
+    return mode >= 0 ? modeName(mode) : fallback;
 }
 
 std::string parameterText(std::int32_t parameter, Mode configValue)
 {
     if (parameter != parameterFlip) {
-        return nameOr("None", parameter);
+        return modeNameOr(parameter, "None");
     }
     if (configValue < 0) {
         return "Flipped";
@@ -25,8 +23,7 @@ std::string parameterText(std::int32_t parameter, Mode configValue)
     return std::string("Flipped to ") + modeName(otherMode(configValue));
 }
 
-// One insertion a line: on standard error, which has no buffer, each insertion is a write of its
-// own.
+// One insertion per line: standard error is unbuffered, so each insertion is a write(2).
 void printLine(std::ostream& out, const char* label, const std::string& text)
 {
     out << label + text + '\n' << std::flush;
@@ -37,14 +34,14 @@ void printLine(std::ostream& out, const char* label, const std::string& text)
 std::ostream& printStatusReport(Mode hardware, Mode overrideFile, std::int32_t parameter,
                                 Mode configValue, Mode newValue, std::ostream& out)
 {
-    printLine(out, "Hardware switch: ", nameOr("Could not be determined", hardware));
+    printLine(out, "Hardware switch: ", modeNameOr(hardware, "Could not be determined"));
     if (configValue != modeNotRead) {
-        printLine(out, "Config file    : ", nameOr("Unknown?", configValue));
+        printLine(out, "Config file    : ", modeNameOr(configValue, "Unknown?"));
     }
     printLine(out, "Override parm  : ", parameterText(parameter, configValue));
-    printLine(out, "Override file  : ", nameOr("None", overrideFile));
+    printLine(out, "Override file  : ", modeNameOr(overrideFile, "None"));
     if (newValue >= noMode) {
-        printLine(out, "New setting    : ", nameOr("Not specified", newValue));
+        printLine(out, "New setting    : ", modeNameOr(newValue, "Not specified"));
     }
     return out;
 }

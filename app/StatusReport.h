@@ -8,14 +8,16 @@
 
 #include "app/Mode.h"
 
-/// Prints what was found and decided, a line an item, each line one insertion and flushed.
+/// Prints the findings and the decision, one item per line. Each line is a single insertion and is
+/// flushed.
 ///
-///    hardware      a Mode; below 0: could not be determined
-///    overrideFile  a Mode; below 0: no marker file
+///    hardware      a Mode; negative: could not be determined
+///    overrideFile  a Mode; negative: no marker file
 ///    parameter     a Mode, parameterFlip or parameterNone
-///    configValue   a Mode; noMode: unknown; modeNotRead: its line is left out
-///    newValue      a Mode; noMode: not specified; below: its line is left out
+///    configValue   a Mode; noMode: unknown; modeNotRead: the line is left out
+///    newValue      a Mode; noMode: not specified; below noMode: the line is left out
 ///
-/// Returns the stream. Any other value is the caller's error.
+/// Returns the stream.
+/// REQUIRES: no other values.
 std::ostream& printStatusReport(Mode hardware, Mode overrideFile, std::int32_t parameter,
                                 Mode configValue, Mode newValue, std::ostream& out);

@@ -3,6 +3,6 @@
 
 #pragma once
 
-/// One whole run, with the arguments of main: decides the mode, brings the configuration file to
-/// it, and returns the exit status. Writes to std::cout, std::cerr and the system log.
+/// Performs one whole run with the arguments of main: decides the mode, updates the configuration
+/// file, and returns the exit status. Writes to std::cout, std::cerr and the system log.
 [[nodiscard]] int runSwitchQuerier(int argc, const char* const* argv);

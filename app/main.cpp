@@ -6,6 +6,6 @@
 
 int main(int argc, char** argv)
 {
-    fillStandardDescriptors();
+    openClosedStandardDescriptors();
     return runSwitchQuerier(argc, argv);
 }

@@ -11,8 +11,8 @@
 #include "tests/appliance/Files.h"
 #include "tests/appliance/PrivateRoot.h"
 
-// Shows the program at work in a simulated appliance, one scene after the other. Each goes on with
-// the configuration that the one before left.
+// Shows the program at work in a simulated appliance, scene by scene. Each scene starts with the
+// configuration that the previous one left.
 namespace {
 
 constexpr char config[] =
@@ -66,7 +66,7 @@ int main(int /*argc*/, char** argv)
     Appliance appliance;
     writeFile("config.json", config);
     std::cout << "A simulated appliance: its switch, marker files, system log and configuration\n"
-                 "are plain files in a root folder of this process's own.\n\n";
+                 "are plain files in a private root directory of this process.\n\n";
     printIndented("config.json before:", config);
     std::cout << '\n';
 

@@ -263,7 +263,7 @@ std::string tryUpdate(const std::string& bytes)
     std::ostringstream report;
     Outcome outcome;
     outcome.status =
-        updateConfig(path, choice.sources, choice.query, RunOutput{error, info, report});
+        updateConfig(path, choice.sources, choice.query, OutputStreams{error, info, report});
     outcome.error = error.str();
     outcome.info = info.str();
     outcome.report = report.str();

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "tests/unit/app/RecordingStream.h"
 
@@ -50,7 +49,7 @@ TEST(ProgramName, IsWhatFollowsTheLastSeparator)
     }
 }
 
-TEST(SecondParameter, KnowsFourWords)
+TEST(ParseOption, KnowsFourWords)
 {
     struct Row {
         const char* text;
@@ -65,14 +64,14 @@ TEST(SecondParameter, KnowsFourWords)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
-        const std::optional<SecondParameter> second = readSecondParameter(row.text);
-        ASSERT_TRUE(second.has_value());
-        EXPECT_EQ(second->parameter, row.parameter);
-        EXPECT_EQ(second->query, row.query);
+        const std::optional<Option> option = parseOption(row.text);
+        ASSERT_TRUE(option.has_value());
+        EXPECT_EQ(option->parameter, row.parameter);
+        EXPECT_EQ(option->query, row.query);
     }
 }
 
-TEST(SecondParameter, RefusesEveryOtherText)
+TEST(ParseOption, RefusesEveryOtherText)
 {
     const std::string texts[] = {
         "",         "-",     "-Enc",   "-ENC",      "-eNc",        "-Dec",        "-DEC",
@@ -84,14 +83,14 @@ TEST(SecondParameter, RefusesEveryOtherText)
     };
     for (const std::string& text : texts) {
         SCOPED_TRACE('"' + text + '"');
-        EXPECT_FALSE(readSecondParameter(text).has_value());
+        EXPECT_FALSE(parseOption(text).has_value());
     }
 }
 
-TEST(SecondParameter, OverridesNothingUnlessSaidSo)
+TEST(ParseOption, OverridesNothingUnlessSaidSo)
 {
-    EXPECT_EQ(SecondParameter{}.parameter, -1);
-    EXPECT_FALSE(SecondParameter{}.query);
+    EXPECT_EQ(Option{}.parameter, -1);
+    EXPECT_FALSE(Option{}.query);
 }
 
 // The usage text from the program's name in its second line on.

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/appliance/Files.h"
@@ -97,7 +96,7 @@ Update update(const std::string& name, const ModeSources& sources, bool query = 
     RecordingStream error;
     RecordingStream info;
     RecordingStream report;
-    const int status = updateConfig(name, sources, query, RunOutput{error, info, report});
+    const int status = updateConfig(name, sources, query, OutputStreams{error, info, report});
     return {status, error.records(), info.records(), report.records()};
 }
 

@@ -105,7 +105,7 @@ std::string fillInChild(unsigned closed, bool withNullDevice)
         }
 
         hasNullDevice = withNullDevice;
-        fillStandardDescriptors();
+        openClosedStandardDescriptors();
 
         std::string report;
         for (int fd = 0; fd <= 3; ++fd) {
