@@ -8,9 +8,11 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/unit/app/RecordingStream.h"
 
@@ -20,7 +22,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-TEST(TrimText, RemovesBlanksAndControlBytesAtBothEnds)
+TEST(TrimText, RemovesWhitespaceAndControlBytesAtBothEnds)
 {
     struct Row {
         const char* name;
@@ -31,15 +33,15 @@ TEST(TrimText, RemovesBlanksAndControlBytesAtBothEnds)
         {"empty", "", ""},
         {"nothing to trim", "{}", "{}"},
         {"one byte", "x", "x"},
-        {"one blank", " ", ""},
-        {"only blanks and line ends", " \t\r\n\v\f \n", ""},
+        {"one space", " ", ""},
+        {"only whitespace", " \t\r\n\v\f \n", ""},
         {"only NUL bytes", std::string(3, '\0'), ""},
         {"at the beginning", " \n\t{}", "{}"},
         {"at the end", "{}\r\n", "{}"},
         {"at both ends", "\n\n {} \n", "{}"},
         {"inside", " { \"a\" :\n\t1 }\n", "{ \"a\" :\n\t1 }"},
         {"NUL bytes at the ends and inside", {"\0{\0}\0", 5}, {"{\0}", 3}},
-        {"blanks and other bytes by turns", " \n x \n y \n ", "x \n y"},
+        {"whitespace and other bytes in turn", " \n x \n y \n ", "x \n y"},
         {"byte-order mark", "\n\xef\xbb\xbf{}\n", "\xef\xbb\xbf{}"},
         {"no-break space", "\xc2\xa0x\xc2\xa0", "\xc2\xa0x\xc2\xa0"},
         {"long", std::string(5'000, ' ') + "x" + std::string(5'000, '\n'), "x"},
@@ -67,8 +69,8 @@ TEST(TrimText, RemovesTheBytesUpTo32)
     }
 }
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
 const std::string temporaryPath = path + ".filsec";
 
 const std::string atDecoder = R"({"App":{"isEncoder":false}})";
@@ -78,113 +80,199 @@ const std::string atEncoder = R"({"App":{"isEncoder":true}})";
 const std::string writtenAtDecoder = "{\n    \"App\": {\n      \"isEncoder\": false\n    }\n  }";
 const std::string writtenAtEncoder = "{\n    \"App\": {\n      \"isEncoder\": true\n    }\n  }";
 
+const expected::Configuration recordsDecoder = {
+    .text = atDecoder, .mode = 0, .rewritten = writtenAtEncoder};
+const expected::Configuration recordsEncoder = {
+    .text = atEncoder, .mode = 1, .rewritten = writtenAtDecoder};
+
 constexpr ModeSources forceEncoder{.parameter = encoder};
 constexpr ModeSources forceDecoder{.parameter = decoder};
 constexpr ModeSources flip{.parameter = parameterFlip};
 constexpr ModeSources nothingDecides{};
 
-/// What one call left; the logs and the report as they were flushed.
-struct Update {
-    int status;
-    Lines error;
-    Lines info;
-    Lines report;
-};
-
-Update update(const std::string& name, const ModeSources& sources, bool query = false)
+/// One call; the logs and the report as they were flushed.
+expected::Update update(const std::string& name, const ModeSources& sources, bool query = false)
 {
     RecordingStream error;
     RecordingStream info;
     RecordingStream report;
     const int status = updateConfig(name, sources, query, OutputStreams{error, info, report});
-    return {status, error.records(), info.records(), report.records()};
+    return {status, error.records(), info.records(), report.records(), readFile(name)};
+}
+
+/// Calls and compares with the reference.
+void expectUpdate(const std::string& name, const ModeSources& sources, bool query,
+                  const expected::Configuration& configuration,
+                  const std::optional<expected::Failure>& writing = {})
+{
+    const expected::Update update = ::update(name, sources, query);
+    const expected::Update expectedUpdate = expected::update(
+        {sources.parameter, sources.overrideFile, sources.hardware}, query, configuration, writing);
+    EXPECT_EQ(update.status, expectedUpdate.status);
+    EXPECT_EQ(update.error, expectedUpdate.error);
+    EXPECT_EQ(update.info, expectedUpdate.info);
+    EXPECT_EQ(update.report, expectedUpdate.report);
+    EXPECT_EQ(update.configuration, expectedUpdate.configuration);
+}
+
+template <typename Row>
+std::string rowName(const testing::TestParamInfo<Row>& info)
+{
+    return info.param.name;
 }
 
 class ConfigUpdate : public testing::Test {
 protected:
     ConfigUpdate()
     {
-        chmod(folder.c_str(), 0755);
-        emptyFolder(folder);
+        chmod(directory.c_str(), 0755);
+        emptyFolder(directory);
     }
 
-    ~ConfigUpdate() override { chmod(folder.c_str(), 0755); }
+    ~ConfigUpdate() override { chmod(directory.c_str(), 0755); }
 };
 
-// An outcome that depends on the file alone: it is the same whatever the sources say, query or not.
+// An outcome that depends on the file alone: it is the same whatever decides, query or not.
 struct Refusal {
     const char* name;
-    std::string text;
     int status;
-    std::string error;
+    std::string text;
+    expected::Failure failure;
 };
 
-void expectRefused(const Refusal& row)
+void PrintTo(const Refusal& row, std::ostream* out)
 {
-    SCOPED_TRACE(row.name);
+    *out << row.name;
+}
+
+class RefusedText : public ConfigUpdate, public testing::WithParamInterface<Refusal> {};
+
+TEST_P(RefusedText, EndsTheUpdateWithItsNumberAndStays)
+{
+    const Refusal& row = GetParam();
+    EXPECT_EQ(row.failure.status, row.status);
+    writeFile(path, row.text);
     for (const ModeSources& sources : {forceEncoder, forceDecoder, flip, nothingDecides}) {
         for (const bool query : {false, true}) {
             SCOPED_TRACE(testing::Message()
                          << "parameter " << sources.parameter << (query ? ", query" : ""));
-            emptyFolder(folder);
-            writeFile(path, row.text);
-            const Update run = update(path, sources, query);
-            EXPECT_EQ(run.status, row.status);
-            EXPECT_EQ(run.error, Lines{row.error + "\n"});
-            EXPECT_EQ(run.info, Lines{});
-            EXPECT_EQ(run.report, Lines{});
-            EXPECT_EQ(readFile(path), row.text);
-            EXPECT_EQ(namesIn(folder), Lines{"config.json"});
+            expectUpdate(path, sources, query, {.text = row.text, .refusal = row.failure});
+            EXPECT_EQ(namesIn(directory), Lines{"config.json"});
         }
     }
 }
 
-TEST_F(ConfigUpdate, EndsWith163ForAFileThatCannotBeRead)
+const Refusal outsideTheDialect[] = {
+    {"EmptyFile", 174, "", expected::syntaxError(0, -1)},
+    {"OnlyWhitespace", 174, " \n\r\n\t \n", expected::syntaxError(0, -1)},
+    {"OnlyNULBytes", 174, std::string(4, '\0'), expected::syntaxError(0, -1)},
+    {"Array", 174, "[true]", expected::syntaxError(0, -1)},
+    {"ByteOrderMark", 174, "\xef\xbb\xbf{}", expected::syntaxError(0, -1)},
+    {"KeyWithoutQuotes", 174, "{a:1}", expected::syntaxError(1, -1)},
+    {"TwoObjects", 174, "{} {}", expected::syntaxError(2, -2)},
+    {"BadKey", 174, R"({"a\q":1})", expected::syntaxError(4, -3)},
+    {"NoColon", 174, R"({"a" 1})", expected::syntaxError(5, -4)},
+    {"NoComma", 174, R"({"a":1 "b":2})", expected::syntaxError(7, -5)},
+    {"NotTrue", 174, R"({"App":{"isEncoder":True}})", expected::syntaxError(20, -30)},
+    {"NearlyTrue", 174, R"({"App":{"isEncoder":trui}})", expected::syntaxError(20, -10)},
+    {"NearlyFalse", 174, R"({"App":{"isEncoder":fals}})", expected::syntaxError(20, -11)},
+    {"NearlyNull", 174, R"({"a":nul})", expected::syntaxError(5, -20)},
+    {"TabInAString", 174, "{\"a\":\"x\ty\"}", expected::syntaxError(7, -21)},
+    {"UnknownEscape", 174, R"({"a":"\/"})", expected::syntaxError(7, -22)},
+    {"NotANumber", 174, R"({"a":1x})", expected::syntaxError(5, -30)},
+    {"NoCommaInAnArray", 174, R"({"a":[1 2]})", expected::syntaxError(8, -41)},
+    {"ErrorAfterTheFlag", 174, R"({"App":{"isEncoder":false},"b":?})",
+     expected::syntaxError(31, -30)},
+    {"LeadingWhitespaceDoesNotCount", 174, "\n\n  \t{\"a\" 1}\n", expected::syntaxError(5, -4)},
+    {"WhitespaceInsideCounts", 174, "\n{\n\n\"a\" 1}\n", expected::syntaxError(7, -4)},
+    {"FarDown", 174, "{" + std::string(8'000, ' ') + "x}", expected::syntaxError(8001, -1)},
+};
+
+INSTANTIATE_TEST_SUITE_P(OutsideTheDialect, RefusedText, testing::ValuesIn(outsideTheDialect),
+                         rowName<Refusal>);
+
+const Refusal withoutTheFlag[] = {
+    {"NoMembers", 180, "{}", expected::flagMissing()},
+    {"NoApp", 180, R"({"app":{"isEncoder":true}})", expected::flagMissing()},
+    {"NoIsEncoder", 180, R"({"App":{"IsEncoder":true,"isEncoder ":true}})",
+     expected::flagMissing()},
+    {"AppEmpty", 180, R"({"App":{}})", expected::flagMissing()},
+    {"AppAnArray", 180, R"({"App":[{"isEncoder":true}]})", expected::flagMissing()},
+    {"AppNull", 180, R"({"App":null})", expected::flagMissing()},
+    {"AppANumber", 180, R"({"App":1})", expected::flagMissing()},
+    {"AppAString", 180, R"({"App":"isEncoder"})", expected::flagMissing()},
+    {"AppABoolean", 180, R"({"App":true})", expected::flagMissing()},
+    {"AtTheTop", 180, R"({"isEncoder":true})", expected::flagMissing()},
+    {"ALevelTooDeep", 180, R"({"App":{"App":{"isEncoder":true}}})", expected::flagMissing()},
+    {"ThePathAsOneKey", 180, R"({"App/isEncoder":true})", expected::flagMissing()},
+    {"AppTwiceLastWithout", 180, R"({"App":{"isEncoder":true},"App":{}})", expected::flagMissing()},
+};
+
+INSTANTIATE_TEST_SUITE_P(WithoutTheFlag, RefusedText, testing::ValuesIn(withoutTheFlag),
+                         rowName<Refusal>);
+
+const Refusal withoutABoolean[] = {
+    {"String", 186, R"({"App":{"isEncoder":"true"}})", expected::flagNotBoolean()},
+    {"Number1", 186, R"({"App":{"isEncoder":1}})", expected::flagNotBoolean()},
+    {"Number0", 186, R"({"App":{"isEncoder":0}})", expected::flagNotBoolean()},
+    {"MissingValue", 186, R"({"App":{"isEncoder":}})", expected::flagNotBoolean()},
+    {"NumberWithAFraction", 186, R"({"App":{"isEncoder":1.5}})", expected::flagNotBoolean()},
+    {"Null", 186, R"({"App":{"isEncoder":null}})", expected::flagNotBoolean()},
+    {"Object", 186, R"({"App":{"isEncoder":{}}})", expected::flagNotBoolean()},
+    {"Array", 186, R"({"App":{"isEncoder":[true]}})", expected::flagNotBoolean()},
+    {"TwiceLastNoBoolean", 186, R"({"App":{"isEncoder":true,"isEncoder":1}})",
+     expected::flagNotBoolean()},
+};
+
+INSTANTIATE_TEST_SUITE_P(WithoutABoolean, RefusedText, testing::ValuesIn(withoutABoolean),
+                         rowName<Refusal>);
+
+struct UnreadableFile {
+    const char* name;
+    std::string path;
+    std::function<void()> make = [] {};
+};
+
+void PrintTo(const UnreadableFile& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        std::function<void()> make;
-        std::string path;
-        const char* error;
-    };
-    const std::string longName(256, 'x');
-    const std::string longNameError = "Cannot read Json config file '" + longName + "'\n";
-    const Row rows[] = {
-        {"missing", [] {}, path, "Cannot read Json config file '/appliance/config.json'\n"},
-        {"not readable",
-         [] {
-             writeFile(path, atDecoder);
-             chmod(path.c_str(), 0);
-         },
-         path, "Cannot read Json config file '/appliance/config.json'\n"},
-        {"too large", [] { writeFile(path, atDecoder + std::string(10'000, ' ')); }, path,
-         "Cannot read Json config file '/appliance/config.json'\n"},
-        {"empty name", [] {}, "", "Cannot read Json config file ''\n"},
-        {"relative name", [] {}, "missing.json", "Cannot read Json config file 'missing.json'\n"},
-        {"name with a folder, not tidied", [] {}, "./no//folder/../x",
-         "Cannot read Json config file './no//folder/../x'\n"},
-        {"name with quotes and blanks", [] {}, " it's \"my\" config ",
-         "Cannot read Json config file ' it's \"my\" config '\n"},
-        {"name with a percent sign and a newline", [] {}, "100%s%n\nx",
-         "Cannot read Json config file '100%s%n\nx'\n"},
-        {"name that is a parameter", [] {}, "-enc", "Cannot read Json config file '-enc'\n"},
-        {"name too long", [] {}, longName, longNameError.c_str()},
-    };
-    for (const Row& row : rows) {
-        for (const bool query : {false, true}) {
-            SCOPED_TRACE(testing::Message() << row.name << (query ? ", query" : ""));
-            emptyFolder(folder);
-            row.make();
-            const Lines before = namesIn(folder);
-            const Update run = update(row.path, forceEncoder, query);
-            EXPECT_EQ(run.status, 163);
-            EXPECT_EQ(run.error, Lines{row.error});
-            EXPECT_EQ(run.info, Lines{});
-            EXPECT_EQ(run.report, Lines{});
-            EXPECT_EQ(namesIn(folder), before);
-        }
+    *out << row.name;
+}
+
+class Unreadable : public ConfigUpdate, public testing::WithParamInterface<UnreadableFile> {};
+
+TEST_P(Unreadable, EndsTheUpdateWith163)
+{
+    const UnreadableFile& row = GetParam();
+    row.make();
+    const Lines before = namesIn(directory);
+    const std::string text = readFile(row.path);
+    for (const bool query : {false, true}) {
+        SCOPED_TRACE(query);
+        EXPECT_EQ(update(row.path, forceEncoder, query).status, 163);
+        expectUpdate(row.path, forceEncoder, query,
+                     {.text = text, .refusal = expected::unreadable(row.path)});
+        EXPECT_EQ(namesIn(directory), before);
     }
 }
+
+const UnreadableFile unreadableFiles[] = {
+    {"Missing", path},
+    {"NotReadable", path,
+     [] {
+         writeFile(path, atDecoder);
+         chmod(path.c_str(), 0);
+     }},
+    {"TooLarge", path, [] { writeFile(path, atDecoder + std::string(10'000, ' ')); }},
+    {"EmptyName", ""},
+    {"RelativeName", "missing.json"},
+    {"NameWithADirectoryNotNormalised", "./no//directory/../x"},
+    {"NameWithQuotesAndSpaces", " it's \"my\" config "},
+    {"NameWithAPercentSignAndANewline", "100%s%n\nx"},
+    {"NameThatIsAParameter", "-enc"},
+    {"NameTooLong", std::string(256, 'x')},
+};
+
+INSTANTIATE_TEST_SUITE_P(, Unreadable, testing::ValuesIn(unreadableFiles), rowName<UnreadableFile>);
 
 TEST_F(ConfigUpdate, TakesAFileOf10000BytesAndRefusesOneMore)
 {
@@ -199,311 +287,140 @@ TEST_F(ConfigUpdate, TakesAFileOf10000BytesAndRefusesOneMore)
     EXPECT_EQ(readFile(path), largest + "\n");
 }
 
-TEST_F(ConfigUpdate, EndsWith174ForATextOutsideTheDialect)
+TEST_F(ConfigUpdate, EndsWith210IfNothingDecides)
 {
-    const Refusal rows[] = {
-        {"empty file", "", 174, "Cannot decode Json at position 0, code -1"},
-        {"only blanks and line ends", " \n\r\n\t \n", 174,
-         "Cannot decode Json at position 0, code -1"},
-        {"only NUL bytes", std::string(4, '\0'), 174, "Cannot decode Json at position 0, code -1"},
-        {"array", "[true]", 174, "Cannot decode Json at position 0, code -1"},
-        {"byte-order mark", "\xef\xbb\xbf{}", 174, "Cannot decode Json at position 0, code -1"},
-        {"key without quotes", "{a:1}", 174, "Cannot decode Json at position 1, code -1"},
-        {"two objects", "{} {}", 174, "Cannot decode Json at position 2, code -2"},
-        {"bad key", R"({"a\q":1})", 174, "Cannot decode Json at position 4, code -3"},
-        {"no colon", R"({"a" 1})", 174, "Cannot decode Json at position 5, code -4"},
-        {"no comma", R"({"a":1 "b":2})", 174, "Cannot decode Json at position 7, code -5"},
-        {"not true", R"({"App":{"isEncoder":True}})", 174,
-         "Cannot decode Json at position 20, code -30"},
-        {"nearly true", R"({"App":{"isEncoder":trui}})", 174,
-         "Cannot decode Json at position 20, code -10"},
-        {"nearly false", R"({"App":{"isEncoder":fals}})", 174,
-         "Cannot decode Json at position 20, code -11"},
-        {"nearly null", R"({"a":nul})", 174, "Cannot decode Json at position 5, code -20"},
-        {"tab in a string", "{\"a\":\"x\ty\"}", 174, "Cannot decode Json at position 7, code -21"},
-        {"escape that is none", R"({"a":"\/"})", 174, "Cannot decode Json at position 7, code -22"},
-        {"no number", R"({"a":1x})", 174, "Cannot decode Json at position 5, code -30"},
-        {"no comma in an array", R"({"a":[1 2]})", 174,
-         "Cannot decode Json at position 8, code -41"},
-        {"fault behind the flag", R"({"App":{"isEncoder":false},"b":?})", 174,
-         "Cannot decode Json at position 31, code -30"},
-        {"leading blanks do not count", "\n\n  \t{\"a\" 1}\n", 174,
-         "Cannot decode Json at position 5, code -4"},
-        {"blanks inside count", "\n{\n\n\"a\" 1}\n", 174,
-         "Cannot decode Json at position 7, code -4"},
-        {"far behind", "{" + std::string(8'000, ' ') + "x}", 174,
-         "Cannot decode Json at position 8001, code -1"},
-    };
-    for (const Refusal& row : rows) {
-        expectRefused(row);
+    for (const expected::Configuration& configuration : {recordsDecoder, recordsEncoder}) {
+        SCOPED_TRACE(configuration.text);
+        writeFile(path, configuration.text);
+        EXPECT_EQ(update(path, nothingDecides).status, 210);
+        expectUpdate(path, nothingDecides, false, configuration);
+        EXPECT_EQ(namesIn(directory), Lines{"config.json"});
     }
 }
 
-TEST_F(ConfigUpdate, EndsWith180WithoutTheFlag)
+struct Obstacle {
+    const char* name;
+    std::function<void()> make;
+    std::string path = ::path;
+};
+
+void PrintTo(const Obstacle& row, std::ostream* out)
 {
-    const std::string error = "App/isEncoder parameter not found in Json text";
-    const Refusal rows[] = {
-        {"no members", "{}", 180, error},
-        {"no App", R"({"app":{"isEncoder":true}})", 180, error},
-        {"no isEncoder", R"({"App":{"IsEncoder":true,"isEncoder ":true}})", 180, error},
-        {"App empty", R"({"App":{}})", 180, error},
-        {"App an array", R"({"App":[{"isEncoder":true}]})", 180, error},
-        {"App null", R"({"App":null})", 180, error},
-        {"App a number", R"({"App":1})", 180, error},
-        {"App a string", R"({"App":"isEncoder"})", 180, error},
-        {"App a boolean", R"({"App":true})", 180, error},
-        {"at the top", R"({"isEncoder":true})", 180, error},
-        {"a level too deep", R"({"App":{"App":{"isEncoder":true}}})", 180, error},
-        {"the path as one key", R"({"App/isEncoder":true})", 180, error},
-        {"App twice, last without", R"({"App":{"isEncoder":true},"App":{}})", 180, error},
-    };
-    for (const Refusal& row : rows) {
-        expectRefused(row);
-    }
+    *out << row.name;
 }
 
-TEST_F(ConfigUpdate, EndsWith186WhereTheFlagIsNotABoolean)
+class NotOpened : public ConfigUpdate, public testing::WithParamInterface<Obstacle> {};
+
+TEST_P(NotOpened, EndsTheUpdateWith226)
 {
-    const std::string error = "App/isEncoder parameter is not a boolean";
-    const Refusal rows[] = {
-        {"string", R"({"App":{"isEncoder":"true"}})", 186, error},
-        {"number 1", R"({"App":{"isEncoder":1}})", 186, error},
-        {"number 0", R"({"App":{"isEncoder":0}})", 186, error},
-        {"missing value", R"({"App":{"isEncoder":}})", 186, error},
-        {"number with a fraction", R"({"App":{"isEncoder":1.5}})", 186, error},
-        {"null", R"({"App":{"isEncoder":null}})", 186, error},
-        {"object", R"({"App":{"isEncoder":{}}})", 186, error},
-        {"array", R"({"App":{"isEncoder":[true]}})", 186, error},
-        {"twice, last no boolean", R"({"App":{"isEncoder":true,"isEncoder":1}})", 186, error},
-    };
-    for (const Refusal& row : rows) {
-        expectRefused(row);
-    }
+    const Obstacle& row = GetParam();
+    writeFile(path, atDecoder);
+    row.make();
+    const Lines before = namesIn(directory);
+    EXPECT_EQ(update(row.path, forceEncoder).status, 226);
+    expectUpdate(row.path, forceEncoder, false, recordsDecoder, expected::notOpened());
+    EXPECT_EQ(namesIn(directory), before);
 }
 
-TEST_F(ConfigUpdate, EndsWith210WhereNothingDecides)
-{
-    struct Row {
-        std::string text;
-        const char* configLine;
-    };
-    const Row rows[] = {
-        {atDecoder, "Config file    : Decoder\n"},
-        {atEncoder, "Config file    : Encoder\n"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
-        writeFile(path, row.text);
-        const Update run = update(path, nothingDecides);
-        EXPECT_EQ(run.status, 210);
-        EXPECT_EQ(run.error, Lines{"No hardware or user setting known.\n"});
-        EXPECT_EQ(run.info, Lines{});
-        EXPECT_EQ(run.report, (Lines{"Hardware switch: Could not be determined\n", row.configLine,
-                                     "Override parm  : None\n", "Override file  : None\n",
-                                     "New setting    : Not specified\n"}));
-        EXPECT_EQ(readFile(path), row.text);
-        EXPECT_EQ(namesIn(folder), Lines{"config.json"});
-    }
-}
+const Obstacle obstacles[] = {
+    {"DirectoryNotWritable", [] { chmod(directory.c_str(), 0555); }},
+    {"TemporaryNameIsADirectory", [] { fs::create_directory(temporaryPath); }},
+    {"TemporaryFileNotWritable",
+     [] {
+         writeFile(temporaryPath, "left over");
+         chmod(temporaryPath.c_str(), 0444);
+     }},
+    {"NameTooLongForTheSuffix",
+     [] { writeFile(directory + "/" + std::string(249, 'x'), atDecoder); },
+     directory + "/" + std::string(249, 'x')},
+};
 
-const Lines reportOfForcedEncoder = {"Hardware switch: Could not be determined\n",
-                                     "Config file    : Decoder\n", "Override parm  : Encoder\n",
-                                     "Override file  : None\n", "New setting    : Encoder\n"};
+INSTANTIATE_TEST_SUITE_P(, NotOpened, testing::ValuesIn(obstacles), rowName<Obstacle>);
 
-TEST_F(ConfigUpdate, EndsWith226WhereTheTemporaryFileCannotBeOpened)
-{
-    struct Row {
-        const char* name;
-        std::function<void()> prepare;
-        std::string path = ::path;
-    };
-    const Row rows[] = {
-        {"folder not writable", [] { chmod(folder.c_str(), 0555); }},
-        {"temporary name is a folder", [] { fs::create_directory(temporaryPath); }},
-        {"temporary file not writable",
-         [] {
-             writeFile(temporaryPath, "left over");
-             chmod(temporaryPath.c_str(), 0444);
-         }},
-        {"name too long for the suffix",
-         [] { writeFile(folder + "/" + std::string(249, 'x'), atDecoder); },
-         folder + "/" + std::string(249, 'x')},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyFolder(folder);
-        writeFile(path, atDecoder);
-        row.prepare();
-        const Lines before = namesIn(folder);
-        const Update run = update(row.path, forceEncoder);
-        EXPECT_EQ(run.status, 226);
-        EXPECT_EQ(run.error, Lines{"Cannot open Json file for writing, code -1\n"});
-        EXPECT_EQ(run.info, Lines{});
-        EXPECT_EQ(run.report, reportOfForcedEncoder);
-        EXPECT_EQ(readFile(row.path), atDecoder);
-        EXPECT_EQ(namesIn(folder), before);
-        chmod(folder.c_str(), 0755);
-    }
-}
-
-TEST_F(ConfigUpdate, EndsWith236AndCode1WhereTheTextCannotBeWritten)
+TEST_F(ConfigUpdate, EndsWith236AndCode1IfTheTextCannotBeWritten)
 {
     writeFile(path, atDecoder);
     fs::create_symlink("/dev/full", temporaryPath);
-    const Update run = update(path, forceEncoder);
-    EXPECT_EQ(run.status, 236);
-    EXPECT_EQ(run.error, Lines{"Cannot write Json file, code 1\n"});
-    EXPECT_EQ(run.info, Lines{});
-    EXPECT_EQ(run.report, reportOfForcedEncoder);
-    EXPECT_EQ(readFile(path), atDecoder);
-    EXPECT_EQ(namesIn(folder), (Lines{"config.json", "config.json.filsec"}));
+    EXPECT_EQ(update(path, forceEncoder).status, 236);
+    expectUpdate(path, forceEncoder, false, recordsDecoder, expected::notWritten(1));
+    EXPECT_EQ(namesIn(directory), (Lines{"config.json", "config.json.filsec"}));
 }
 
-TEST_F(ConfigUpdate, EndsWith236AndCodeMinus3WhereTheFileCannotBeReplaced)
+TEST_F(ConfigUpdate, EndsWith236AndCodeMinus3IfTheFileCannotBeReplaced)
 {
     writeFile(path, atDecoder);
     writeFile(temporaryPath, "left over");
-    // A left-over temporary file can be written there, but no name can be given.
-    chmod(folder.c_str(), 0555);
-    const Update run = update(path, forceEncoder);
-    EXPECT_EQ(run.status, 236);
-    EXPECT_EQ(run.error, Lines{"Cannot write Json file, code -3\n"});
-    EXPECT_EQ(run.info, Lines{});
-    EXPECT_EQ(run.report, reportOfForcedEncoder);
-    EXPECT_EQ(readFile(path), atDecoder);
+    // A temporary file that is left over can be written there, but not renamed.
+    chmod(directory.c_str(), 0555);
+    EXPECT_EQ(update(path, forceEncoder).status, 236);
+    EXPECT_EQ(readFile(temporaryPath), writtenAtEncoder);
+    expectUpdate(path, forceEncoder, false, recordsDecoder, expected::notWritten(-3));
     EXPECT_EQ(readFile(temporaryPath), writtenAtEncoder);
 }
 
-TEST_F(ConfigUpdate, RewritesTheFileWhereTheModeChanges)
+struct Change {
+    const char* name;
+    expected::Configuration configuration;
+    ModeSources sources;
+    int status;
+};
+
+void PrintTo(const Change& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        std::string text;
-        ModeSources sources;
-        int status;
-        std::string written;
-        const char* info;
-        Lines report;
-    };
-    const char* const toEncoder = "Config file successfully updated to Encoder mode\n";
-    const char* const toDecoder = "Config file successfully updated to Decoder mode\n";
-    const Row rows[] = {
-        {"-enc", atDecoder, forceEncoder, 1, writtenAtEncoder, toEncoder, reportOfForcedEncoder},
-        {"-dec",
-         atEncoder,
-         {decoder, encoder, encoder},
-         0,
-         writtenAtDecoder,
-         toDecoder,
-         {"Hardware switch: Encoder\n", "Config file    : Encoder\n", "Override parm  : Decoder\n",
-          "Override file  : Encoder\n", "New setting    : Decoder\n"}},
-        {"-flip to encoder",
-         atDecoder,
-         {parameterFlip, decoder, decoder},
-         1,
-         writtenAtEncoder,
-         toEncoder,
-         {"Hardware switch: Decoder\n", "Config file    : Decoder\n",
-          "Override parm  : Flipped to Encoder\n", "Override file  : Decoder\n",
-          "New setting    : Encoder\n"}},
-        {"-flip to decoder",
-         atEncoder,
-         {parameterFlip, encoder, encoder},
-         0,
-         writtenAtDecoder,
-         toDecoder,
-         {"Hardware switch: Encoder\n", "Config file    : Encoder\n",
-          "Override parm  : Flipped to Decoder\n", "Override file  : Encoder\n",
-          "New setting    : Decoder\n"}},
-        {"marker file ENCODER",
-         atDecoder,
-         {parameterNone, encoder, decoder},
-         1,
-         writtenAtEncoder,
-         toEncoder,
-         {"Hardware switch: Decoder\n", "Config file    : Decoder\n", "Override parm  : None\n",
-          "Override file  : Encoder\n", "New setting    : Encoder\n"}},
-        {"marker file DECODER",
-         atEncoder,
-         {parameterNone, decoder, encoder},
-         0,
-         writtenAtDecoder,
-         toDecoder,
-         {"Hardware switch: Encoder\n", "Config file    : Encoder\n", "Override parm  : None\n",
-          "Override file  : Decoder\n", "New setting    : Decoder\n"}},
-        {"switch at encoder",
-         atDecoder,
-         {parameterNone, noMode, encoder},
-         1,
-         writtenAtEncoder,
-         toEncoder,
-         {"Hardware switch: Encoder\n", "Config file    : Decoder\n", "Override parm  : None\n",
-          "Override file  : None\n", "New setting    : Encoder\n"}},
-        {"switch at decoder",
-         atEncoder,
-         {parameterNone, noMode, decoder},
-         0,
-         writtenAtDecoder,
-         toDecoder,
-         {"Hardware switch: Decoder\n", "Config file    : Encoder\n", "Override parm  : None\n",
-          "Override file  : None\n", "New setting    : Decoder\n"}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        writeFile(path, row.text);
-        const Update run = update(path, row.sources);
-        EXPECT_EQ(run.status, row.status);
-        EXPECT_EQ(run.error, Lines{});
-        EXPECT_EQ(run.info, Lines{row.info});
-        EXPECT_EQ(run.report, row.report);
-        EXPECT_EQ(readFile(path), row.written);
-        EXPECT_EQ(namesIn(folder), Lines{"config.json"});
-    }
+    *out << row.name;
 }
 
-TEST_F(ConfigUpdate, LeavesTheFileWhereItHasTheModeAlready)
+class ModeChange : public ConfigUpdate, public testing::WithParamInterface<Change> {};
+
+TEST_P(ModeChange, RewritesTheFile)
+{
+    const Change& row = GetParam();
+    writeFile(path, row.configuration.text);
+    expectUpdate(path, row.sources, false, row.configuration);
+    EXPECT_EQ(readFile(path), row.configuration.rewritten);
+    EXPECT_EQ(namesIn(directory), Lines{"config.json"});
+
+    writeFile(path, row.configuration.text);
+    EXPECT_EQ(update(path, row.sources).status, row.status);
+}
+
+const Change changes[] = {
+    {"Enc", recordsDecoder, forceEncoder, 1},
+    {"Dec", recordsEncoder, {decoder, encoder, encoder}, 0},
+    {"FlipToEncoder", recordsDecoder, {parameterFlip, decoder, decoder}, 1},
+    {"FlipToDecoder", recordsEncoder, {parameterFlip, encoder, encoder}, 0},
+    {"MarkerFileEncoder", recordsDecoder, {parameterNone, encoder, decoder}, 1},
+    {"MarkerFileDecoder", recordsEncoder, {parameterNone, decoder, encoder}, 0},
+    {"SwitchAtEncoder", recordsDecoder, {parameterNone, noMode, encoder}, 1},
+    {"SwitchAtDecoder", recordsEncoder, {parameterNone, noMode, decoder}, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ModeChange, testing::ValuesIn(changes), rowName<Change>);
+
+TEST_F(ConfigUpdate, LeavesTheFileIfItHasTheModeAlready)
 {
     struct Row {
-        const char* name;
-        std::string text;
+        expected::Configuration configuration;
         ModeSources sources;
-        int status;
-        const char* info;
-        Lines report;
     };
     const Row rows[] = {
-        {"encoder",
-         " \n{ \"b\":1, \"App\":{\"isEncoder\" : true,} }\r\n",
-         forceEncoder,
-         1,
-         "Config file update to Encoder mode not needed.\n",
-         {"Hardware switch: Could not be determined\n", "Config file    : Encoder\n",
-          "Override parm  : Encoder\n", "Override file  : None\n", "New setting    : Encoder\n"}},
-        {"decoder",
-         "{\"App\":{\"isEncoder\":false}}\n",
-         {parameterNone, noMode, decoder},
-         0,
-         "Config file update to Decoder mode not needed.\n",
-         {"Hardware switch: Decoder\n", "Config file    : Decoder\n", "Override parm  : None\n",
-          "Override file  : None\n", "New setting    : Decoder\n"}},
+        {{.text = " \n{ \"b\":1, \"App\":{\"isEncoder\" : true,} }\r\n", .mode = 1}, forceEncoder},
+        {{.text = "{\"App\":{\"isEncoder\":false}}\n", .mode = 0},
+         {parameterNone, noMode, decoder}},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        writeFile(path, row.text);
+        SCOPED_TRACE(row.configuration.text);
+        writeFile(path, row.configuration.text);
         writeFile(temporaryPath, "left over");
         // Nothing can be written, so nothing may be tried either.
         chmod(path.c_str(), 0444);
         chmod(temporaryPath.c_str(), 0444);
-        chmod(folder.c_str(), 0555);
-        const Update run = update(path, row.sources);
-        chmod(folder.c_str(), 0755);
-        EXPECT_EQ(run.status, row.status);
-        EXPECT_EQ(run.error, Lines{});
-        EXPECT_EQ(run.info, Lines{row.info});
-        EXPECT_EQ(run.report, row.report);
-        EXPECT_EQ(readFile(path), row.text);
+        chmod(directory.c_str(), 0555);
+        EXPECT_EQ(update(path, row.sources).status, row.configuration.mode);
+        expectUpdate(path, row.sources, false, row.configuration);
         EXPECT_EQ(readFile(temporaryPath), "left over");
-        emptyFolder(folder);
+        chmod(directory.c_str(), 0755);
+        emptyFolder(directory);
     }
 }
 
@@ -511,43 +428,22 @@ TEST_F(ConfigUpdate, OnlyReportsForAQuery)
 {
     struct Row {
         const char* name;
-        std::string text;
+        expected::Configuration configuration;
         ModeSources sources;
-        Lines report;
     };
     const Row rows[] = {
-        {"would change to encoder",
-         atDecoder,
-         {parameterNone, encoder, noMode},
-         {"Hardware switch: Could not be determined\n", "Config file    : Decoder\n",
-          "Override parm  : None\n", "Override file  : Encoder\n", "New setting    : Encoder\n"}},
-        {"would change to decoder",
-         atEncoder,
-         {parameterNone, noMode, decoder},
-         {"Hardware switch: Decoder\n", "Config file    : Encoder\n", "Override parm  : None\n",
-          "Override file  : None\n", "New setting    : Decoder\n"}},
-        {"has the mode already",
-         atEncoder,
-         {parameterNone, noMode, encoder},
-         {"Hardware switch: Encoder\n", "Config file    : Encoder\n", "Override parm  : None\n",
-          "Override file  : None\n", "New setting    : Encoder\n"}},
-        {"nothing decides",
-         atEncoder,
-         nothingDecides,
-         {"Hardware switch: Could not be determined\n", "Config file    : Encoder\n",
-          "Override parm  : None\n", "Override file  : None\n",
-          "New setting    : Not specified\n"}},
+        {"would change to encoder", recordsDecoder, {parameterNone, encoder, noMode}},
+        {"would change to decoder", recordsEncoder, {parameterNone, noMode, decoder}},
+        {"has the mode already", recordsEncoder, {parameterNone, noMode, encoder}},
+        {"nothing decides", recordsEncoder, nothingDecides},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        writeFile(path, row.text);
-        const Update run = update(path, row.sources, true);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.error, Lines{});
-        EXPECT_EQ(run.info, Lines{});
-        EXPECT_EQ(run.report, row.report);
-        EXPECT_EQ(readFile(path), row.text);
-        EXPECT_EQ(namesIn(folder), Lines{"config.json"});
+        writeFile(path, row.configuration.text);
+        EXPECT_EQ(update(path, row.sources, true).status, 0);
+        expectUpdate(path, row.sources, true, row.configuration);
+        EXPECT_EQ(readFile(path), row.configuration.text);
+        EXPECT_EQ(namesIn(directory), Lines{"config.json"});
     }
 }
 
@@ -559,7 +455,7 @@ TEST_F(ConfigUpdate, RewritesTheWholeDocumentInTheLayoutOfTheApplication)
         const char* written;
     };
     constexpr Row rows[] = {
-        {"laid out otherwise",
+        {"another layout",
          R"(
 
 {"f":[],"e":{},   "b":[1,2.5,
@@ -633,18 +529,18 @@ TEST_F(ConfigUpdate, ReadsWhatItHasWritten)
     EXPECT_EQ(readFile(path), writtenAtEncoder);
 }
 
-TEST_F(ConfigUpdate, UsesATemporaryFileThatWasLeftOver)
+TEST_F(ConfigUpdate, ReusesATemporaryFileThatIsLeftOver)
 {
     writeFile(path, atDecoder);
     writeFile(temporaryPath, std::string(1'000, 'x'));
     EXPECT_EQ(update(path, forceEncoder).status, 1);
     EXPECT_EQ(readFile(path), writtenAtEncoder);
-    EXPECT_EQ(namesIn(folder), Lines{"config.json"});
+    EXPECT_EQ(namesIn(directory), Lines{"config.json"});
 }
 
-TEST_F(ConfigUpdate, TakesTheNameAsItIs)
+TEST_F(ConfigUpdate, UsesTheNameUnchanged)
 {
-    fs::create_directory(folder + "/sub");
+    fs::create_directory(directory + "/sub");
     for (const std::string name : {"relative.json", "./sub/config.json", "/appliance//sub/x",
                                    " it's \"my\" config ", "-enc", "100%s"}) {
         SCOPED_TRACE(name);
