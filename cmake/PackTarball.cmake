@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Run by cpack when it has made its package: packs a tarball again, sorted by name, since cpack takes
-# the files in the order in which the file system happens to have them.
+# Run by cpack after it has made its package: repacks a tarball sorted by name, because cpack packs
+# the files in the order of the filesystem.
 
 if(NOT CPACK_GENERATOR STREQUAL TGZ)
   return()

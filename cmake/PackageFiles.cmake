@@ -1,11 +1,11 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Run by cpack where it has installed what it packs: gives the folders the usual rights, whatever the
-# umask is, and the files of a Debian package the names and the compression that Debian's policy
-# asks for (chapter 12).
+# Run by cpack in the tree that it is about to pack. Sets the usual permissions of directories,
+# whatever the umask, and gives the files of a Debian package the names and the compression that
+# chapter 12 of the Debian Policy Manual requires.
 
-# CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS should do it, and does not with cmake 3.31.
+# CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS has no effect here with cmake 3.31.
 file(CHMOD_RECURSE ${CPACK_TEMPORARY_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}
      DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
      WORLD_READ WORLD_EXECUTE)
@@ -16,7 +16,7 @@ set(source ${CMAKE_CURRENT_LIST_DIR}/..)
 set(share ${CPACK_TEMPORARY_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share)
 set(documents ${share}/doc/${CPACK_PACKAGE_NAME})
 
-# The time is SOURCE_DATE_EPOCH's, where that is set.
+# string(TIMESTAMP) uses SOURCE_DATE_EPOCH if it is set.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 execute_process(
   COMMAND awk -v "maintainer=${CPACK_PACKAGE_CONTACT}" -v "date=${date}"

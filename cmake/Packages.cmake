@@ -1,12 +1,12 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# What cpack makes: a Debian package or, of a program without shared libraries, a tarball to be
-# unpacked in the root folder of an image.
+# What cpack makes: a Debian package or, for a statically linked program, a tarball to be unpacked
+# in the root directory of an image.
 
-# Named, not looked up: dpkg-shlibdeps does not know another processor's libraries, or finds them in
-# the cross compiler's packages, which no appliance has. What was built against newer libraries may
-# need them, so it is their releases that are named.
+# The dependencies are named, not looked up: in a cross build dpkg-shlibdeps does not find the
+# libraries, or finds them in the packages of the cross compiler, which no appliance has. A program
+# can need the releases that it was built with, so these are the ones named.
 file(WRITE ${PROJECT_BINARY_DIR}/libraries.cpp
      "#include <cstddef>\nglibc=__GLIBC__.__GLIBC_MINOR__ libstdc++=_GLIBCXX_RELEASE;\n")
 separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_FLAGS}")
@@ -20,7 +20,7 @@ if(libraries)
 endif()
 
 if(SWITCH_QUERIER_STATIC)
-  # Debian's packages use the shared libraries.
+  # Programs in Debian packages are linked dynamically.
   set(CPACK_GENERATOR TGZ)
   set(kind -static)
 else()
@@ -38,7 +38,7 @@ set(CPACK_VERBATIM_VARIABLES ON)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64)
-  # Left out, it would be this machine's.
+  # The default is the architecture of the build machine.
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
 endif()
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
@@ -47,9 +47,9 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "decides whether an appliance encodes or d
 set(CPACK_PACKAGE_DESCRIPTION
 "The switch querier decides from the command line, two marker files and a
 hardware switch on GPIO line 17 whether an appliance works as an encoder or
-as a decoder, and brings the JSON configuration file of its application to
-that mode. It runs once, before the application; its exit status tells the
-result.")
+as a decoder, and updates the JSON configuration file of its application to
+that mode. It runs once, before the application, and returns the mode as its
+exit status.")
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageFiles.cmake)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackTarball.cmake)
 include(CPack)

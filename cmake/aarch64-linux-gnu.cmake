@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# 64-bit Arm with Debian's cross compiler; what it builds runs here under qemu-user.
+# 64-bit Arm with Debian's cross compiler. The programs run on the build machine under qemu-user.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
