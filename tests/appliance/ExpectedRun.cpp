@@ -225,15 +225,16 @@ Update update(const Deciders& deciders, bool query, const Configuration& configu
     if (newMode < 0) {
         return fail(nothingDecides());
     }
-    if (newMode != configuration.mode && writing) {
+    update.writes = newMode != configuration.mode;
+    if (update.writes && writing) {
         return fail(*writing);
     }
     update.status = newMode;
-    if (newMode == configuration.mode) {
-        update.info = {notNeeded(newMode) + "\n"};
-    } else {
+    if (update.writes) {
         update.info = {updated(newMode) + "\n"};
         update.configuration = configuration.rewritten;
+    } else {
+        update.info = {notNeeded(newMode) + "\n"};
     }
     return update;
 }
@@ -286,6 +287,7 @@ Run run(const Sources& sources)
         recorder.info(line);
     }
     run.configuration = update.configuration;
+    run.writes = update.writes;
     return recorder.end(update.status);
 }
 

@@ -82,6 +82,7 @@ struct Update {
     Lines info;
     Lines report;
     std::string configuration;  ///< the bytes of the file afterwards
+    bool writes = false;        ///< whether it tries to replace the file
 };
 
 /// The writing, if there is one, fails as given.
@@ -105,6 +106,7 @@ struct Run {
     std::string err;
     std::vector<LogRecord> log;
     std::string configuration;  ///< the bytes of the configuration file afterwards
+    bool writes = false;        ///< whether it tries to replace the file
 };
 
 [[nodiscard]] Run run(const Sources& sources);

@@ -11,11 +11,8 @@ struct Input {
     std::string text;
 };
 
-/// Documents to begin with: one of each kind of thing that the dialect reads or refuses.
+/// The seed corpus: one document for each thing that the dialect accepts or refuses.
 std::vector<Input> seeds();
 
-/// What a fuzzer has found at fault, each named after the fault. They are never removed.
+/// Inputs on which a fuzzer has found a fault, named after the fault. They are never removed.
 std::vector<Input> regressions();
-
-/// The two bytes that tryUpdate takes before a document, in each combination that it knows.
-std::vector<std::string> updateChoices();

@@ -11,7 +11,7 @@
 
 #include "tests/stages/fuzz/Oracles.h"
 
-// What the fuzzers begin with and what they have found, through the same oracles.
+// The seed corpus and the regressions, with the same oracles.
 namespace {
 
 std::vector<Input> allInputs()
@@ -23,7 +23,7 @@ std::vector<Input> allInputs()
     return inputs;
 }
 
-TEST(Inputs, HaveNamesOfTheirOwn)
+TEST(Inputs, HaveUniqueNames)
 {
     std::set<std::string> names;
     for (const Input& input : allInputs()) {
@@ -31,42 +31,42 @@ TEST(Inputs, HaveNamesOfTheirOwn)
     }
 }
 
-TEST(Inputs, AreReadAsPromised)
+TEST(Inputs, ParseAsSpecified)
 {
     for (const Input& input : allInputs()) {
         SCOPED_TRACE(input.name);
-        EXPECT_EQ(tryParse(input.text), "");
+        EXPECT_EQ(checkParse(input.text), "");
     }
 }
 
-TEST(Inputs, AreWrittenAndReadAgain)
+TEST(Inputs, SurviveARoundTrip)
 {
     for (const Input& input : allInputs()) {
         SCOPED_TRACE(input.name);
-        EXPECT_EQ(tryRewrite(input.text), "");
+        EXPECT_EQ(checkRewrite(input.text), "");
     }
 }
 
-TEST(Inputs, AreUpdatedAsForetold)
+TEST(Inputs, AreUpdatedAsExpected)
 {
     const std::vector<std::string> choices = updateChoices();
     std::size_t next = 0;
     for (const Input& input : allInputs()) {
         for (int times = 0; times < 10; ++times) {
-            // A step that has no factor in common with their number comes by all of them.
+            // The step and the number of choices are coprime, so that all of them are visited.
             next = (next + 77) % choices.size();
             SCOPED_TRACE(input.name + ", choice " + std::to_string(next));
-            EXPECT_EQ(tryUpdate(choices[next] + input.text), "");
+            EXPECT_EQ(checkUpdate(choices[next] + input.text), "");
         }
     }
 }
 
-TEST(Update, EndsAsForetoldWhateverDecidesAndWhateverStandsInTheWay)
+TEST(Update, EndsAsExpectedWithEveryChoice)
 {
     for (const std::string& choice : updateChoices()) {
         for (const std::string flag : {"false", "true"}) {
             SCOPED_TRACE(testing::PrintToString(choice) + flag);
-            EXPECT_EQ(tryUpdate(choice + "{\"App\":{\"isEncoder\":" + flag + "}}"), "");
+            EXPECT_EQ(checkUpdate(choice + "{\"App\":{\"isEncoder\":" + flag + "}}"), "");
         }
     }
 }

@@ -40,20 +40,20 @@ bool isControl(char byte)
     return static_cast<unsigned char>(byte) < 32;
 }
 
-/// Whether a string can hold these bytes that was read from a text.
+/// Whether a string with these bytes can come from a text.
 bool isReadable(const std::string& string)
 {
     return std::none_of(string.begin(), string.end(),
                         [](char byte) { return isControl(byte) && !isOneOf("\b\f\n\r\t", byte); });
 }
 
-/// Whether the word is not what stands at this place, although its first letter is.
-bool isMisspelt(std::string_view word, const std::string& text, std::size_t place)
+/// Whether the text has the first letter of the literal here, but not the rest.
+bool isMisspelt(std::string_view literal, const std::string& text, std::size_t place)
 {
-    return text[place] == word.front() && text.compare(place, word.size(), word) != 0;
+    return text[place] == literal.front() && text.compare(place, literal.size(), literal) != 0;
 }
 
-/// Whether the byte at the position, or the end of the text, can make a reader fail with the code.
+/// Whether the byte at the position, or the end of the text, can make a parser fail with the code.
 bool fits(JsonCode code, const std::string& text, std::size_t position)
 {
     const char byte = text.c_str()[position];
@@ -93,7 +93,7 @@ bool fits(JsonCode code, const std::string& text, std::size_t position)
 }
 
 /// Whether the text has a control byte outside its strings other than whitespace. Form feed and
-/// vertical tab may stand before a number.
+/// vertical tab may precede a number.
 bool hasOddGap(std::string_view text)
 {
     bool inside = false;
@@ -114,7 +114,7 @@ bool hasOddGap(std::string_view text)
     return false;
 }
 
-std::string tryAccepted(const std::string& text, const Reading& whole)
+std::string checkAccepted(const std::string& text, const Reading& whole)
 {
     if (whole.position != positionBefore) {
         return "the position was written on success";
@@ -122,25 +122,25 @@ std::string tryAccepted(const std::string& text, const Reading& whole)
     // A NUL byte ends the text early.
     const std::string_view looked = text.c_str();
     if (looked.empty() || looked.front() != '{' || looked.back() != '}') {
-        return "a text was accepted that is no object";
+        return "a text was accepted that is not an object";
     }
     if (hasOddGap(looked)) {
-        return "a byte was skipped that is no whitespace";
+        return "a byte was skipped that is not whitespace";
     }
     std::string fault;
     JsonValue root;
     root.setObject(whole.tree);
     forEachValue(root, [&fault](const JsonValue& value) {
         if (value.type() > JsonType::array) {
-            fault = "a value of a kind that no text has";
+            fault = "a value of a type that no text has";
         } else if (value.type() == JsonType::string && !isReadable(value.string())) {
-            fault = "a control byte came into a string";
+            fault = "a string has a control byte";
         } else if (value.type() == JsonType::object) {
             const JsonMember* before = nullptr;
             for (const JsonMember& member : value.object()) {
                 if (!isReadable(member.name) ||
                     (before != nullptr && before->name >= member.name)) {
-                    fault = "a key is out of order, or holds a control byte";
+                    fault = "a key is out of order or has a control byte";
                 }
                 before = &member;
             }
@@ -149,48 +149,48 @@ std::string tryAccepted(const std::string& text, const Reading& whole)
     return fault;
 }
 
-std::string tryRefused(const std::string& text, const Reading& whole)
+std::string checkRefused(const std::string& text, const Reading& whole)
 {
     if (whole.position > text.size()) {
-        return "the position is behind the end";
+        return "the position is past the end";
     }
     const std::size_t position = whole.position;
     if (text.find('\0') < position) {
-        return "the position is behind a NUL byte";
+        return "the position is after a NUL byte";
     }
     if (!fits(whole.code, text, position)) {
         return "the byte at the position does not fit the code";
     }
-    // What a number is depends on the bytes behind its first one, and at the end there is no byte
-    // to keep.
+    // Whether it is a number depends on the bytes after the first one, and at the end there is no
+    // byte to keep.
     if (position == 0 || position == text.size() || whole.code == JsonCode::badNumber) {
         return "";
     }
     const Reading cut = read(text.substr(0, position + 1) + "}");
     if (cut.code != whole.code || cut.position != position) {
-        return "the failure depends on what stands behind its byte";
+        return "the failure depends on what follows its byte";
     }
     return "";
 }
 
-/// The text with a blank behind its first brace is the same document, one byte on.
-std::string tryWithBlank(const std::string& text, const Reading& whole)
+/// The text with a space after its first brace is the same document, one byte longer.
+std::string checkWithSpace(const std::string& text, const Reading& whole)
 {
-    const Reading blank = read("{ " + text.substr(1));
-    if (blank.code != whole.code) {
-        return "a blank behind the first brace changes the code";
+    const Reading spaced = read("{ " + text.substr(1));
+    if (spaced.code != whole.code) {
+        return "a space after the first brace changes the code";
     }
     if (whole.code == JsonCode::ok) {
-        return alike(blank.tree, whole.tree) ? ""
-                                             : "a blank behind the first brace adds to the tree";
+        return alike(spaced.tree, whole.tree) ? ""
+                                              : "a space after the first brace adds to the tree";
     }
-    return blank.position == (whole.position == 0 ? 0 : whole.position + 1)
+    return spaced.position == (whole.position == 0 ? 0 : whole.position + 1)
                ? ""
-               : "a blank behind the first brace moves the position wrongly";
+               : "a space after the first brace moves the position wrongly";
 }
 
-/// The text as a value in another document is read as it is alone.
-std::string tryInside(const std::string& text, const Reading& whole)
+/// The text as a value in another document is parsed as it is alone.
+std::string checkInside(const std::string& text, const Reading& whole)
 {
     const std::string before = "{\"outer\":";
     const Reading outer = read(before + text + "}");
@@ -209,7 +209,7 @@ std::string tryInside(const std::string& text, const Reading& whole)
 
 }  // namespace
 
-std::string tryParse(const std::string& bytes)
+std::string checkParse(const std::string& bytes)
 {
     JsonObject before;
     before["kept on failure"].name = "kept on failure";
@@ -219,16 +219,16 @@ std::string tryParse(const std::string& bytes)
         return accepted ? "the destination's earlier members are still there"
                         : "the destination was changed on failure";
     }
-    std::string fault = accepted ? tryAccepted(bytes, whole) : tryRefused(bytes, whole);
+    std::string fault = accepted ? checkAccepted(bytes, whole) : checkRefused(bytes, whole);
     if (fault.empty() && bytes.starts_with('{')) {
-        fault = tryWithBlank(bytes, whole);
+        fault = checkWithSpace(bytes, whole);
     }
-    // Where the end of the text is what it failed at, or what it ended at too early, there is no
-    // end in another document.
+    // A failure at the end of the text, or at an end that came too early, has no counterpart inside
+    // another document.
     if (fault.empty() && bytes.size() >= 2 && bytes.starts_with('{') && bytes.ends_with('}') &&
         bytes.find('\0') == std::string::npos && whole.code != JsonCode::textBehindObject &&
         (accepted || whole.position < bytes.size())) {
-        fault = tryInside(bytes, whole);
+        fault = checkInside(bytes, whole);
     }
     return fault;
 }

@@ -14,8 +14,8 @@
 
 namespace {
 
-/// The text with blanks for what its strings hold, so that what is left is layout, words and
-/// numbers, each in its place.
+/// The text with spaces for the contents of its strings, so that layout, literals and numbers are
+/// left, each in its place.
 std::string withoutStrings(std::string text)
 {
     bool inside = false;
@@ -37,24 +37,24 @@ std::string indented(const std::string& compact)
 {
     const std::string outside = withoutStrings(compact);
     std::string text;
-    std::size_t blanks = 2;
-    const auto newLine = [&] { text += '\n' + std::string(blanks, ' '); };
+    std::size_t indentation = 2;
+    const auto newLine = [&] { text += '\n' + std::string(indentation, ' '); };
     for (std::size_t place = 0; place < compact.size(); ++place) {
         const char byte = outside[place];
         if (outside.compare(place, 2, "{}") == 0 || outside.compare(place, 2, "[]") == 0) {
             text += compact.substr(place++, 2);
         } else if (byte == '{' || byte == '[') {
             text += byte;
-            blanks += 2;
+            indentation += 2;
             newLine();
         } else if (byte == '}' || byte == ']') {
-            blanks -= 2;
+            indentation -= 2;
             newLine();
             text += byte;
         } else if (byte == ',') {
             text += byte;
             newLine();
-            ++place;  // the blank behind it
+            ++place;  // the space after it
         } else {
             text += compact[place];
         }
@@ -62,7 +62,7 @@ std::string indented(const std::string& compact)
     return text;
 }
 
-/// Where "nan" is written, without a sign; npos where it is not.
+/// The position of a "nan" without a sign; npos if there is none.
 std::size_t placeOfNan(const std::string& text)
 {
     const std::string outside = withoutStrings(text);
@@ -83,9 +83,9 @@ bool hasNan(JsonObject tree)
     return found;
 }
 
-/// What the written tree is when it is read again. A number that is whole and has up to 34 digits
-/// is written like an integer, so it becomes one, within the bounds of an integer.
-JsonObject asReadAgain(JsonObject tree)
+/// The written tree when it is parsed again. A double that is whole and has up to 34 digits is
+/// written like an integer, so it becomes one, within the bounds of an integer.
+JsonObject afterRoundTrip(JsonObject tree)
 {
     constexpr double lastWithoutExponent = 1e34;  // as a double it is a little less than that
     constexpr double firstTooLarge = 0x1p63;
@@ -118,12 +118,12 @@ bool hasOddByte(const std::string& text, std::uint64_t level)
     return false;
 }
 
-/// Writes the tree, and reads and writes it again.
-std::string tryLevel(const JsonObject& tree, std::uint64_t level)
+/// Writes the tree, and parses and writes it again.
+std::string checkLevel(const JsonObject& tree, std::uint64_t level)
 {
     const std::string text = JsonWriter::writeObject(tree, level);
     if (text.front() != '{' || text.back() != '}' || hasOddByte(text, level)) {
-        return "the text is not what a writer leaves";
+        return "the text is not an object, or has a stray control byte";
     }
     if (JsonWriter::writeObject(JsonObject(tree), level) != text) {
         return "a copy of the tree is written differently";
@@ -137,26 +137,26 @@ std::string tryLevel(const JsonObject& tree, std::uint64_t level)
     }
     if (nan != std::string::npos) {
         return code == JsonCode::badNull && position == nan ? ""
-                                                            : "\"nan\" is not where reading stops";
+                                                            : "parsing does not stop at \"nan\"";
     }
     if (code != JsonCode::ok) {
-        return "the text cannot be read again";
+        return "the text cannot be parsed again";
     }
-    if (!alike(again, asReadAgain(tree))) {
-        return "the text is read as another tree";
+    if (!alike(again, afterRoundTrip(tree))) {
+        return "the text is parsed as another tree";
     }
     const std::string second = JsonWriter::writeObject(again, level);
     JsonObject third;
     if (JsonParser::parse(third, second, position) != JsonCode::ok || !alike(third, again) ||
         JsonWriter::writeObject(third, level) != second) {
-        return "the text does not stay as it is from the second time on";
+        return "the text changes in the second round trip";
     }
     return "";
 }
 
 }  // namespace
 
-std::string tryRewrite(const std::string& bytes)
+std::string checkRewrite(const std::string& bytes)
 {
     // An indented text grows with the square of the depth: to some 100 MB at 6,000 levels.
     constexpr std::size_t deepestIndented = 500;
@@ -167,13 +167,13 @@ std::string tryRewrite(const std::string& bytes)
     if (JsonParser::parse(tree, trimmed, position) != JsonCode::ok) {
         return "";
     }
-    if (std::string fault = tryLevel(tree, 0); !fault.empty()) {
+    if (std::string fault = checkLevel(tree, 0); !fault.empty()) {
         return "level 0: " + fault;
     }
     if (depthOf(tree) > deepestIndented) {
         return "";
     }
-    if (std::string fault = tryLevel(tree, 2); !fault.empty()) {
+    if (std::string fault = checkLevel(tree, 2); !fault.empty()) {
         return "level 2: " + fault;
     }
     return indented(JsonWriter::writeObject(tree, 0)) == JsonWriter::writeObject(tree, 2)

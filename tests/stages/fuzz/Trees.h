@@ -7,16 +7,16 @@
 
 #include "json/JsonValue.h"
 
-// What the oracles ask about a tree, and the product does not offer.
+// What the oracles need of a tree, and the product does not offer.
 
-/// Whether both hold the same. Numbers are alike bit by bit, which tells -0.0 from 0.0; of those
-/// that are none only the sign counts.
+/// Whether both are the same. Doubles are compared bit by bit, so that -0.0 differs from 0.0; of
+/// NaNs only the sign counts.
 bool alike(const JsonObject& left, const JsonObject& right);
 
-/// How many objects and arrays stand inside each other, the outermost one among them.
+/// How deep objects and arrays are nested; 1 for an object without any.
 std::size_t depthOf(const JsonObject& object);
 
-/// Calls the function with each value in the tree, those inside others too.
+/// Calls the function with each value in the tree, at any depth.
 template <typename Function>
 void forEachValue(JsonValue& value, const Function& function)
 {

@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 #include <vector>
 
 #include "app/ConfigUpdate.h"
-#include "app/ExitStatus.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/stages/fuzz/Oracles.h"
 #include "json/JsonParser.h"
@@ -20,78 +20,59 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
 const std::string temporary = path + ".filsec";
-const std::string leftOverText = "left over";
+const std::string leftoverText = "left over";
 
-/// What stands where the temporary file is to be, and whether the folder can be written.
-enum class Beside : unsigned {
-    nothing,
-    leftOver,
-    directory,
-    fullDevice,     ///< takes no byte
-    locked,         ///< nothing, and no file can be made
-    lockedLeftOver  ///< a left-over file that cannot be renamed
+/// What has the temporary name, and whether the directory is writable.
+enum class Leftover : unsigned {
+    none,
+    file,
+    subdirectory,
+    fullDevice,            ///< takes no byte
+    lockedDirectory,       ///< nothing, and no file can be made
+    fileInLockedDirectory  ///< it can be written, but not renamed
 };
+constexpr unsigned leftovers = 6;
 
 struct Choice {
-    ModeSources sources;
+    expected::Deciders deciders;
     bool query;
-    Beside beside;
+    Leftover leftover;
 };
+
+constexpr unsigned switchModes = 3;
 
 Choice choiceOf(unsigned char first, unsigned char second)
 {
-    return {{.parameter = first % 4 - 1,
-             .overrideFile = first / 4 % 3 - 1,
-             .hardware = first / 12 % 3 - 1},
+    const std::size_t parameters = expected::parameters.size();
+    const std::size_t markers = expected::markerFiles.size() + 1;
+    const std::size_t marker = first / parameters % markers;
+    return {{.parameter = expected::parameters[first % parameters].value,
+             .markerFile = marker == 0 ? -1 : expected::markerFiles[marker - 1].mode,
+             .hardware = static_cast<int>(first / parameters / markers % switchModes) - 1},
             second % 2 == 1,
-            static_cast<Beside>(second / 2 % 6)};
+            static_cast<Leftover>(second / 2 % leftovers)};
 }
 
-/// All that an update leaves behind.
+/// All that an update leaves.
 struct Outcome {
     int status = -1;
     std::string error;
     std::string info;
     std::string report;
-    std::string file;       ///< what the configuration file holds
-    std::string temporary;  ///< what the temporary file holds, or what it is
+    std::string file;       ///< the bytes of the configuration file
+    std::string temporary;  ///< those of the temporary file, or what else has that name
 
     bool operator==(const Outcome&) const = default;
 };
 
-std::string nameOr(const std::string& none, int mode)
-{
-    return mode < 0 ? none : mode == 0 ? "Decoder" : "Encoder";
-}
-
-int decided(const ModeSources& sources, int configured)
-{
-    const std::array<int, 3> byParameter = {0, 1, 1 - configured};
-    if (sources.parameter >= 0) {
-        return byParameter[static_cast<std::size_t>(sources.parameter)];
-    }
-    return sources.overrideFile >= 0 ? sources.overrideFile : sources.hardware;
-}
-
-std::string reportOf(const ModeSources& sources, int configured, int decision)
-{
-    const std::string parameter = sources.parameter == 2
-                                      ? "Flipped to " + nameOr("", 1 - configured)
-                                      : nameOr("None", sources.parameter);
-    return "Hardware switch: " + nameOr("Could not be determined", sources.hardware) +
-           "\nConfig file    : " + nameOr("", configured) + "\nOverride parm  : " + parameter +
-           "\nOverride file  : " + nameOr("None", sources.overrideFile) +
-           "\nNew setting    : " + nameOr("Not specified", decision) + "\n";
-}
-
 std::string trimmed(const std::string& text)
 {
-    const auto shows = [](char byte) { return static_cast<unsigned char>(byte) > 32; };
-    const auto begin = std::find_if(text.begin(), text.end(), shows);
-    const auto end = std::find_if(text.rbegin(), text.rend(), shows).base();
+    const auto stays = [](char byte) { return static_cast<unsigned char>(byte) > 32; };
+    const auto begin = std::find_if(text.begin(), text.end(), stays);
+    const auto end = std::find_if(text.rbegin(), text.rend(), stays).base();
     return begin < end ? std::string(begin, end) : "";
 }
 
@@ -101,128 +82,122 @@ JsonValue* memberIn(JsonObject& object, const std::string& key)
     return found == nullptr ? nullptr : &found->value;
 }
 
-/// What a left-over of this kind looks like while nothing is written.
-std::string appearance(Beside beside)
-{
-    switch (beside) {
-    case Beside::leftOver:
-    case Beside::lockedLeftOver:
-        return leftOverText;
-    case Beside::directory:
-        return "(directory)";
-    case Beside::fullDevice:
-        return "(link to /dev/full)";
-    default:
-        return "(nothing)";
-    }
-}
-
-/// What is to be left by writing this text.
-void foretellWriting(Outcome& outcome, const std::string& text, int mode, Beside beside)
-{
-    switch (beside) {
-    case Beside::directory:
-    case Beside::locked:
-        outcome.status = exitNotOpened;
-        outcome.error = "Cannot open Json file for writing, code -1\n";
-        return;
-    case Beside::fullDevice:
-        outcome.status = exitNotWritten;
-        outcome.error = "Cannot write Json file, code 1\n";
-        return;
-    case Beside::lockedLeftOver:
-        outcome.status = exitNotWritten;
-        outcome.error = "Cannot write Json file, code -3\n";
-        outcome.temporary = text;
-        return;
-    default:
-        outcome.status = mode;
-        outcome.info = "Config file successfully updated to " + nameOr("", mode) + " mode\n";
-        outcome.file = text;
-        outcome.temporary = appearance(Beside::nothing);
-    }
-}
-
-Outcome foretold(const std::string& text, const Choice& choice)
+/// The file for the reference. What the text means is left to json/, which has oracles of its own.
+expected::Configuration configurationOf(const std::string& text)
 {
     constexpr std::size_t sizeLimit = 10'000;
-    Outcome outcome;
-    outcome.file = text;
-    outcome.temporary = appearance(choice.beside);
+    expected::Configuration configuration{.text = text};
     if (text.size() > sizeLimit) {
-        outcome.status = exitUnreadable;
-        outcome.error = "Cannot read Json config file '" + path + "'\n";
-        return outcome;
+        configuration.refusal = expected::unreadable(path);
+        return configuration;
     }
     JsonObject root;
     std::uint64_t position = 0;
     const JsonCode code = JsonParser::parse(root, trimmed(text), position);
     if (code != JsonCode::ok) {
-        outcome.status = exitSyntaxError;
-        outcome.error = "Cannot decode Json at position " + std::to_string(position) + ", code " +
-                        std::to_string(static_cast<int>(code)) + "\n";
-        return outcome;
+        configuration.refusal = expected::syntaxError(position, static_cast<int>(code));
+        return configuration;
     }
     JsonValue* const app = memberIn(root, "App");
     JsonValue* const flag = app != nullptr && app->type() == JsonType::object
                                 ? memberIn(app->object(), "isEncoder")
                                 : nullptr;
     if (flag == nullptr) {
-        outcome.status = exitFlagMissing;
-        outcome.error = "App/isEncoder parameter not found in Json text\n";
-        return outcome;
-    }
-    if (flag->type() != JsonType::boolean) {
-        outcome.status = exitFlagNotBoolean;
-        outcome.error = "App/isEncoder parameter is not a boolean\n";
-        return outcome;
-    }
-    const int configured = flag->boolean() ? 1 : 0;
-    const int decision = decided(choice.sources, configured);
-    outcome.report = reportOf(choice.sources, configured, decision);
-    if (choice.query) {
-        outcome.status = exitQueried;
-    } else if (decision < 0) {
-        outcome.status = exitNothingDecides;
-        outcome.error = "No hardware or user setting known.\n";
-    } else if (decision == configured) {
-        outcome.status = decision;
-        outcome.info = "Config file update to " + nameOr("", decision) + " mode not needed.\n";
+        configuration.refusal = expected::flagMissing();
+    } else if (flag->type() != JsonType::boolean) {
+        configuration.refusal = expected::flagNotBoolean();
     } else {
-        flag->setBoolean(decision == 1);
-        foretellWriting(outcome, JsonWriter::writeObject(root, 2), decision, choice.beside);
+        configuration.mode = flag->boolean() ? 1 : 0;
+        flag->setBoolean(!flag->boolean());
+        configuration.rewritten = JsonWriter::writeObject(root, 2);
+    }
+    return configuration;
+}
+
+std::optional<expected::Failure> failureOf(Leftover leftover)
+{
+    switch (leftover) {
+    case Leftover::subdirectory:
+    case Leftover::lockedDirectory:
+        return expected::notOpened();
+    case Leftover::fullDevice:
+        return expected::notWritten(1);
+    case Leftover::fileInLockedDirectory:
+        return expected::notWritten(-3);
+    default:
+        return {};
+    }
+}
+
+/// The leftover while nothing is written.
+std::string appearanceOf(Leftover leftover)
+{
+    switch (leftover) {
+    case Leftover::file:
+    case Leftover::fileInLockedDirectory:
+        return leftoverText;
+    case Leftover::subdirectory:
+        return "(directory)";
+    case Leftover::fullDevice:
+        return "(link to /dev/full)";
+    default:
+        return "(nothing)";
+    }
+}
+
+std::string joined(const expected::Lines& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line;
+    }
+    return text;
+}
+
+Outcome expectedOutcome(const std::string& text, const Choice& choice)
+{
+    const expected::Configuration configuration = configurationOf(text);
+    const std::optional<expected::Failure> failure = failureOf(choice.leftover);
+    const expected::Update update =
+        expected::update(choice.deciders, choice.query, configuration, failure);
+    Outcome outcome{update.status,         joined(update.error), joined(update.info),
+                    joined(update.report), update.configuration, appearanceOf(choice.leftover)};
+    if (update.writes && !failure) {
+        outcome.temporary = appearanceOf(Leftover::none);
+    } else if (update.writes && choice.leftover == Leftover::fileInLockedDirectory) {
+        outcome.temporary = configuration.rewritten;
     }
     return outcome;
 }
 
-void arrange(const std::string& text, Beside beside)
+void arrange(const std::string& text, Leftover leftover)
 {
-    chmod(folder.c_str(), 0755);
-    emptyFolder(folder);
+    chmod(directory.c_str(), 0755);
+    emptyFolder(directory);
     writeFile(path, text);
-    switch (beside) {
-    case Beside::leftOver:
-        writeFile(temporary, leftOverText);
+    switch (leftover) {
+    case Leftover::file:
+        writeFile(temporary, leftoverText);
         break;
-    case Beside::directory:
+    case Leftover::subdirectory:
         fs::create_directory(temporary);
         break;
-    case Beside::fullDevice:
+    case Leftover::fullDevice:
         fs::create_symlink("/dev/full", temporary);
         break;
-    case Beside::locked:
-        chmod(folder.c_str(), 0555);
+    case Leftover::lockedDirectory:
+        chmod(directory.c_str(), 0555);
         break;
-    case Beside::lockedLeftOver:
-        writeFile(temporary, leftOverText);
-        chmod(folder.c_str(), 0555);
+    case Leftover::fileInLockedDirectory:
+        writeFile(temporary, leftoverText);
+        chmod(directory.c_str(), 0555);
         break;
     default:
         break;
     }
 }
 
-std::string lookOf(const std::string& name)
+std::string lookAt(const std::string& name)
 {
     const fs::file_status status = fs::symlink_status(name);
     switch (status.type()) {
@@ -237,9 +212,9 @@ std::string lookOf(const std::string& name)
     }
 }
 
-std::vector<std::string> namesToBe(const Outcome& outcome)
+std::vector<std::string> expectedNames(const Outcome& outcome)
 {
-    if (outcome.temporary == appearance(Beside::nothing)) {
+    if (outcome.temporary == appearanceOf(Leftover::none)) {
         return {"config.json"};
     }
     return {"config.json", "config.json.filsec"};
@@ -247,7 +222,20 @@ std::vector<std::string> namesToBe(const Outcome& outcome)
 
 }  // namespace
 
-std::string tryUpdate(const std::string& bytes)
+std::vector<std::string> updateChoices()
+{
+    const std::size_t firsts =
+        expected::parameters.size() * (expected::markerFiles.size() + 1) * switchModes;
+    std::vector<std::string> choices;
+    for (std::size_t first = 0; first < firsts; ++first) {
+        for (std::size_t second = 0; second < 2 * std::size_t{leftovers}; ++second) {
+            choices.push_back({static_cast<char>(first), static_cast<char>(second)});
+        }
+    }
+    return choices;
+}
+
+std::string checkUpdate(const std::string& bytes)
 {
     if (bytes.size() < 2) {
         return "";
@@ -255,22 +243,23 @@ std::string tryUpdate(const std::string& bytes)
     const Choice choice =
         choiceOf(static_cast<unsigned char>(bytes[0]), static_cast<unsigned char>(bytes[1]));
     const std::string text = bytes.substr(2);
-    const Outcome expected = foretold(text, choice);
-    arrange(text, choice.beside);
+    const Outcome expectedOutcome = ::expectedOutcome(text, choice);
+    arrange(text, choice.leftover);
 
     std::ostringstream error;
     std::ostringstream info;
     std::ostringstream report;
+    const ModeSources sources{choice.deciders.parameter, choice.deciders.markerFile,
+                              choice.deciders.hardware};
     Outcome outcome;
-    outcome.status =
-        updateConfig(path, choice.sources, choice.query, OutputStreams{error, info, report});
+    outcome.status = updateConfig(path, sources, choice.query, OutputStreams{error, info, report});
     outcome.error = error.str();
     outcome.info = info.str();
     outcome.report = report.str();
-    outcome.file = lookOf(path);
-    outcome.temporary = lookOf(temporary);
+    outcome.file = lookAt(path);
+    outcome.temporary = lookAt(temporary);
 
-    if (outcome == expected && namesIn(folder) == namesToBe(expected)) {
+    if (outcome == expectedOutcome && namesIn(directory) == expectedNames(expectedOutcome)) {
         return "";
     }
     const auto shown = [](const Outcome& what) {
@@ -278,5 +267,5 @@ std::string tryUpdate(const std::string& bytes)
                "file: " + what.file.substr(0, 1000) +
                "\ntemporary file: " + what.temporary.substr(0, 1000) + "\n";
     };
-    return "the update ended with " + shown(outcome) + "instead of " + shown(expected);
+    return "the update ended with " + shown(outcome) + "instead of " + shown(expectedOutcome);
 }

@@ -10,7 +10,7 @@
 #include "tests/appliance/PrivateRoot.h"
 #include "tests/stages/fuzz/Oracles.h"
 
-// The entry points that libFuzzer calls. ORACLE is the build's: the function that this one tries.
+// The entry points that libFuzzer calls. The build defines ORACLE, the function of the fuzz target.
 
 extern "C" int LLVMFuzzerInitialize(const int* /*argc*/, char*** argv)
 {

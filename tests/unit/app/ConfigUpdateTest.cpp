@@ -477,7 +477,8 @@ TEST_F(ConfigUpdate, RewritesTheWholeDocumentInTheLayoutOfTheApplication)
     "f": []
   })"},
         {"values with more than one spelling",
-         R"({"App":{"isEncoder":false,"n":[0x1A,010,+5,1e3,0.1,-0.0,],"s":"\b\f\\\""},"z":,"z":{"k":{}}})",
+         R"({"App":{"isEncoder":false,"n":[0x1A,)"
+         R"(010,+5,1e3,0.1,-0.0,],"s":"\b\f\\\""},"z":,"z":{"k":{}}})",
          R"({
     "App": {
       "isEncoder": true,
@@ -496,7 +497,8 @@ TEST_F(ConfigUpdate, RewritesTheWholeDocumentInTheLayoutOfTheApplication)
     }
   })"},
         {"other flags of the same name",
-         R"({"App":{"isEncoder":false,"sub":{"isEncoder":false}},"isEncoder":false,"Zap":{"isEncoder":false}})",
+         R"({"App":{"isEncoder":false,"sub":{"isEncoder":false}},)"
+         R"("isEncoder":false,"Zap":{"isEncoder":false}})",
          R"({
     "App": {
       "isEncoder": true,
