@@ -179,10 +179,10 @@ int main(int argc, char** argv)
 {
     // The document is read before the root changes.
     const Options options = readOptions(std::vector<std::string>(argv + 1, argv + argc));
-    executableFolder();
+    executableDirectory();
     enterPrivateRoot(argv);
     Appliance appliance;
-    const std::string config = std::string(Appliance::folder) + "/config.json";
+    const std::string config = std::string(Appliance::directory) + "/config.json";
     for (int turn = 0; turn < options.times; ++turn) {
         for (std::size_t command = 0; command < options.commands.size(); ++command) {
             // A run leaves the line's plain files a little different from the kernel's.

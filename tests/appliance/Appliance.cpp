@@ -24,7 +24,7 @@ namespace {
 
 constexpr unsigned timeLimitSeconds = 60;
 
-/// A nameless file that takes an output of the program.
+/// An unnamed file that receives an output of the program.
 class Capture {
 public:
     Capture() : fd(memfd_create("capture", MFD_CLOEXEC)) {}
@@ -32,7 +32,7 @@ public:
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    /// In the new process: makes the file its descriptor of this number.
+    /// To be called in the new process: makes the file its descriptor of this number.
     void become(int descriptor) const { dup2(fd, descriptor); }
 
     [[nodiscard]] std::string text() const
@@ -44,8 +44,8 @@ private:
     int fd;
 };
 
-/// The words of an emulator for the program's processor, where the tests were built for another
-/// one than the machine's. The last of them takes argv[0] and then the program.
+/// The command of an emulator, if the tests were built for another processor. Its last word is an
+/// option that takes argv[0]; the program follows.
 std::vector<std::string> emulatorWords()
 {
     std::vector<std::string> words;
@@ -61,7 +61,7 @@ std::vector<std::string> emulatorWords()
 [[noreturn]] void becomeProgramUnderTest(const std::vector<std::string>& arguments,
                                          const RunOptions& options)
 {
-    const std::string program = std::string(executableFolder()) + "/switch-querier";
+    const std::string program = std::string(executableDirectory()) + "/switch-querier";
     std::vector<std::string> words = options.wrapper;
     std::string first = program;
     if (!words.empty()) {
@@ -81,31 +81,31 @@ std::vector<std::string> emulatorWords()
     becomeProgram(first, words);
 }
 
-/// The line's files appear all at once, as the kernel makes them.
+/// Creates the files of the line all at once, as the kernel does.
 void makeLine(const std::string& value)
 {
     const std::string unfinished = "/sys/class/unfinished";
     fs::create_directories(unfinished);
     writeFile(unfinished + "/direction", "in\n");
     writeFile(unfinished + "/value", value);
-    fs::create_directories(Appliance::gpioFolder);
-    fs::rename(unfinished, std::string(Appliance::gpioFolder) + "/gpio17");
+    fs::create_directories(Appliance::gpioDirectory);
+    fs::rename(unfinished, std::string(Appliance::gpioDirectory) + "/gpio17");
 }
 
-/// A test may have closed the line's folder to listing.
+/// A test may have made the directory of the line unreadable.
 void removeSwitch()
 {
     std::error_code none;
-    fs::permissions(std::string(Appliance::gpioFolder) + "/gpio17", fs::perms::owner_all, none);
-    fs::remove_all(Appliance::gpioFolder);
+    fs::permissions(std::string(Appliance::gpioDirectory) + "/gpio17", fs::perms::owner_all, none);
+    fs::remove_all(Appliance::gpioDirectory);
 }
 
 }  // namespace
 
 Appliance::Appliance()
 {
-    emptyFolder("/config");
-    emptyFolder(folder);
+    emptyDirectory("/config");
+    emptyDirectory(directory);
     setSwitch(Switch::notThere);
 }
 
@@ -132,8 +132,8 @@ void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
 {
     exporter = {};
     removeSwitch();
-    fs::create_directories(gpioFolder);
-    const std::string exportFile = std::string(gpioFolder) + "/export";
+    fs::create_directories(gpioDirectory);
+    const std::string exportFile = std::string(gpioDirectory) + "/export";
     writeFile(exportFile, "");
     exporter = std::jthread([=](const std::stop_token& stop) {
         while (readFile(exportFile) != "17") {

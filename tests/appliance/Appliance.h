@@ -11,60 +11,61 @@
 
 #include "tests/appliance/SystemLog.h"
 
-/// The hardware switch, as plain files that imitate the kernel's.
+/// The state of the hardware switch, made of plain files that imitate the kernel's.
 enum class Switch {
-    low,         ///< line 17 exported, at level 0: selects Encoder
-    high,        ///< at level 1: selects Decoder
-    notThere,    ///< no GPIO files at all, so that the line cannot be initialised
-    unreadable,  ///< exported, but its value file holds a byte too few
+    low,         ///< line 17 exported, at level 0: selects encoder
+    high,        ///< line 17 exported, at level 1: selects decoder
+    notThere,    ///< no GPIO files at all: the line cannot be initialised
+    unreadable,  ///< line 17 exported, but its value file is one byte short
 };
 
-/// What one run of the program left behind.
+/// The result of one run of the program.
 struct RunResult {
-    int status = -1;  ///< -1 where a signal ended it
+    int status = -1;  ///< -1 if a signal ended it
     int signal = 0;
     std::string out;
     std::string err;
     std::vector<LogRecord> log;
 };
 
-/// How to run the program, where it is not as usual.
+/// How to run the program, if not in the default way.
 struct RunOptions {
     /// argv[0].
     std::string name = "switch-querier";
 
-    /// What the new process does before it becomes the program.
+    /// Called in the new process before it becomes the program.
     std::function<void()> prepare;
 
-    /// Words to put before the program, of a tracer say.
+    /// Words to put before the program, such as those of a tracer.
     std::vector<std::string> wrapper;
 };
 
 /// An appliance of plain files in the private root (see enterPrivateRoot), and the program in it.
-/// There can be one at a time; making one clears what the one before left.
+/// Only one can exist at a time; construction clears the files of the previous one.
 class Appliance {
 public:
     Appliance();
 
     void setSwitch(Switch state);
 
-    /// The line's files do not exist yet: they appear, at level 0 or 1, this long after "17" has
-    /// been written to the export file.
+    /// Leaves the line without files until the program exports it: they appear, at level 0 or 1,
+    /// this long after "17" is written to the export file.
     void setSwitchOnExport(int level, std::chrono::milliseconds delay);
 
-    /// Makes a marker file; "DECODER" or "ENCODER".
+    /// Creates a marker file, "DECODER" or "ENCODER".
     void setMarker(const std::string& name);
 
-    /// Runs the program to its end, or kills it by SIGALRM after a minute.
+    /// Runs the program to its end. SIGALRM ends it after a minute.
     RunResult run(const std::vector<std::string>& arguments, const RunOptions& options = {});
 
-    /// Where configuration files stand.
-    static constexpr char folder[] = "/appliance";
-    static constexpr char gpioFolder[] = "/sys/class/gpio";
+    /// The directory of the configuration files.
+    static constexpr char directory[] = "/appliance";
+    static constexpr char gpioDirectory[] = "/sys/class/gpio";
 
     SystemLog systemLog;
 
 private:
-    /// Makes the line's files after the export; stops when the appliance goes or is set anew.
+    /// Creates the files of the line after the export. Stops when the switch is set again or the
+    /// appliance is destroyed.
     std::jthread exporter;
 };

@@ -6,6 +6,6 @@
 #include <string>
 #include <vector>
 
-/// Makes this process the program, with these words as its arguments, the first of them its name.
-/// Looks the program up in PATH unless it holds a slash. Exits with 99 when that fails.
+/// Replaces this process by the program, as execvp(3) does, with these words as argv. Exits with 99
+/// on failure.
 [[noreturn]] void becomeProgram(const std::string& program, std::vector<std::string> words);

@@ -14,13 +14,13 @@ namespace fs = std::filesystem;
 
 std::string readFile(const std::string& path)
 {
-    // A fault in the program may have left a link to an endless device here.
+    // A faulty program may have left a link to an endless device here.
     constexpr std::size_t limitBytes = std::size_t{64} << 20U;
     std::ifstream file(path, std::ios::binary);
     if (!file.is_open()) {
         return "(missing)";
     }
-    // In blocks, for an emulated processor takes a minute for 48 MB byte by byte.
+    // In blocks: an emulated processor takes a minute to read 48 MB byte by byte.
     std::string text;
     std::array<char, 65'536> block{};
     while (text.size() < limitBytes && file.good()) {
@@ -40,21 +40,21 @@ void writeFile(const std::string& path, const std::string& text)
     }
 }
 
-std::vector<std::string> namesIn(const std::string& folder)
+std::vector<std::string> namesIn(const std::string& directory)
 {
     std::vector<std::string> names;
     std::error_code none;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, none)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory, none)) {
         names.push_back(entry.path().filename());
     }
     std::ranges::sort(names);
     return names;
 }
 
-void emptyFolder(const std::string& folder)
+void emptyDirectory(const std::string& directory)
 {
-    fs::create_directories(folder);
-    for (const std::string& name : namesIn(folder)) {
-        fs::remove_all(fs::path(folder) / name);
+    fs::create_directories(directory);
+    for (const std::string& name : namesIn(directory)) {
+        fs::remove_all(fs::path(directory) / name);
     }
 }

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-/// The bytes of the file, 64 MiB of them at most; "(missing)" where it cannot be opened.
+/// Returns the contents of the file, at most 64 MiB; "(missing)" if it cannot be opened.
 std::string readFile(const std::string& path);
 
-/// Makes the file hold exactly this text.
+/// Creates or truncates the file and writes this text to it.
 void writeFile(const std::string& path, const std::string& text);
 
-/// The names in the folder, sorted; none where there is no such folder.
-std::vector<std::string> namesIn(const std::string& folder);
+/// Returns the names in the directory, sorted; none if there is no such directory.
+std::vector<std::string> namesIn(const std::string& directory);
 
-/// Makes the folder exist and be empty.
-void emptyFolder(const std::string& folder);
+/// Creates the directory or removes everything in it.
+void emptyDirectory(const std::string& directory);

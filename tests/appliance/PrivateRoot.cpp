@@ -28,11 +28,12 @@ namespace {
 
 constexpr int cannotTest = 99;
 
-/// Set for the executable that runs under proot, so that it knows where it is.
+/// Set for the executable that runs under proot, so that it does not start proot again.
 constexpr char insideProot[] = "SWITCH_QUERIER_INSIDE_PROOT";
 
 const fs::path root = "/mnt";
-const std::vector<fs::path> newFolders = {"config", "sys/class/gpio", "dev", "tmp", "appliance"};
+const std::vector<fs::path> newDirectories = {"config", "sys/class/gpio", "dev", "tmp",
+                                              "appliance"};
 const std::vector<fs::path> devices = {"dev/null", "dev/zero", "dev/full", "dev/urandom"};
 
 [[noreturn]] void giveUp(const std::string& what)
@@ -62,8 +63,8 @@ bool enterNamespaces()
         writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
         writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
     }
-    // Nothing mounted from here on may show outside. In a chroot "/" is no mount point and the call
-    // fails, but there the mount below is a private one all the same.
+    // No later mount may be visible outside. In a chroot "/" is not a mount point and the call
+    // fails, but the mount below is private even so.
     mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
     return mount("tmpfs", root.c_str(), "tmpfs", 0, "mode=0755") == 0;
 }
@@ -84,7 +85,7 @@ void bind(const fs::path& path)
 
 void bindMachine()
 {
-    // Under qemu-user with -L, "/" by its own name is the folder of the other processor's libraries.
+    // Under qemu-user with -L, the name "/" leads to the libraries of the emulated processor.
     for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/root")) {
         const std::string name = entry.path().filename();
         if (entry.is_symlink() && (name == "bin" || name == "sbin" || name.starts_with("lib"))) {
@@ -114,7 +115,8 @@ void dropPermissionOverride()
     }
 }
 
-/// Runs the executable anew, seeing a folder tree in place of the fixed paths; exits as it does.
+/// Runs the executable again under proot, with a directory tree in place of the fixed paths, and
+/// exits with its status.
 [[noreturn]] void runUnderProot(char** argv)
 {
     std::string pattern = "/tmp/private-root-XXXXXX";
@@ -123,15 +125,15 @@ void dropPermissionOverride()
     }
     const fs::path tree = pattern;
     std::vector<std::string> command = {"proot"};
-    for (const fs::path& folder : newFolders) {
-        fs::create_directories(tree / folder);
-        const fs::path top = *folder.begin();
+    for (const fs::path& directory : newDirectories) {
+        fs::create_directories(tree / directory);
+        const fs::path top = *directory.begin();
         command.insert(command.end(), {"-b", (tree / top).string() + ":/" + top.string()});
     }
     for (const fs::path& device : devices) {
         command.insert(command.end(), {"-b", "/" + device.string()});
     }
-    command.insert(command.end(), {"-b", executableFolder(), "-w", "/appliance"});
+    command.insert(command.end(), {"-b", executableDirectory(), "-w", "/appliance"});
     const fs::path self = fs::read_symlink("/proc/self/exe");
     command.push_back(self);
     for (char** argument = argv + 1; *argument != nullptr; ++argument) {
@@ -156,28 +158,28 @@ void enterPrivateRoot(char** argv)
         dropPermissionOverride();
         return;
     }
-    // Asked for now: inside a chroot, /proc/self/exe shows the path from outside once the process
-    // has a mount namespace of its own.
-    executableFolder();
+    // Must be read now: inside a chroot, /proc/self/exe shows the outside path as soon as the
+    // process has its own mount namespace.
+    executableDirectory();
     if (std::getenv("SWITCH_QUERIER_PROOT") != nullptr || !enterNamespaces()) {
         runUnderProot(argv);
     }
-    for (const fs::path& folder : newFolders) {
-        fs::create_directories(root / folder);
+    for (const fs::path& directory : newDirectories) {
+        fs::create_directories(root / directory);
     }
     for (const fs::path& device : devices) {
         bind("/" / device);
     }
     bindMachine();
-    bind(executableFolder());
+    bind(executableDirectory());
     if (chroot(root.c_str()) != 0 || chdir("/appliance") != 0) {
         giveUp("chroot");
     }
     dropPermissionOverride();
 }
 
-const char* executableFolder()
+const char* executableDirectory()
 {
-    static const std::string folder = fs::read_symlink("/proc/self/exe").parent_path();
-    return folder.c_str();
+    static const std::string directory = fs::read_symlink("/proc/self/exe").parent_path();
+    return directory.c_str();
 }

@@ -3,21 +3,23 @@
 
 #pragma once
 
-/// Moves the calling process, which must have one thread, and the children that it makes from now
-/// on, into a root folder of their own. The program under test uses fixed paths; there they lead
-/// to plain folders that nobody else sees and that vanish with the process:
+/// Moves the calling process, which must have one thread, and its future children into a private
+/// root directory. The program under test uses fixed paths; there they lead to plain directories
+/// that no other process sees and that vanish with this one:
 ///
-///    /config /sys/class/gpio /dev /tmp /appliance     new and empty; the last is the current folder
+///    /config /sys/class/gpio /dev /tmp /appliance     new and empty
 ///    /usr /bin /lib … /etc /proc                      the machine's
-///    the folder of the running executable             at its own path
+///    the directory of the running executable          at its own path
 ///
-/// It is done with namespaces, as root or as an ordinary user; where they are refused, by running
-/// the executable anew under proot(1). Where that is missing too, it says so and exits with 99.
-/// SWITCH_QUERIER_PROOT=1 in the environment has it use proot in any case.
+/// The current directory becomes /appliance.
 ///
-/// The process gives up the right to override file permissions, so that a test finds a read-only
-/// file read-only also when it runs as root.
+/// This uses namespaces, as root or as an ordinary user. If they are refused, it runs the
+/// executable again under proot(1). If that is missing, it prints an error and exits with 99. The
+/// environment variable SWITCH_QUERIER_PROOT=1 selects proot in any case.
+///
+/// The process drops the capability to override file permissions, so that a read-only file is
+/// read-only even if the test runs as root.
 void enterPrivateRoot(char** argv);
 
-/// The folder of the running executable; the program under test stands in it.
-const char* executableFolder();
+/// Returns the directory of the running executable, which also holds the program under test.
+const char* executableDirectory();

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// What one call of syslog(3) left. The facility is left out: for one that is given as 0 some C
-/// libraries send LOG_USER and others LOG_KERN.
+/// One call of syslog(3), without the facility: if that is given as 0, some C libraries send
+/// LOG_USER and others LOG_KERN.
 struct LogRecord {
     int level;  ///< LOG_ERR, LOG_INFO, …
     std::string identity;
@@ -19,21 +19,21 @@ struct LogRecord {
 
 std::ostream& operator<<(std::ostream& out, const LogRecord& record);
 
-/// Stands in for the system log's daemon: the socket /dev/log, and what was sent to it. It must be
-/// drained between runs, since the kernel holds some ten records and then lets the sender wait.
+/// A substitute for the daemon of the system log: the socket /dev/log and the records sent to it.
+/// Drain it between runs: the kernel holds some ten records and then blocks the sender.
 class SystemLog {
 public:
-    /// Makes /dev/log, whatever stood there.
+    /// Creates /dev/log, replacing whatever was there.
     SystemLog();
     ~SystemLog();
 
     SystemLog(const SystemLog&) = delete;
     SystemLog& operator=(const SystemLog&) = delete;
 
-    /// Takes the records that have come so far, oldest first.
+    /// Removes and returns the records received so far, oldest first.
     std::vector<LogRecord> drain();
 
-    /// Stops listening; the socket's file stays, as a daemon that died leaves it.
+    /// Stops listening. The file of the socket stays, as after the death of a daemon.
     void die();
 
 private:

@@ -95,7 +95,7 @@ TEST_P(Decision, IsMadeReportedLoggedAndWritten)
     EXPECT_EQ(run.err, expectedRun.err);
     EXPECT_EQ(run.log, expectedRun.log);
     EXPECT_EQ(readFile(configPath), expectedRun.configuration);
-    EXPECT_EQ(namesIn(Appliance::folder), std::vector<std::string>{"config.json"});
+    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
 }
 
 INSTANTIATE_TEST_SUITE_P(, Decision,

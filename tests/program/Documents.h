@@ -9,7 +9,7 @@
 #include "tests/appliance/ExpectedRun.h"
 
 /// The path of the configuration file in these tests.
-inline const std::string configPath = std::string(Appliance::folder) + "/config.json";
+inline const std::string configPath = std::string(Appliance::directory) + "/config.json";
 
 /// A configuration file as a person would write it. The flag is "true" or "false".
 inline std::string handwritten(const std::string& flag)

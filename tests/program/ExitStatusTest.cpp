@@ -89,7 +89,7 @@ const std::vector<Row> rows = {
      expected::unreadable(configPath),
      Fails::run,
      {configPath},
-     [] { emptyFolder(configPath); }},
+     [] { emptyDirectory(configPath); }},
     {"FileNotReadable",
      163,
      expected::unreadable(configPath),
@@ -167,7 +167,7 @@ const std::vector<Row> rows = {
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
-         chmod(Appliance::folder, 0555);
+         chmod(Appliance::directory, 0555);
      }},
     {"TemporaryNameIsADirectory",
      226,
@@ -176,7 +176,7 @@ const std::vector<Row> rows = {
      {configPath},
      [] {
          writeFile(configPath, decoderFile);
-         emptyFolder(configPath + ".filsec");
+         emptyDirectory(configPath + ".filsec");
      }},
     {"DiskFull",
      236,
@@ -196,13 +196,13 @@ const std::vector<Row> rows = {
          // The temporary file that is left over can be written, but not renamed.
          writeFile(configPath, decoderFile);
          writeFile(configPath + ".filsec", "");
-         chmod(Appliance::folder, 0555);
+         chmod(Appliance::directory, 0555);
      }},
 };
 
 class Failing : public testing::TestWithParam<Row> {
 protected:
-    void TearDown() override { chmod(Appliance::folder, 0755); }
+    void TearDown() override { chmod(Appliance::directory, 0755); }
 };
 
 TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
@@ -298,7 +298,7 @@ INSTANTIATE_TEST_SUITE_P(, WrongNumberOfArguments,
 TEST(BadSecondParameter, IsRefusedBeforeAnyProbing)
 {
     Appliance appliance;
-    emptyFolder(Appliance::gpioFolder);
+    emptyDirectory(Appliance::gpioDirectory);
     writeFile("/sys/class/gpio/export", "");
 
     EXPECT_EQ(appliance.run({"-query", "-Dec"}).status, 119);

@@ -40,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(, LateLine, testing::Values(0, 1));
 TEST(Line, ThatNeverAppearsIsGivenUpAfterElevenWaits)
 {
     Appliance appliance;
-    emptyFolder(Appliance::gpioFolder);
+    emptyDirectory(Appliance::gpioDirectory);
     writeFile("/sys/class/gpio/export", "");
 
     const auto start = steady_clock::now();
@@ -85,7 +85,7 @@ TEST(Query, AloneReportsThreeLinesAndTouchesNoFile)
     EXPECT_EQ(run.out, lines[0] + lines[1] + lines[2]);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.log, std::vector<LogRecord>{});
-    EXPECT_EQ(namesIn(Appliance::folder), std::vector<std::string>{"config.json"});
+    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
     EXPECT_EQ(readFile(configPath), handwritten("false"));
 }
 

@@ -84,7 +84,7 @@ int main(int argc, char** argv)
         setenv("MANUAL_PAGE", page.c_str(), 1);
     }
     enterPrivateRoot(argv);
-    const std::string folder = executableFolder();
+    const std::string folder = executableDirectory();
     setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
 
     Appliance appliance;

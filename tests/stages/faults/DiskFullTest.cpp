@@ -185,13 +185,14 @@ class Disk {
 public:
     explicit Disk(const std::string& options)
     {
-        if (mount("tmpfs", Appliance::folder, "tmpfs", 0, ("mode=0755," + options).c_str()) != 0) {
+        if (mount("tmpfs", Appliance::directory, "tmpfs", 0, ("mode=0755," + options).c_str()) !=
+            0) {
             std::perror("mount");
             std::abort();
         }
     }
 
-    ~Disk() { umount2(Appliance::folder, MNT_DETACH); }
+    ~Disk() { umount2(Appliance::directory, MNT_DETACH); }
 
     Disk(const Disk&) = delete;
     Disk& operator=(const Disk&) = delete;
@@ -202,7 +203,7 @@ public:
         const std::string text(fileSize, 'x');
         for (;;) {
             const std::string path =
-                std::string(Appliance::folder) + "/filler-" + std::to_string(fillers.size());
+                std::string(Appliance::directory) + "/filler-" + std::to_string(fillers.size());
             std::ofstream file(path, std::ios::binary);
             file << text << std::flush;
             if (!file.good()) {
@@ -291,7 +292,7 @@ TEST(DiskReadOnly, KeepsTheOldFile)
     Appliance appliance;
     const Disk disk("size=1m");
     arrange(kind, appliance);
-    ASSERT_EQ(mount(nullptr, Appliance::folder, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
     const Tree before = treeNow();
 
     const RunResult run = appliance.run(kind.arguments);
@@ -299,7 +300,7 @@ TEST(DiskReadOnly, KeepsTheOldFile)
     EXPECT_EQ(run.status, 226);
     EXPECT_TRUE(keepsPromise(kind, run, before, {}));
     EXPECT_EQ(treeNow(), before);
-    ASSERT_EQ(mount(nullptr, Appliance::folder, nullptr, MS_REMOUNT, nullptr), 0);
+    ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT, nullptr), 0);
     std::set<Tree> repaired;
     EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
     RecordProperty("disks", 1);

@@ -37,7 +37,7 @@ std::vector<std::string> callsOnFiles(const std::string& trace)
             continue;
         }
         const std::string path = between(line, "<", ">");
-        if (path.starts_with(Appliance::folder)) {
+        if (path.starts_with(Appliance::directory)) {
             calls.push_back((name == "writev" ? "write" : name) + " " + path);
         }
     }

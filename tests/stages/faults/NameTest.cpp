@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // names may be.
 namespace {
 
-const std::string folder = std::string(Appliance::folder) + "/";
+const std::string folder = std::string(Appliance::directory) + "/";
 const std::string temporaryPath = configPath + ".filsec";
 const std::string oldText = handwritten("false");
 const std::string oldFile = "file: " + oldText;
@@ -124,7 +124,7 @@ const std::vector<Row> rows = {
      {{configPath, newFile}}},
     {"FolderIsReadOnly",
      configPath,
-     configAnd([] { chmod(Appliance::folder, 0555); }),
+     configAnd([] { chmod(Appliance::directory, 0555); }),
      226,
      "ERROR: Cannot open Json file for writing, code -1",
      {{configPath, oldFile}}},
@@ -156,7 +156,7 @@ const std::vector<Row> rows = {
 
 class Name : public testing::TestWithParam<Row> {
 protected:
-    void TearDown() override { chmod(Appliance::folder, 0755); }
+    void TearDown() override { chmod(Appliance::directory, 0755); }
 };
 
 std::string lastLineOf(const std::string& text)

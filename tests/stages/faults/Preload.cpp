@@ -23,7 +23,7 @@ RunResult runWithPreload(Appliance& appliance, const RunKind& kind, const std::s
     const auto preload = [&] {
         const rlimit noCore{0, 0};
         setrlimit(RLIMIT_CORE, &noCore);
-        setenv("LD_PRELOAD", (executableFolder() + ("/" + object + ".so")).c_str(), 1);
+        setenv("LD_PRELOAD", (executableDirectory() + ("/" + object + ".so")).c_str(), 1);
         setenv("FAULT_FIRST", std::to_string(first).c_str(), 1);
         setenv("FAULT_LAST", std::to_string(last).c_str(), 1);
         setenv("FAULT_COUNT_FILE", countFile.c_str(), 1);

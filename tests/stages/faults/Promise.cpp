@@ -201,7 +201,7 @@ testing::AssertionResult broken(const std::string& what, const RunResult& run, c
 Tree treeNow()
 {
     Tree tree;
-    for (const char* folder : {Appliance::folder, "/config", "/sys/class"}) {
+    for (const char* folder : {Appliance::directory, "/config", "/sys/class"}) {
         addTo(tree, folder);
     }
     return tree;

@@ -173,7 +173,7 @@ Outcome expectedOutcome(const std::string& text, const Choice& choice)
 void arrange(const std::string& text, Leftover leftover)
 {
     chmod(directory.c_str(), 0755);
-    emptyFolder(directory);
+    emptyDirectory(directory);
     writeFile(path, text);
     switch (leftover) {
     case Leftover::file:

@@ -29,7 +29,7 @@ int main(int argc, char** argv)
     const std::string directory = argv[1];
     for (const std::string name :
          {"/documents", "/updates", "/large-documents", "/large-updates"}) {
-        emptyFolder(directory + name);
+        emptyDirectory(directory + name);
     }
     std::vector<Input> inputs = seeds();
     for (const Input& regression : regressions()) {

@@ -28,7 +28,7 @@ std::string lastLine(std::string text)
 std::string namesBeside()
 {
     std::string beside;
-    for (const std::string& name : namesIn(Appliance::folder)) {
+    for (const std::string& name : namesIn(Appliance::directory)) {
         if (name != configName) {
             beside += name + "\n";
         }
@@ -43,10 +43,10 @@ int main(int /*argc*/, char** argv)
     enterPrivateRoot(argv);
     // No GPIO files: each run would sleep for the line's sake, and "-flip" does not heed it.
     Appliance appliance;
-    const std::string path = std::string(Appliance::folder) + "/" + configName;
+    const std::string path = std::string(Appliance::directory) + "/" + configName;
     std::string text;
     while (readText(text)) {
-        emptyFolder(Appliance::folder);
+        emptyDirectory(Appliance::directory);
         writeFile(path, text);
         const auto run = appliance.run({path, "-flip"});
         writeNumber(static_cast<std::int32_t>(run.status));

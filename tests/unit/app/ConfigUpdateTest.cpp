@@ -126,7 +126,7 @@ protected:
     ConfigUpdate()
     {
         chmod(directory.c_str(), 0755);
-        emptyFolder(directory);
+        emptyDirectory(directory);
     }
 
     ~ConfigUpdate() override { chmod(directory.c_str(), 0755); }
@@ -420,7 +420,7 @@ TEST_F(ConfigUpdate, LeavesTheFileIfItHasTheModeAlready)
         expectUpdate(path, row.sources, false, row.configuration);
         EXPECT_EQ(readFile(temporaryPath), "left over");
         chmod(directory.c_str(), 0755);
-        emptyFolder(directory);
+        emptyDirectory(directory);
     }
 }
 

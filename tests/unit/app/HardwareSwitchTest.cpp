@@ -26,7 +26,7 @@ const std::string line = gpioFolder + "/gpio17";
 /// Line 17 as the kernel shows it when it is exported, as an output at first.
 void makeLine(const std::string& value)
 {
-    emptyFolder(gpioFolder);
+    emptyDirectory(gpioFolder);
     writeFile(gpioFolder + "/export", "");
     writeFile(gpioFolder + "/unexport", "");
     fs::create_directory(line);
@@ -36,8 +36,8 @@ void makeLine(const std::string& value)
 
 class HardwareSwitch : public testing::Test {
 protected:
-    HardwareSwitch() { emptyFolder(gpioFolder); }
-    ~HardwareSwitch() override { emptyFolder(gpioFolder); }
+    HardwareSwitch() { emptyDirectory(gpioFolder); }
+    ~HardwareSwitch() override { emptyDirectory(gpioFolder); }
 };
 
 TEST_F(HardwareSwitch, SelectsDecoderWhenHighAndEncoderWhenLow)
@@ -119,7 +119,7 @@ TEST_F(HardwareSwitch, TellsThatTheLineCannotBeSetUp)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder(gpioFolder);
+        emptyDirectory(gpioFolder);
         row.make();
         RecordingStream errorLog;
         EXPECT_EQ(readHardwareSwitch(errorLog), noMode);

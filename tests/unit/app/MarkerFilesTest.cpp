@@ -51,7 +51,7 @@ private:
 
 class MarkerFiles : public testing::Test {
 protected:
-    MarkerFiles() { emptyFolder("/config"); }
+    MarkerFiles() { emptyDirectory("/config"); }
 };
 
 void makeUnreadable(const std::string& path)
@@ -129,7 +129,7 @@ TEST_F(MarkerFiles, AskForAModeByBeingThere)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder("/config");
+        emptyDirectory("/config");
         row.make();
         EXPECT_EQ(probeMarkerFiles(), row.mode);
     }

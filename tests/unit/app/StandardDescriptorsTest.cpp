@@ -130,7 +130,7 @@ class StandardDescriptors : public testing::Test {
 protected:
     StandardDescriptors()
     {
-        emptyFolder("/appliance");
+        emptyDirectory("/appliance");
         for (int fd = 0; fd <= 2; ++fd) {
             writeFile(ownFile + std::to_string(fd), "");
         }

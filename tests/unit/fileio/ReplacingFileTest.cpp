@@ -93,7 +93,7 @@ protected:
     ReplacingFileTest()
     {
         chmod(folder.c_str(), 0755);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         synced.clear();
         syncedFlags.clear();
@@ -273,7 +273,7 @@ TEST_F(ReplacingFileTest, CannotOpenWithoutATemporaryFile)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         row.prepare();
         const Names before = namesIn(folder);
@@ -414,7 +414,7 @@ TEST_F(ReplacingFileTest, FinishesWithMinus3WhenTheRenameIsRefused)
 {
     for (const RenameFault& row : renameFaults) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         ReplacingFile file;
         ASSERT_EQ(file.open(path), 0);
@@ -518,7 +518,7 @@ TEST_F(ReplacingFileTest, FinishesWith0AndTouchesNothingWhenNothingIsOpen)
 {
     for (const IdleState& row : idleStates) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         ReplacingFile file;
         ASSERT_NO_FATAL_FAILURE(row.enter(file));
@@ -537,7 +537,7 @@ TEST_F(ReplacingFileTest, TouchesNothingInItsDestructorWhenNothingIsOpen)
 {
     for (const IdleState& row : idleStates) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         {
             ReplacingFile file;
@@ -555,7 +555,7 @@ TEST_F(ReplacingFileTest, CanBeUsedAgainFromEveryIdleState)
 {
     for (const IdleState& row : idleStates) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         ReplacingFile file;
         ASSERT_NO_FATAL_FAILURE(row.enter(file));
@@ -627,7 +627,7 @@ TEST_F(ReplacingFileTest, OpensNothingWhenItCannotFinishTheFileThatIsOpen)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         writeFile(other, "other's old");
         {
@@ -678,7 +678,7 @@ TEST_F(ReplacingFileTest, KeepsTheTemporaryFileWhenItsDestructorCannotRename)
 {
     for (const RenameFault& row : renameFaults) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         {
             ReplacingFile file;
@@ -755,7 +755,7 @@ TEST_F(ReplacingFileTest, FinishesInItsDestructorWhenDestroyedAsAStream)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         row.openAndDestroy();
         EXPECT_EQ(readFile(path), "new");
@@ -830,7 +830,7 @@ TEST_F(ReplacingFileTest, KeepsErrnoWhenItCannotSync)
     for (const Row& row : rows) {
         for (const int before : {0, 77}) {
             SCOPED_TRACE(testing::Message() << row.name << ", errno " << before);
-            emptyFolder(folder);
+            emptyDirectory(folder);
             ReplacingFile file;
             ASSERT_EQ(file.open(path), 0);
             file << "new";
@@ -869,7 +869,7 @@ TEST_F(ReplacingFileTest, ClosesTheFileOnEveryPath)
     ASSERT_FALSE(before.empty());
     for (const IdleState& row : idleStates) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         writeFile(path, "old");
         ReplacingFile file;
         ASSERT_NO_FATAL_FAILURE(row.enter(file));

@@ -49,7 +49,7 @@ namespace {
 
 class TextFile : public testing::Test {
 protected:
-    TextFile() { emptyFolder(folder); }
+    TextFile() { emptyDirectory(folder); }
     ~TextFile() override { beforeRead = nullptr; }
 };
 
@@ -176,7 +176,7 @@ TEST_F(TextFile, RefusesWhatCannotBeReadAndLeavesTheText)
 {
     for (const Unusable& row : unusables) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         ASSERT_NO_FATAL_FAILURE(row.make());
         std::string text = "earlier text";
         EXPECT_FALSE(readTextFile(row.path, text, 10'000));
@@ -307,13 +307,13 @@ TEST_F(TextFile, ClosesTheFileOnEveryPath)
     ASSERT_FALSE(before.empty());
     for (const Unusable& row : unusables) {
         SCOPED_TRACE(row.name);
-        emptyFolder(folder);
+        emptyDirectory(folder);
         ASSERT_NO_FATAL_FAILURE(row.make());
         std::string text;
         EXPECT_FALSE(readTextFile(row.path, text, 10'000));
         EXPECT_EQ(namesIn("/proc/self/fd"), before);
     }
-    emptyFolder(folder);
+    emptyDirectory(folder);
     writeFile(path, "0123456789");
     std::string text;
     EXPECT_TRUE(readTextFile(path, text, 10));

@@ -22,7 +22,7 @@ const std::string root = "/sys/class/gpio/";
 
 class GpioFileTest : public testing::Test {
 protected:
-    GpioFileTest() { emptyFolder(root); }
+    GpioFileTest() { emptyDirectory(root); }
 };
 
 }  // namespace

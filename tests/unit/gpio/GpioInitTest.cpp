@@ -81,7 +81,7 @@ TEST_F(GpioLineTest, ExportsALineThatIsNotExported)
 {
     for (const std::int32_t number : {17, 0, 512, highest, -5}) {
         SCOPED_TRACE(number);
-        emptyFolder(root);
+        emptyDirectory(root);
         writeFile(root + "export", "longer than any number of a line");
         calls.beforeOpen = [number](std::size_t /*attempt*/) { makeLine(number, "1\n"); };
         GpioLine line;
@@ -119,7 +119,7 @@ TEST_F(GpioLineTest, DoesNotTryToOpenALineThatCannotBeExported)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        emptyFolder(root);
+        emptyDirectory(root);
         row.prepare();
         calls.openFlags.clear();
         GpioLine line;
@@ -133,7 +133,7 @@ TEST_F(GpioLineTest, DoesNotTryToOpenALineThatCannotBeExported)
 // As with a line that a driver holds: EBUSY comes from write(2), at the stream's close.
 TEST_F(GpioLineTest, TriesToOpenALineWhoseExportFailsOnlyAtTheClose)
 {
-    emptyFolder(root);
+    emptyDirectory(root);
     fs::create_symlink("/dev/full", root + "export");
     calls.beforeOpen = [](std::size_t /*attempt*/) { makeLine(17); };
     GpioLine line;
@@ -159,7 +159,7 @@ TEST_F(GpioLineTest, OpensALineThatAppearsBeforeAnyOfTheElevenAttempts)
 {
     for (std::size_t appearance = 1; appearance <= 11; ++appearance) {
         SCOPED_TRACE(appearance);
-        emptyFolder(root);
+        emptyDirectory(root);
         writeFile(root + "export", "");
         calls.openFlags.clear();
         calls.beforeOpen = [appearance](std::size_t attempt) {

@@ -63,7 +63,7 @@ GpioLineTest::GpioLineTest()
     if (!isOpen(STDIN_FILENO)) {
         EXPECT_EQ(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     }
-    emptyFolder(root);
+    emptyDirectory(root);
     writeFile(root + "export", "");
     writeFile(root + "unexport", "");
     makeLine(17);
