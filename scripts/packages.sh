@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=sh
 
-# Sourced by ./run and ./test.
+# Sourced by ./run and ./test, after steps.sh.
 
 # Installs those of the packages that are missing, and is quick when none is. Without the rights to
 # do so it prints the command for an administrator and exits with 77.
@@ -23,13 +23,14 @@ install_missing() {
         exit 77
     fi
     echo "Installing:$missing" >&2
-    apt_get="$as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300"
-    # Each word is an argument of its own.
+    # Each name is an argument of its own.
     # shellcheck disable=SC2086
-    { $apt_get update && $apt_get install -y --no-install-recommends $missing; } >/dev/null || {
-        echo "apt-get could not install:$missing" >&2
-        exit 1
-    }
+    step installing install_packages $missing
+}
+
+install_packages() {
+    apt_get="$as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300"
+    $apt_get update && $apt_get install -y --no-install-recommends "$@"
 }
 
 # Prints the packages that these files list, one a line; a line that begins with # is a comment.

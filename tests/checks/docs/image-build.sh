@@ -4,44 +4,41 @@
 
 # Builds and installs with what Yocto and Buildroot pass to CMake, shared libraries among it, and
 # looks at what is installed and whether it runs.
-# usage: image-build.sh FOLDER
+# usage: image-build.sh DIRECTORY
 set -eu
-folder=$1
-rm -rf "$folder"
-mkdir -p "$folder"
+. scripts/steps.sh
+directory=$1
+log=$directory/build.log
+rm -rf "$directory"
 
-# usage: build NAME CMAKE-ARGUMENT…
-build() {
+# usage: check NAME CMAKE-ARGUMENT…
+check() {
     name=$1
     shift
-    if ! { cmake -S . -B "$folder/$name" -D CMAKE_INSTALL_PREFIX=/usr -D BUILD_SHARED_LIBS=ON "$@" &&
-        cmake --build "$folder/$name" -j 2 &&
-        DESTDIR=$folder/$name-root cmake --install "$folder/$name"; } >"$folder/$name.log" 2>&1; then
-        echo "$name does not build:"
-        cat "$folder/$name.log"
-        exit 1
-    fi
-    (cd "$folder/$name-root" && find . -type f | LC_ALL=C sort) >"$folder/$name.files"
-    diff tests/checks/docs/installed.txt "$folder/$name.files" || {
+    build "$directory/$name" -S . -D CMAKE_INSTALL_PREFIX=/usr -D BUILD_SHARED_LIBS=ON "$@"
+    export DESTDIR="$directory/$name-root"
+    step installing cmake --install "$directory/$name"
+    (cd "$directory/$name-root" && find . -type f | LC_ALL=C sort) >"$directory/$name.files"
+    diff tests/checks/docs/installed.txt "$directory/$name.files" || {
         echo "$name installs other files"
         exit 1
     }
     status=0
-    "$folder/$name-root/usr/sbin/switch-querier" >/dev/null || status=$?
+    "$directory/$name-root/usr/sbin/switch-querier" >/dev/null || status=$?
     [ "$status" -eq 96 ] || {
         echo "what $name installs ends with $status, not 96"
         exit 1
     }
-    rm -rf "${folder:?}/$name" "$folder/$name-root"
+    rm -rf "${directory:?}/$name" "$directory/$name-root"
 }
 
 # cmake.bbclass and pkg-cmake.mk, without their compilers.
-build yocto -D CMAKE_BUILD_TYPE= -D CMAKE_INSTALL_SBINDIR:PATH=sbin \
+check yocto -D CMAKE_BUILD_TYPE= -D CMAKE_INSTALL_SBINDIR:PATH=sbin \
     -D CMAKE_INSTALL_DATADIR:PATH=share -D CMAKE_INSTALL_SYSCONFDIR:PATH=/etc \
     -D CMAKE_INSTALL_LIBDIR:PATH=lib -D CMAKE_INSTALL_SO_NO_EXE=0 \
     -D CMAKE_NO_SYSTEM_FROM_IMPORTED=1 -D FETCHCONTENT_FULLY_DISCONNECTED=ON \
     -D CMAKE_EXPORT_NO_PACKAGE_REGISTRY=ON
-build buildroot -D CMAKE_BUILD_TYPE=Release -D BUILD_DOC=OFF -D BUILD_DOCS=OFF \
+check buildroot -D CMAKE_BUILD_TYPE=Release -D BUILD_DOC=OFF -D BUILD_DOCS=OFF \
     -D BUILD_EXAMPLE=OFF -D BUILD_EXAMPLES=OFF -D BUILD_TEST=OFF -D BUILD_TESTS=OFF \
     -D BUILD_TESTING=OFF -D CMAKE_COLOR_MAKEFILE=OFF
-rm -rf "$folder"
+rm -rf "$directory"

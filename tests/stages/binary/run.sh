@@ -5,25 +5,15 @@
 # Checks the properties of the programs that are shipped; see README.md.
 set -eu
 cd "$(dirname "$0")/../../.."
-build=$PWD/build/binary
-log=$build/build.log
+. scripts/steps.sh
+work=$PWD/build/binary
+log=$work/build.log
+targets=switch-querier
 failed=0
-rm -rf "$build"
-mkdir -p "$build"
+rm -rf "$work"
+mkdir -p "$work"
 SOURCE_DATE_EPOCH=1750000000
 export SOURCE_DATE_EPOCH
-
-# usage: build TREE FOLDER [OPTION…]; builds the program from a tree.
-build() {
-    tree=$1
-    folder=$2
-    shift 2
-    if ! { cmake -S "$tree" -B "$folder" "$@" &&
-        cmake --build "$folder" -j "$(nproc)" --target switch-querier; } >"$log" 2>&1; then
-        cat "$log"
-        exit 1
-    fi
-}
 
 fail() {
     echo "binary: $*"
@@ -80,41 +70,41 @@ check_static() {
 
 # Two trees, since the paths of neither may be in the program.
 for tree in one "another tree"; do
-    mkdir -p "$build/$tree"
-    cp -R VERSION CMakeLists.txt cmake app json gpio log fileio "$build/$tree"
+    mkdir -p "$work/$tree"
+    cp -R VERSION CMakeLists.txt cmake app json gpio log fileio "$work/$tree"
 done
-build "$build/one" "$build/one/build"
+build "$work/dynamic" -S "$work/one"
 # Builders of images ask for shared libraries.
-build "$build/another tree" "$build/another tree/out" -D BUILD_SHARED_LIBS=ON
-cmp "$build/one/build/switch-querier" "$build/another tree/out/switch-querier" ||
+build "$work/another tree/out" -S "$work/another tree" -D BUILD_SHARED_LIBS=ON
+cmp "$work/dynamic/switch-querier" "$work/another tree/out/switch-querier" ||
     fail "two builds differ"
-if grep -aq "$build" "$build/one/build/switch-querier"; then
+if grep -aq "$work" "$work/dynamic/switch-querier"; then
     fail "the program has the folder of its build in it"
 fi
 # Where it is linked the same way and nothing but libc is around, it still has to start: 96 is the
 # status of a call without parameters.
 status=0
-(cd / && exec "$build/another tree/out/switch-querier") >/dev/null 2>&1 || status=$?
+(cd / && exec "$work/another tree/out/switch-querier") >/dev/null 2>&1 || status=$?
 [ "$status" -eq 96 ] || fail "built for shared libraries it ends with $status"
 # From here on the names are relative, for no part of them has a blank.
-cd "$build"
+cd "$work"
 case $(uname -m) in
 x86_64) features="IBT, SHSTK" ;;
 *) features="BTI, PAC" ;;
 esac
-check_dynamic one/build "$features"
+check_dynamic dynamic "$features"
 
-build "$build/one" "$build/static" -D SWITCH_QUERIER_STATIC=ON
+build "$work/static" -S "$work/one" -D SWITCH_QUERIER_STATIC=ON
 check_static static "$features"
-programs="one/build static"
+programs="dynamic static"
 
 if command -v aarch64-linux-gnu-g++ >/dev/null; then
     arm="-D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake"
     # Two words each.
     # shellcheck disable=SC2086
-    build "$build/one" "$build/aarch64" $arm
+    build "$work/aarch64" -S "$work/one" $arm
     # shellcheck disable=SC2086
-    build "$build/one" "$build/aarch64-static" $arm -D SWITCH_QUERIER_STATIC=ON
+    build "$work/aarch64-static" -S "$work/one" $arm -D SWITCH_QUERIER_STATIC=ON
     check_dynamic aarch64 "BTI, PAC"
     check_static aarch64-static "BTI, PAC"
     programs="$programs aarch64 aarch64-static"
@@ -124,22 +114,24 @@ fi
 
 # A document of the greatest length and depth, on a stack of 1 MB.
 awk 'BEGIN { for (i = 0; i < 4980; i++) a = a "["; for (i = 0; i < 4980; i++) b = b "]"
-             printf "{\"a\":%s%s}", a, b }' >"$build/deep.json"
-for kind in one/build static; do
+             printf "{\"a\":%s%s}", a, b }' >"$work/deep.json"
+for kind in dynamic static; do
     status=0
     # The shells that Debian has for sh know -s.
     # shellcheck disable=SC3045
-    (ulimit -s 1024 && exec "$build/$kind/switch-querier" "$build/deep.json" -flip) \
+    (ulimit -s 1024 && exec "$work/$kind/switch-querier" "$work/deep.json" -flip) \
         >/dev/null 2>&1 || status=$?
     # 180: all of it was read, and has no App/isEncoder.
     [ "$status" -eq 180 ] || fail "$kind: the deepest document ends with $status on 1 MB of stack"
 done
 
+sizes=
 for kind in $programs; do
     case $kind in
     aarch64*) aarch64-linux-gnu-strip -o stripped "$kind/switch-querier" ;;
     *) strip -o stripped "$kind/switch-querier" ;;
     esac
-    printf '%s: %d bytes stripped\n' "$kind" "$(wc -c <stripped)"
+    sizes="$sizes, $kind $(wc -c <stripped)"
 done
+echo "bytes of the stripped programs: ${sizes#, }"
 exit "$failed"

@@ -2,39 +2,29 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds the tool and the floor programs in build/cost and prints what the tool costs beside its
-# bounds. Exits 1 when one is passed.
-# usage: run.sh [BUILD-FOLDER]
+# Builds the tool and the floor programs in build/cost and prints what the tool costs, each figure
+# with its bound. Fails if a bound is passed.
+# usage: run.sh [BUILD-DIRECTORY]
 set -eu
 cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
 build=${1:-build/cost}
-mkdir -p "$build"
-build=$(cd "$build" && pwd)
+log=$build/cost.log
 
-# What is shipped: static, with the sections that nothing refers to left out.
-release() {
-    cmake -S bench -B "$build" -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_C_FLAGS="-ffunction-sections -fdata-sections" \
-        -DCMAKE_CXX_FLAGS="-ffunction-sections -fdata-sections" \
-        -DCMAKE_EXE_LINKER_FLAGS="-static -Wl,--gc-sections" &&
-        cmake --build "$build" -j "$(nproc)" --target empty empty-iostream sleep cost-runner \
-            switch-querier driver-json &&
-        for program in switch-querier empty-iostream; do
-            strip -o "$build/$program.stripped" "$build/$program" || return 1
-        done
-}
+# What is shipped: static, without the sections that nothing refers to.
+targets="empty empty-iostream sleep cost-runner switch-querier driver-json"
+build "$build" -S bench -D CMAKE_BUILD_TYPE=Release \
+    -D CMAKE_C_FLAGS="-ffunction-sections -fdata-sections" \
+    -D CMAKE_CXX_FLAGS="-ffunction-sections -fdata-sections" \
+    -D CMAKE_EXE_LINKER_FLAGS="-static -Wl,--gc-sections"
+for program in switch-querier empty-iostream; do
+    strip -o "$build/$program.stripped" "$build/$program"
+done
 
 # The sanitizers' frames are larger, and so is the stack that the deepest document takes.
-sanitized() {
-    cmake -S . -B "$build/sanitized" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-        -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined" &&
-        cmake --build "$build/sanitized" -j "$(nproc)" --target switch-querier
-}
+targets=switch-querier
+build "$build/sanitized" -S . -D CMAKE_BUILD_TYPE=RelWithDebInfo -D CMAKE_CXX_COMPILER=clang++ \
+    -D CMAKE_CXX_FLAGS="-fsanitize=address,undefined"
 
-for part in release sanitized; do
-    if ! "$part" >"$build/$part.log" 2>&1; then
-        cat "$build/$part.log"
-        exit 1
-    fi
-done
-python3 bench/cost/cost.py "$build"
+step measuring python3 bench/cost/cost.py "$build"
+cat "$log"

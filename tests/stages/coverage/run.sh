@@ -7,38 +7,40 @@
 # usage: run.sh
 set -eu
 cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
 build=$PWD/build/coverage
+log=build/coverage.log
 
-python3 -B tests/stages/coverage/gate_test.py
+step "testing the gate" python3 -B tests/stages/coverage/gate_test.py
 
 mkdir -p "$build"
 rm -rf "$build/profiles" "$build"/*-test
 # Listing the tests is a part of the build, and would leave profiles.
-if ! { LLVM_PROFILE_FILE=/dev/null && export LLVM_PROFILE_FILE && cmake --preset coverage &&
-    cmake --build --preset coverage -j "$(nproc)"; } >"$build/build.log" 2>&1; then
-    cat "$build/build.log"
-    exit 1
-fi
+export LLVM_PROFILE_FILE=/dev/null
+build "$build" --preset coverage
 mkdir "$build/profiles"
 
 # Some tests end a forked child by _exit(2), so counts go straight to the file (%c). The program is
 # run with its standard descriptors closed too; such a file would take one of their numbers, so it
 # leaves its counts when it ends, merged (%m).
-for test in "$build"/*-test; do
-    suite=$(basename "$test" -test)
-    case $suite in
-    program) pattern=%m ;;
-    *) pattern=%c%p ;;
-    esac
-    LLVM_PROFILE_FILE=$build/profiles/$suite-$pattern.profraw "$test" --gtest_brief=1 \
-        >"$build/$suite.log" 2>&1 || touch "$build/profiles/$suite-failed" &
-done
-wait
-for failed in "$build"/profiles/*-failed; do
-    [ -e "$failed" ] || continue
-    cat "$build/$(basename "$failed" -failed).log"
-    exit 1
-done
+run_suites() {
+    for test in "$build"/*-test; do
+        suite=$(basename "$test" -test)
+        case $suite in
+        program) pattern=%m ;;
+        *) pattern=%c%p ;;
+        esac
+        LLVM_PROFILE_FILE=$build/profiles/$suite-$pattern.profraw "$test" --gtest_brief=1 \
+            >"$build/$suite.log" 2>&1 || touch "$build/profiles/$suite-failed" &
+    done
+    wait
+    for failed in "$build"/profiles/*-failed; do
+        [ -e "$failed" ] || continue
+        cat "$build/$(basename "$failed" -failed).log"
+        return 1
+    done
+}
+step "running the suites" run_suites
 
 # The tools have to be the compiler's own version.
 version=$(clang++ -dumpversion | cut -d . -f 1)

@@ -8,14 +8,11 @@
 set -eu
 cd "$(dirname "$0")/../../.."
 seconds=${1:-60}
+. scripts/steps.sh
 build=$PWD/build/fuzz
+log=build/fuzz.log
 
-mkdir -p "$build"
-if ! { cmake --preset fuzz && cmake --build --preset fuzz -j "$(nproc)"; } \
-    >"$build/build.log" 2>&1; then
-    cat "$build/build.log"
-    exit 1
-fi
+build "$build" --preset fuzz
 "$build/write-seeds" "$build/seeds"
 # The fuzzers run in a private root, where of all this tree there is only the build folder.
 cp tests/stages/fuzz/dialect.dict "$build"
@@ -47,16 +44,20 @@ fuzz() {
 }
 
 # The update does the most and is the slowest.
-fuzz update updates $((seconds / 2)) &
-fuzz parse documents $((seconds / 4))
-fuzz rewrite documents $((seconds / 4))
-wait
+fuzz_all() {
+    fuzz update updates $((seconds / 2)) &
+    fuzz parse documents $((seconds / 4))
+    fuzz rewrite documents $((seconds / 4))
+    wait
+}
+step fuzzing fuzz_all
 
 figure() {
     sed -n "s/^stat::$2: *//p" "$build/$1.log"
 }
 
 status=0
+summary=
 for name in parse rewrite update; do
     if [ -e "$build/found/$name-failed" ]; then
         status=1
@@ -68,8 +69,8 @@ for name in parse rewrite update; do
             od -A d -c "$input" | head -n 40
         done
     else
-        printf '%s: %d runs, %d a second\n' "$name" \
-            "$(figure "$name" number_of_executed_units)" "$(figure "$name" average_exec_per_sec)"
+        summary="$summary, $name $(figure "$name" number_of_executed_units)"
     fi
 done
+echo "inputs: ${summary#, }"
 exit "$status"

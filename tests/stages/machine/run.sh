@@ -6,9 +6,9 @@
 # adds every crash point of every file system.
 set -eu
 cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
 build=build/machine
-log=$build.log
-mkdir -p build
+log=build/machine.log
 
 case ${1:-short} in
 short | long) ;;
@@ -17,12 +17,11 @@ short | long) ;;
     exit 2
     ;;
 esac
-packages=$(sh tests/stages/machine/fetch.sh) || exit 1
-if ! { cmake --preset aarch64-static -B "$build/programs" -D SWITCH_QUERIER_MACHINE=ON &&
-    cmake --build "$build/programs" -j "$(nproc)" --target machine; } >"$log" 2>&1; then
-    cat "$log"
-    exit 1
-fi
+step "fetching the kernel" sh tests/stages/machine/fetch.sh
+packages=$(tail -n 2 "$log")
+targets=machine
+build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
 # Each package is an argument of its own.
 # shellcheck disable=SC2086
-exec python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" $packages
+step "running the machine" python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" $packages
+cat "$log"

@@ -2,25 +2,23 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds in build/dev and compares the model with the program, for as many seconds as the argument
-# says, or 60, once it has seen that planted faults are noticed.
+# Compares json/ and the program with the reference model, for as many seconds as the argument says,
+# or 60, after planted faults have been noticed; see README.md.
 # usage: run.sh [SECONDS]
 set -eu
 cd "$(dirname "$0")/../../.."
-build=$PWD/build/dev
-mkdir -p "$build"
-if ! { cmake --preset dev && cmake --build --preset dev -j "$(nproc)" \
-    --target dialect-driver dialect-runner switch-querier; } >"$build/model.log" 2>&1; then
-    cat "$build/model.log"
-    exit 1
-fi
+. scripts/steps.sh
+build=build/dev
+log=build/model.log
+targets="dialect-driver dialect-runner switch-querier"
+
 compare() {
     python3 tests/stages/model/compare.py --driver "$build/dialect-driver" \
         --runner "$build/dialect-runner" "$@"
 }
-compare --self-test >"$build/model.log" || {
-    cat "$build/model.log"
-    exit 1
-}
-tail -n 1 "$build/model.log"
-compare --seconds "${1:-60}"
+
+build "$build" --preset dev
+step "looking for planted faults" compare --self-test
+tail -n 1 "$log"
+step "comparing" compare --seconds "${1:-60}"
+tail -n 1 "$log"

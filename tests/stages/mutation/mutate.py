@@ -12,6 +12,7 @@ import concurrent.futures
 import filecmp
 import functools
 import hashlib
+import itertools
 import json
 import math
 import os
@@ -433,6 +434,8 @@ def try_all(options, project, chosen, known):
     for number in range(options.jobs):
         workers.put(Worker(project, number))
 
+    numbers = itertools.count(1)
+
     def one(mutant):
         if mutant.key in known and not (options.full or options.again):
             return KNOWN
@@ -441,6 +444,7 @@ def try_all(options, project, chosen, known):
             outcome = worker.try_mutant(mutant)
         finally:
             workers.put(worker)
+        print(f"{next(numbers)}/{len(chosen)} tried", flush=True)
         if options.progress:
             text = f"line {mutant.line}: {outcome}\n{mutant_text(mutant)}"
             print(text, file=sys.stderr, flush=True)

@@ -6,4 +6,8 @@
 # usage: tests/stages/mutation/run.sh [--full | --sample N] [--seed SEED] [--only FOLDER] (see README.md)
 set -eu
 cd "$(dirname "$0")/../../.."
-PYTHONDONTWRITEBYTECODE=1 exec python3 tests/stages/mutation/mutate.py "$@"
+. scripts/steps.sh
+log=build/mutation.log
+
+step "trying changes" python3 -B tests/stages/mutation/mutate.py "$@"
+grep -v '^[0-9]*/[0-9]* tried$' "$log"

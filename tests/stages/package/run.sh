@@ -5,6 +5,7 @@
 # Builds the packages and the tarball, and tries them; see README.md.
 set -eu
 cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
 top=$PWD
 build=$PWD/build/package
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/switch-querier/packages
@@ -20,23 +21,13 @@ fail() {
     failed=1
 }
 
-# usage: logged COMMAND…; shows what it says where it fails, and ends.
-logged() {
-    if ! "$@" >"$log" 2>&1; then
-        cat "$log"
-        echo "package: this failed: $*"
-        exit 1
-    fi
-}
-
 # usage: pack SOURCES [OPTION…]; packs in SOURCES/build.
 pack() {
     sources=$1
     shift
     rm -rf "$sources/build"
-    logged cmake -S "$sources" -B "$sources/build" -D CMAKE_BUILD_TYPE=Release "$@"
-    logged cmake --build "$sources/build" -j "$(nproc)"
-    (cd "$sources/build" && logged cpack)
+    build "$sources/build" -S "$sources" -D CMAKE_BUILD_TYPE=Release "$@"
+    (cd "$sources/build" && step packing cpack)
     mkdir -p "$sources/packages"
     find "$sources/build" -maxdepth 1 \( -name '*.deb' -o -name '*.tar.gz' \) \
         -exec mv {} "$sources/packages" \;
@@ -44,7 +35,7 @@ pack() {
 
 # Git tells reuse which files belong to the tree.
 if git ls-files >/dev/null 2>&1; then
-    logged reuse lint
+    step "checking the licences" reuse lint
     ! grep ERROR "$log" || fail "reuse finds that"
 else
     echo "reuse lint: left out, for git knows nothing of this folder"
@@ -64,7 +55,7 @@ for tree in one "another tree"; do
     pack "$build/$tree"
 done
 # By someone who keeps files to himself.
-(umask 077 && cd "$build/one/build" && logged cpack -B "$build/private")
+(umask 077 && cd "$build/one/build" && step packing cpack -B "$build/private")
 cd "$build/one/packages"
 version=$(cat ../VERSION)
 amd64=$PWD/switch-querier_${version}_amd64.deb
@@ -131,7 +122,7 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 cp "$amd64" "$build/switch-querier.deb"
 # The hooks get the root as their first argument.
 # shellcheck disable=SC2016
-logged mmdebstrap --variant=essential --include=libstdc++6 --dpkgopt=force-unsafe-io \
+step "installing in a fresh root" mmdebstrap --variant=essential --include=libstdc++6 --dpkgopt=force-unsafe-io \
     --skip=download/empty,essential/unlink \
     --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
     --setup-hook="sync-in '$cache' /var/cache/apt/archives" \
@@ -141,7 +132,9 @@ logged mmdebstrap --variant=essential --include=libstdc++6 --dpkgopt=force-unsaf
     --customize-hook='chroot "$1" sh /tmp/in-root.sh /tmp/switch-querier.deb /tmp/try.sh' \
     "$suite" /dev/null
 
+sizes=
 for package in "$amd64" "$arm64" "$tarball"; do
-    printf '%s: %d bytes\n' "$(basename "$package")" "$(wc -c <"$package")"
+    sizes="$sizes, $(basename "$package") $(wc -c <"$package")"
 done
+echo "bytes: ${sizes#, }"
 exit "$failed"

@@ -7,7 +7,9 @@
 # usage: run.sh
 set -eu
 cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
 build=$PWD/build/valgrind
+log=build/valgrind.log
 
 if ! unshare -m true 2>/dev/null && ! unshare -Urm true 2>/dev/null; then
     # The suites would start themselves anew under proot, and there without valgrind.
@@ -17,12 +19,8 @@ fi
 
 mkdir -p "$build"
 rm -rf "$build/logs" "$build"/*-test
-if ! { cmake --preset dev -B "$build" -D CMAKE_BUILD_TYPE=RelWithDebInfo \
-        -D CMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG" &&
-    cmake --build "$build" -j "$(nproc)"; } >"$build/build.log" 2>&1; then
-    cat "$build/build.log"
-    exit 1
-fi
+build build/valgrind --preset dev -D CMAKE_BUILD_TYPE=RelWithDebInfo \
+    -D CMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG"
 mkdir "$build/logs"
 
 # Of all this tree, a private root has the build folder alone.
@@ -37,7 +35,8 @@ run_half() {
     name=$1-$2
     GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=$2 \
         valgrind -q --vgdb=no --error-exitcode=99 --leak-check=full --track-fds=yes \
-        --suppressions=tests/stages/valgrind/suppressions.txt --log-file="$build/logs/forked-by-$name-%p.log" \
+        --suppressions=tests/stages/valgrind/suppressions.txt \
+        --log-file="$build/logs/forked-by-$name-%p.log" \
         "$build/$1-test" --gtest_brief=1 --gtest_filter='-ProgramName*:Descriptors*:JsonMemory*' \
         >"$build/logs/$name.out" 2>&1 &
     pid=$!
@@ -45,12 +44,15 @@ run_half() {
     mv "$build/logs/forked-by-$name-$pid.log" "$build/logs/suite-$name.log"
 }
 
-for shard in 0 1; do
-    for test in "$build"/*-test; do
-        run_half "$(basename "$test" -test)" "$shard"
-    done &
-done
-wait
+run_halves() {
+    for shard in 0 1; do
+        for test in "$build"/*-test; do
+            run_half "$(basename "$test" -test)" "$shard"
+        done &
+    done
+    wait
+}
+step "running the suites" run_halves
 
 # Prints what a log says beside the descriptors that the process began with. With -q it says nothing
 # else when all is well; a descriptor left open has no exit status of its own.
