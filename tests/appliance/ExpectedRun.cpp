@@ -275,20 +275,20 @@ Run run(const Sources& sources)
         return recorder.end(0);
     }
 
-    const Update update =
+    const Update outcome =
         expected::update(deciders, second.query, sources.configuration, sources.writing);
-    for (const std::string& line : update.report) {
+    for (const std::string& line : outcome.report) {
         run.err += line;
     }
-    for (const std::string& line : update.error) {
+    for (const std::string& line : outcome.error) {
         recorder.error(line);
     }
-    for (const std::string& line : update.info) {
+    for (const std::string& line : outcome.info) {
         recorder.info(line);
     }
-    run.configuration = update.configuration;
-    run.writes = update.writes;
-    return recorder.end(update.status);
+    run.configuration = outcome.configuration;
+    run.writes = outcome.writes;
+    return recorder.end(outcome.status);
 }
 
 }  // namespace expected
