@@ -9,22 +9,22 @@
 #include <string>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/stages/faults/Guarantee.h"
 #include "tests/stages/faults/Preload.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Scenario.h"
 
-// Every allocation of the process failed, also those before main. Nothing catches that: the program
-// aborts, or the library underneath gives up on a message or a file.
+// Every allocation of the process fails, also those before main. Nothing catches that: the program
+// aborts, or the library gives up on a message or a file.
 namespace {
 
-class Allocation : public testing::TestWithParam<RunKind> {};
+class Allocation : public testing::TestWithParam<Scenario> {};
 
-TEST_P(Allocation, ThatFailsLeavesThePromiseKeptAndIsRepaired)
+TEST_P(Allocation, MayFail)
 {
-    const RunKind& kind = GetParam();
-    const int allocations = preloadedCallsOf(kind, "failing-allocation");
+    const Scenario& scenario = GetParam();
+    const int allocations = preloadedCallsOf(scenario, "failing-allocation");
     EXPECT_GT(allocations, 0);
-    std::set<Tree> repaired;
+    std::set<Tree> seen;
     int aborted = 0;
     int more = 0;
     for (const bool fromThenOn : {false, true}) {
@@ -32,15 +32,15 @@ TEST_P(Allocation, ThatFailsLeavesThePromiseKeptAndIsRepaired)
             SCOPED_TRACE("allocation " + std::to_string(ordinal) +
                          (fromThenOn ? " and all after it" : ""));
             Appliance appliance;
-            arrange(kind, appliance);
-            const Tree before = treeNow();
+            arrange(scenario, appliance);
+            const Tree before = currentTree();
 
-            const RunResult run = runWithPreload(appliance, kind, "failing-allocation", ordinal,
+            const RunResult run = runWithPreload(appliance, scenario, "failing-allocation", ordinal,
                                                  fromThenOn ? INT_MAX : ordinal);
 
-            EXPECT_TRUE(
-                keepsPromise(kind, run, before, {.console = true, .log = true, .signal = SIGABRT}));
-            EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+            EXPECT_TRUE(holdsGuarantee(scenario, run, before,
+                                       {.console = true, .log = true, .signal = SIGABRT}));
+            EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
             aborted += run.signal == SIGABRT ? 1 : 0;
             if (HasFailure() && ++more == triesAfterFailure) {
                 return;
@@ -51,7 +51,7 @@ TEST_P(Allocation, ThatFailsLeavesThePromiseKeptAndIsRepaired)
     RecordProperty("allocations failed", 2 * allocations);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Allocation, testing::ValuesIn(runKinds()),
+INSTANTIATE_TEST_SUITE_P(, Allocation, testing::ValuesIn(scenarios()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Scenario.h"
 
-// A console that cannot be written to, or that is not there. All else is as with a good one.
+// A console that cannot be written to, or that is missing. All else is as with a good one.
 namespace {
 
 /// Bit n stands for descriptor n.
@@ -27,12 +27,12 @@ constexpr Descriptors input = 1;
 constexpr Descriptors output = 2;
 constexpr Descriptors error = 4;
 
-struct Spoilt {
+struct Unusable {
     std::string name;
     Descriptors which;
 };
 
-const std::vector<Spoilt> everySet = {
+const std::vector<Unusable> everySet = {
     {"none", 0},
     {"0", input},
     {"1", output},
@@ -43,7 +43,7 @@ const std::vector<Spoilt> everySet = {
     {"0, 1 and 2", input | output | error},
 };
 
-const std::vector<Spoilt> outputSets = {
+const std::vector<Unusable> outputSets = {
     {"1", output},
     {"2", error},
     {"1 and 2", output | error},
@@ -63,34 +63,34 @@ struct Ended {
     Tree tree;
 };
 
-Ended runPreparedBy(const RunKind& kind, const std::function<void()>& prepare)
+Ended runPreparedBy(const Scenario& scenario, const std::function<void()>& prepare)
 {
     Appliance appliance;
-    arrange(kind, appliance);
+    arrange(scenario, appliance);
     Ended ended;
-    ended.run = appliance.run(kind.arguments,
+    ended.run = appliance.run(scenario.arguments(),
                               {.name = "switch-querier", .prepare = prepare, .wrapper = {}});
-    ended.tree = treeNow();
+    ended.tree = currentTree();
     return ended;
 }
 
-/// That nothing differs but what the spoilt outputs did not take.
-void expectSame(const Ended& ended, const Ended& usual, Descriptors spoilt)
+/// Expects the same but for the output to the unusable descriptors.
+void expectSame(const Ended& ended, const Ended& usual, Descriptors unusable)
 {
     EXPECT_EQ(ended.run.status, usual.run.status);
     EXPECT_EQ(ended.run.signal, 0);
-    EXPECT_EQ(ended.run.out, (spoilt & output) != 0 ? "" : usual.run.out);
-    EXPECT_EQ(ended.run.err, (spoilt & error) != 0 ? "" : usual.run.err);
+    EXPECT_EQ(ended.run.out, (unusable & output) != 0 ? "" : usual.run.out);
+    EXPECT_EQ(ended.run.err, (unusable & error) != 0 ? "" : usual.run.err);
     EXPECT_EQ(ended.run.log, usual.run.log);
     EXPECT_EQ(ended.tree, usual.tree);
 }
 
-class Console : public testing::TestWithParam<RunKind> {};
+class Console : public testing::TestWithParam<Scenario> {};
 
 TEST_P(Console, MayBeClosed)
 {
     const Ended usual = runPreparedBy(GetParam(), [] {});
-    for (const Spoilt& closed : everySet) {
+    for (const Unusable& closed : everySet) {
         SCOPED_TRACE("closed: " + closed.name);
         expectSame(
             runPreparedBy(GetParam(), [&] { forEach(closed.which, [](int fd) { close(fd); }); }),
@@ -102,7 +102,7 @@ TEST_P(Console, MayBeClosed)
 TEST_P(Console, MayBeAFullDevice)
 {
     const Ended usual = runPreparedBy(GetParam(), [] {});
-    for (const Spoilt& full : outputSets) {
+    for (const Unusable& full : outputSets) {
         SCOPED_TRACE("full: " + full.name);
         const auto prepare = [&] {
             const int device = open("/dev/full", O_WRONLY | O_CLOEXEC);
@@ -127,10 +127,10 @@ std::function<void()> pipesWithoutReader(Descriptors which, void (*handler)(int)
     };
 }
 
-TEST_P(Console, MayHaveLostItsReaderWhereTheCallerIgnoresTheSignal)
+TEST_P(Console, MayHaveLostItsReaderIfTheCallerIgnoresTheSignal)
 {
     const Ended usual = runPreparedBy(GetParam(), [] {});
-    for (const Spoilt& gone : outputSets) {
+    for (const Unusable& gone : outputSets) {
         SCOPED_TRACE("without a reader: " + gone.name);
         expectSame(runPreparedBy(GetParam(), pipesWithoutReader(gone.which, SIG_IGN)), usual,
                    gone.which);
@@ -140,30 +140,30 @@ TEST_P(Console, MayHaveLostItsReaderWhereTheCallerIgnoresTheSignal)
 
 TEST_P(Console, ThatHasLostItsReaderEndsTheRunButTearsNoFile)
 {
-    const RunKind& kind = GetParam();
-    const Ended usual = runPreparedBy(kind, [] {});
-    for (const Spoilt& gone : outputSets) {
+    const Scenario& scenario = GetParam();
+    const Ended usual = runPreparedBy(scenario, [] {});
+    for (const Unusable& gone : outputSets) {
         SCOPED_TRACE("without a reader: " + gone.name);
         Appliance appliance;
-        arrange(kind, appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        const Tree before = currentTree();
 
         const RunResult run =
-            appliance.run(kind.arguments, {.name = "switch-querier",
-                                           .prepare = pipesWithoutReader(gone.which, SIG_DFL),
-                                           .wrapper = {}});
+            appliance.run(scenario.arguments(), {.name = "switch-querier",
+                                                 .prepare = pipesWithoutReader(gone.which, SIG_DFL),
+                                                 .wrapper = {}});
 
         const bool speaks = ((gone.which & output) != 0 && !usual.run.out.empty()) ||
                             ((gone.which & error) != 0 && !usual.run.err.empty());
         EXPECT_EQ(run.signal, speaks ? SIGPIPE : 0);
-        EXPECT_TRUE(keepsPromise(kind, run, before, {.console = true, .signal = SIGPIPE}));
-        std::set<Tree> repaired;
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {.console = true, .signal = SIGPIPE}));
+        std::set<Tree> seen;
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
     }
     RecordProperty("consoles", static_cast<int>(outputSets.size()));
 }
 
-INSTANTIATE_TEST_SUITE_P(, Console, testing::ValuesIn(runKinds()),
+INSTANTIATE_TEST_SUITE_P(, Console, testing::ValuesIn(scenarios()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -20,8 +20,8 @@
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Scenario.h"
 
 namespace fs = std::filesystem;
 
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    /// Once the program has ended.
+    /// After the program has ended.
     void take(RunResult& run)
     {
         run.out = take(out);
@@ -82,8 +82,8 @@ private:
     std::array<int, 2> err{};
 };
 
-/// Runs with files that cannot grow beyond this size, and SIGXFSZ handled like this.
-RunResult runWithFileSizeLimit(Appliance& appliance, const RunKind& kind, std::size_t bytes,
+/// Runs with files that cannot grow past this size, and with this handler of SIGXFSZ.
+RunResult runWithFileSizeLimit(Appliance& appliance, const Scenario& scenario, std::size_t bytes,
                                void (*handler)(int))
 {
     PipedConsole console;
@@ -95,13 +95,13 @@ RunResult runWithFileSizeLimit(Appliance& appliance, const RunKind& kind, std::s
         setrlimit(RLIMIT_CORE, &noCore);
         std::signal(SIGXFSZ, handler);
     };
-    RunResult run =
-        appliance.run(kind.arguments, {.name = "switch-querier", .prepare = limit, .wrapper = {}});
+    RunResult run = appliance.run(scenario.arguments(),
+                                  {.name = "switch-querier", .prepare = limit, .wrapper = {}});
     console.take(run);
     return run;
 }
 
-/// Every size from none to the whole text, with this step, and those next to a page or a buffer.
+/// Every size from 0 to the whole text, with this step, and those next to a page or a buffer.
 std::set<std::size_t> sizesUpTo(std::size_t size, std::size_t step)
 {
     std::set<std::size_t> sizes = {size - 1, size};
@@ -118,28 +118,29 @@ std::set<std::size_t> sizesUpTo(std::size_t size, std::size_t step)
     return sizes;
 }
 
-void expectRefusedBelowTheWholeText(const RunKind& kind, std::size_t step)
+void expectRefusedBelowTheWholeText(const Scenario& scenario, std::size_t step)
 {
-    std::set<Tree> repaired;
+    std::set<Tree> seen;
     int limits = 0;
     int more = 0;
-    for (const std::size_t bytes : sizesUpTo(kind.after.size(), step)) {
-        SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(kind.after.size()));
+    for (const std::size_t bytes : sizesUpTo(scenario.after().size(), step)) {
+        SCOPED_TRACE(std::to_string(bytes) + " bytes of " +
+                     std::to_string(scenario.after().size()));
         Appliance appliance;
-        arrange(kind, appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        const Tree before = currentTree();
 
-        const RunResult run = runWithFileSizeLimit(appliance, kind, bytes, SIG_IGN);
+        const RunResult run = runWithFileSizeLimit(appliance, scenario, bytes, SIG_IGN);
 
-        EXPECT_TRUE(keepsPromise(kind, run, before, {}));
-        if (bytes < kind.after.size()) {
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
+        if (bytes < scenario.after().size()) {
             EXPECT_EQ(run.status, 236);
-            EXPECT_TRUE(run.err.ends_with("\nERROR: Cannot write Json file, code 1\n"));
-            EXPECT_EQ(readFile(configPath + ".filsec"), kind.after.substr(0, bytes));
+            EXPECT_TRUE(run.err.ends_with("\nERROR: " + expected::notWritten(1).message + "\n"));
+            EXPECT_EQ(readFile(configPath + ".filsec"), scenario.after().substr(0, bytes));
         } else {
-            EXPECT_EQ(run.status, kind.status);
+            EXPECT_EQ(run.status, scenario.status);
         }
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
         ++limits;
         if (testing::Test::HasFailure() && ++more == triesAfterFailure) {
             return;
@@ -150,37 +151,37 @@ void expectRefusedBelowTheWholeText(const RunKind& kind, std::size_t step)
 
 TEST(DiskFull, AtEveryByteKeepsTheOldFile)
 {
-    expectRefusedBelowTheWholeText(runKind("Flip"), 1);
+    expectRefusedBelowTheWholeText(scenario("Flip"), 1);
 }
 
 TEST(DiskFull, AtManyBytesOfALargeTextKeepsTheOldFile)
 {
-    expectRefusedBelowTheWholeText(runKind("LargeFlip"), 97);
+    expectRefusedBelowTheWholeText(scenario("LargeFlip"), 97);
 }
 
 TEST(DiskFull, WithTheDefaultSignalEndsTheRunAndKeepsTheOldFile)
 {
-    const RunKind& kind = runKind("Flip");
-    const std::size_t size = kind.after.size();
-    std::set<Tree> repaired;
+    const Scenario& scenario = ::scenario("Flip");
+    const std::size_t size = scenario.after().size();
+    std::set<Tree> seen;
     const std::vector<std::size_t> limits = {0, 1, size / 2, size - 1};
     for (const std::size_t bytes : limits) {
         SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(size));
         Appliance appliance;
-        arrange(kind, appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        const Tree before = currentTree();
 
-        const RunResult run = runWithFileSizeLimit(appliance, kind, bytes, SIG_DFL);
+        const RunResult run = runWithFileSizeLimit(appliance, scenario, bytes, SIG_DFL);
 
         EXPECT_EQ(run.signal, SIGXFSZ);
-        EXPECT_TRUE(keepsPromise(kind, run, before, {.signal = SIGXFSZ}));
-        EXPECT_EQ(readFile(configPath), kind.before);
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {.signal = SIGXFSZ}));
+        EXPECT_EQ(readFile(configPath), scenario.before());
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
     }
     RecordProperty("sizes", static_cast<int>(limits.size()));
 }
 
-/// A small file system of its own in place of the appliance's folder.
+/// A small file system of its own in place of the appliance's directory.
 class Disk {
 public:
     explicit Disk(const std::string& options)
@@ -197,7 +198,7 @@ public:
     Disk(const Disk&) = delete;
     Disk& operator=(const Disk&) = delete;
 
-    /// Makes files of this size until no more goes, and takes so many of them away again.
+    /// Makes files of this size until no more fit, and removes so many of them again.
     void fillBut(std::size_t fileSize, int spared)
     {
         const std::string text(fileSize, 'x');
@@ -234,29 +235,29 @@ private:
 TEST(DiskFull, AtEveryPageKeepsTheOldFile)
 {
     const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    std::set<Tree> repaired;
+    std::set<Tree> seen;
     int fillings = 0;
     for (const std::string name : {"Flip", "LargeFlip"}) {
-        const RunKind& kind = runKind(name);
-        const int needed = static_cast<int>((kind.after.size() + pageSize - 1) / pageSize);
+        const Scenario& scenario = ::scenario(name);
+        const int needed = static_cast<int>((scenario.after().size() + pageSize - 1) / pageSize);
         for (int pages = 0; pages <= needed + 1; ++pages) {
             SCOPED_TRACE(name + ", " + std::to_string(pages) + " pages of " +
                          std::to_string(needed));
             Appliance appliance;
             Disk disk("size=" + std::to_string(16 * pageSize));
-            arrange(kind, appliance);
+            arrange(scenario, appliance);
             disk.fillBut(pageSize, pages);
             if (pages == 0) {
                 disk.fillBut(1, 0);
             }
-            const Tree before = treeNow();
+            const Tree before = currentTree();
 
-            const RunResult run = appliance.run(kind.arguments);
+            const RunResult run = appliance.run(scenario.arguments());
 
-            EXPECT_TRUE(keepsPromise(kind, run, before, {}));
-            EXPECT_EQ(run.status, pages < needed ? 236 : kind.status);
+            EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
+            EXPECT_EQ(run.status, pages < needed ? 236 : scenario.status);
             disk.clear();
-            EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+            EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
             ++fillings;
         }
     }
@@ -265,44 +266,44 @@ TEST(DiskFull, AtEveryPageKeepsTheOldFile)
 
 TEST(DiskFull, OfInodesKeepsTheOldFile)
 {
-    const RunKind& kind = runKind("Flip");
-    std::set<Tree> repaired;
+    const Scenario& scenario = ::scenario("Flip");
+    std::set<Tree> seen;
     for (const int spared : {0, 1}) {
         SCOPED_TRACE(std::to_string(spared) + " inodes");
         Appliance appliance;
         Disk disk("nr_inodes=16");
-        arrange(kind, appliance);
+        arrange(scenario, appliance);
         disk.fillBut(0, spared);
-        const Tree before = treeNow();
+        const Tree before = currentTree();
 
-        const RunResult run = appliance.run(kind.arguments);
+        const RunResult run = appliance.run(scenario.arguments());
 
-        EXPECT_TRUE(keepsPromise(kind, run, before, {}));
-        EXPECT_EQ(run.status, spared == 0 ? 226 : kind.status);
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
+        EXPECT_EQ(run.status, spared == 0 ? 226 : scenario.status);
         EXPECT_EQ(readFile(configPath + ".filsec"), "(missing)");
         disk.clear();
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
     }
     RecordProperty("disks", 2);
 }
 
 TEST(DiskReadOnly, KeepsTheOldFile)
 {
-    const RunKind& kind = runKind("Flip");
+    const Scenario& scenario = ::scenario("Flip");
     Appliance appliance;
     const Disk disk("size=1m");
-    arrange(kind, appliance);
+    arrange(scenario, appliance);
     ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-    const Tree before = treeNow();
+    const Tree before = currentTree();
 
-    const RunResult run = appliance.run(kind.arguments);
+    const RunResult run = appliance.run(scenario.arguments());
 
     EXPECT_EQ(run.status, 226);
-    EXPECT_TRUE(keepsPromise(kind, run, before, {}));
-    EXPECT_EQ(treeNow(), before);
+    EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
+    EXPECT_EQ(currentTree(), before);
     ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT, nullptr), 0);
-    std::set<Tree> repaired;
-    EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+    std::set<Tree> seen;
+    EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
     RecordProperty("disks", 1);
 }
 

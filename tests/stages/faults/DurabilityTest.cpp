@@ -9,19 +9,19 @@
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/Files.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Scenario.h"
 
-// A power cut cannot be had here. What makes the file survive one is the order of the calls.
+// There is no power cut here. The order of the calls makes the file survive one.
 namespace {
 
-std::string between(const std::string& text, const std::string& before, const std::string& behind)
+std::string between(const std::string& text, const std::string& before, const std::string& after)
 {
     const std::size_t start = text.find(before) + before.size();
-    return text.substr(start, text.find(behind, start) - start);
+    return text.substr(start, text.find(after, start) - start);
 }
 
-/// The calls that worked on what stands in the appliance's folder, without their arguments but for
-/// the paths: "fsync /appliance".
+/// The successful calls on files in the appliance's directory, with the paths alone as arguments:
+/// "fsync /appliance".
 std::vector<std::string> callsOnFiles(const std::string& trace)
 {
     std::vector<std::string> calls;
@@ -44,7 +44,7 @@ std::vector<std::string> callsOnFiles(const std::string& trace)
     return calls;
 }
 
-class Durability : public testing::TestWithParam<RunKind> {};
+class Durability : public testing::TestWithParam<Scenario> {};
 
 TEST_P(Durability, ComesFromSyncingTheBytesBeforeTheRenameAndTheNameAfterIt)
 {
@@ -53,10 +53,10 @@ TEST_P(Durability, ComesFromSyncingTheBytesBeforeTheRenameAndTheNameAfterIt)
     arrange(GetParam(), appliance);
 
     const RunResult run = appliance.run(
-        GetParam().arguments, {.name = "switch-querier",
-                               .prepare = {},
-                               .wrapper = {"strace", "-qq", "-y", "-o", traceFile, "-e",
-                                           "trace=write,writev,close,fsync,fdatasync,/^rename"}});
+        GetParam().arguments(), {.name = "switch-querier",
+                                 .prepare = {},
+                                 .wrapper = {"strace", "-qq", "-y", "-o", traceFile, "-e",
+                                             "trace=write,writev,close,fsync,fdatasync,/^rename"}});
 
     EXPECT_EQ(run.status, GetParam().status);
     EXPECT_EQ(callsOnFiles(readFile(traceFile)),
@@ -76,8 +76,8 @@ TEST_P(Durability, ComesFromSyncingTheBytesBeforeTheRenameAndTheNameAfterIt)
 }
 
 INSTANTIATE_TEST_SUITE_P(, Durability,
-                         testing::Values(runKind("Flip"), runKind("LargeFlip"),
-                                         runKind("UpdateBySwitch")),
+                         testing::Values(scenario("Flip"), scenario("LargeFlip"),
+                                         scenario("UpdateBySwitch")),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -8,35 +8,35 @@
 #include <string>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Scenario.h"
 #include "tests/stages/faults/Trace.h"
 
 namespace {
 
-class Kill : public testing::TestWithParam<RunKind> {};
+class Kill : public testing::TestWithParam<Scenario> {};
 
-TEST_P(Kill, AtAnySystemCallTearsNoFileAndIsRepaired)
+TEST_P(Kill, AtAnySystemCallTearsNoFile)
 {
-    const RunKind& kind = GetParam();
-    std::set<Tree> repaired;
+    const Scenario& scenario = GetParam();
+    std::set<Tree> seen;
     int kills = 0;
     int more = 0;
-    for (const SystemCall& call : systemCallsOf(kind)) {
+    for (const SystemCall& call : systemCallsOf(scenario)) {
         if (call.name == "execve") {
             continue;  // that is not the program yet
         }
         SCOPED_TRACE("killed at " + call.text);
         Appliance appliance;
-        arrange(kind, appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        const Tree before = currentTree();
 
-        const RunResult run = runWithFault(appliance, kind, call.name,
+        const RunResult run = runWithFault(appliance, scenario, call.name,
                                            "signal=KILL:when=" + std::to_string(call.ordinal));
 
         EXPECT_EQ(run.signal, SIGKILL);
-        EXPECT_TRUE(keepsPromise(kind, run, before, {.signal = SIGKILL}));
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {.signal = SIGKILL}));
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
         ++kills;
         if (HasFailure() && ++more == triesAfterFailure) {
             return;
@@ -46,7 +46,7 @@ TEST_P(Kill, AtAnySystemCallTearsNoFileAndIsRepaired)
     RecordProperty("kills", kills);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Kill, testing::ValuesIn(runKinds()),
+INSTANTIATE_TEST_SUITE_P(, Kill, testing::ValuesIn(scenarios()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -10,17 +10,18 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
-#include "tests/stages/faults/Promise.h"
+#include "tests/stages/faults/Guarantee.h"
 
 namespace fs = std::filesystem;
 
-// What may stand under the name of the configuration file or of the temporary file, and what those
-// names may be.
+// What may have the name of the configuration file or of the temporary file, and what those names
+// may be.
 namespace {
 
-const std::string folder = std::string(Appliance::directory) + "/";
+const std::string directory = std::string(Appliance::directory) + "/";
 const std::string temporaryPath = configPath + ".filsec";
 const std::string oldText = handwritten("false");
 const std::string oldFile = "file: " + oldText;
@@ -28,7 +29,7 @@ const std::string newFile = "file: " + rewritten("true");
 
 std::string pathOfLength(std::size_t length)
 {
-    return folder + std::string(length, 'n');
+    return directory + std::string(length, 'n');
 }
 
 struct Row {
@@ -36,8 +37,8 @@ struct Row {
     std::string path;
     std::function<void()> arrange;
     int status;
-    std::string error;  ///< how the console's last line begins; empty where there is no error
-    Tree after;         ///< below the folder
+    std::string error;  ///< the message; empty if there is no error
+    Tree after;         ///< of the appliance's directory
 };
 
 void PrintTo(const Row& row, std::ostream* out)
@@ -59,38 +60,38 @@ std::function<void()> configNamed(const std::string& path)
 }
 
 const std::vector<Row> rows = {
-    {"TemporaryNameIsAFolder",
+    {"TemporaryNameIsADirectory",
      configPath,
      configAnd([] { fs::create_directory(temporaryPath); }),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
-     {{configPath, oldFile}, {temporaryPath, "folder"}}},
+     expected::notOpened().message,
+     {{configPath, oldFile}, {temporaryPath, "directory"}}},
     {"TemporaryNameIsALinkToAFile",
      configPath,
      configAnd([] {
-         writeFile(folder + "elsewhere", "a text that is longer than " + rewritten("true"));
+         writeFile(directory + "elsewhere", "a text that is longer than " + rewritten("true"));
          fs::create_symlink("elsewhere", temporaryPath);
      }),
      1,
      "",
-     {{configPath, "link to elsewhere"}, {folder + "elsewhere", newFile}}},
-    {"TemporaryNameIsALinkToNothing",
+     {{configPath, "link to elsewhere"}, {directory + "elsewhere", newFile}}},
+    {"TemporaryNameIsADanglingLink",
      configPath,
      configAnd([] { fs::create_symlink("elsewhere", temporaryPath); }),
      1,
      "",
-     {{configPath, "link to elsewhere"}, {folder + "elsewhere", newFile}}},
+     {{configPath, "link to elsewhere"}, {directory + "elsewhere", newFile}}},
     {"TemporaryNameIsALinkToAFullDevice",
      configPath,
      configAnd([] { fs::create_symlink("/dev/full", temporaryPath); }),
      236,
-     "ERROR: Cannot write Json file, code 1",
+     expected::notWritten(1).message,
      {{configPath, oldFile}, {temporaryPath, "link to /dev/full"}}},
     {"TemporaryNameIsALinkToItself",
      configPath,
      configAnd([] { fs::create_symlink("config.json.filsec", temporaryPath); }),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
+     expected::notOpened().message,
      {{configPath, oldFile}, {temporaryPath, "link to config.json.filsec"}}},
     {"TemporaryFileIsReadOnly",
      configPath,
@@ -99,34 +100,34 @@ const std::vector<Row> rows = {
          chmod(temporaryPath.c_str(), 0444);
      }),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
+     expected::notOpened().message,
      {{configPath, oldFile}, {temporaryPath, "file: left"}}},
-    {"ConfigIsAFolder",
+    {"ConfigIsADirectory",
      configPath,
      [] { fs::create_directory(configPath); },
      163,
-     "ERROR: Cannot read Json config file '" + configPath + "'",
-     {{configPath, "folder"}}},
+     expected::unreadable(configPath).message,
+     {{configPath, "directory"}}},
     {"ConfigIsALink",
      configPath,
      [] {
-         writeFile(folder + "elsewhere", oldText);
+         writeFile(directory + "elsewhere", oldText);
          fs::create_symlink("elsewhere", configPath);
      },
      1,
      "",
-     {{configPath, newFile}, {folder + "elsewhere", oldFile}}},
+     {{configPath, newFile}, {directory + "elsewhere", oldFile}}},
     {"ConfigIsReadOnly",
      configPath,
      configAnd([] { chmod(configPath.c_str(), 0444); }),
      1,
      "",
      {{configPath, newFile}}},
-    {"FolderIsReadOnly",
+    {"DirectoryIsReadOnly",
      configPath,
      configAnd([] { chmod(Appliance::directory, 0555); }),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
+     expected::notOpened().message,
      {{configPath, oldFile}}},
     {"NameOf248Bytes",
      pathOfLength(248),
@@ -138,19 +139,19 @@ const std::vector<Row> rows = {
      pathOfLength(249),
      configNamed(pathOfLength(249)),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
+     expected::notOpened().message,
      {{pathOfLength(249), oldFile}}},
     {"NameOf255Bytes",
      pathOfLength(255),
      configNamed(pathOfLength(255)),
      226,
-     "ERROR: Cannot open Json file for writing, code -1",
+     expected::notOpened().message,
      {{pathOfLength(255), oldFile}}},
     {"NameOf256Bytes",
      pathOfLength(256),
      [] {},
      163,
-     "ERROR: Cannot read Json config file '" + pathOfLength(256) + "'",
+     expected::unreadable(pathOfLength(256)).message,
      {}},
 };
 
@@ -164,10 +165,10 @@ std::string lastLineOf(const std::string& text)
     return text.substr(text.rfind('\n', text.size() - 2) + 1);
 }
 
-Tree filesBelowFolder()
+Tree filesInDirectory()
 {
-    Tree tree = treeNow();
-    std::erase_if(tree, [](const auto& entry) { return !entry.first.starts_with(folder); });
+    Tree tree = currentTree();
+    std::erase_if(tree, [](const auto& entry) { return !entry.first.starts_with(directory); });
     return tree;
 }
 
@@ -181,8 +182,8 @@ TEST_P(Name, DecidesWhetherTheFileIsReplaced)
 
     EXPECT_EQ(run.status, row.status);
     EXPECT_EQ(lastLineOf(run.err),
-              row.error.empty() ? "New setting    : Encoder\n" : row.error + "\n");
-    EXPECT_EQ(filesBelowFolder(), row.after);
+              row.error.empty() ? expected::report({}, 0, 1).back() : "ERROR: " + row.error + "\n");
+    EXPECT_EQ(filesInDirectory(), row.after);
     RecordProperty("names", 1);
 }
 

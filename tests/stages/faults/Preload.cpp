@@ -17,7 +17,7 @@ const std::string countFile = "/tmp/count";
 
 }  // namespace
 
-RunResult runWithPreload(Appliance& appliance, const RunKind& kind, const std::string& object,
+RunResult runWithPreload(Appliance& appliance, const Scenario& scenario, const std::string& object,
                          int first, int last)
 {
     const auto preload = [&] {
@@ -28,16 +28,16 @@ RunResult runWithPreload(Appliance& appliance, const RunKind& kind, const std::s
         setenv("FAULT_LAST", std::to_string(last).c_str(), 1);
         setenv("FAULT_COUNT_FILE", countFile.c_str(), 1);
     };
-    return appliance.run(kind.arguments,
+    return appliance.run(scenario.arguments(),
                          {.name = "switch-querier", .prepare = preload, .wrapper = {}});
 }
 
-int preloadedCallsOf(const RunKind& kind, const std::string& object)
+int preloadedCallsOf(const Scenario& scenario, const std::string& object)
 {
     Appliance appliance;
-    arrange(kind, appliance);
-    const RunResult run = runWithPreload(appliance, kind, object, 0, 0);
-    EXPECT_EQ(run.status, kind.status) << "cannot preload: " << run.err;
+    arrange(scenario, appliance);
+    const RunResult run = runWithPreload(appliance, scenario, object, 0, 0);
+    EXPECT_EQ(run.status, scenario.status) << "cannot preload: " << run.err;
     const std::string count = readFile(countFile);
     EXPECT_NE(count, "(missing)") << "the object is not preloaded";
     return static_cast<int>(std::strtol(count.c_str(), nullptr, 10));

@@ -6,12 +6,12 @@
 #include <string>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Scenario.h"
 
-/// Runs with a shared object of preload/ in place, which strikes its calls from the first to the
-/// last of these ordinals. No core file is left.
-RunResult runWithPreload(Appliance& appliance, const RunKind& kind, const std::string& object,
+/// Runs with a shared object of preload/, which fails its calls from the first to the last of these
+/// ordinals. No core file is left.
+RunResult runWithPreload(Appliance& appliance, const Scenario& scenario, const std::string& object,
                          int first, int last);
 
-/// How many such calls an undisturbed run of the kind makes.
-int preloadedCallsOf(const RunKind& kind, const std::string& object);
+/// How many such calls a run of the scenario makes without a fault.
+int preloadedCallsOf(const Scenario& scenario, const std::string& object);

@@ -13,17 +13,17 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Scenario.h"
 #include "tests/stages/faults/Trace.h"
 
-// Every system call of every kind of run, failed with every error that it may well report.
+// Every system call of every scenario fails with every error that it can plausibly report.
 namespace {
 
 using Names = std::vector<std::string>;
 
 /// The errors are those of the manual pages, and those that file systems, security modules and the
-/// GPIO drivers are known for. What is not listed gets the errors of the last line.
+/// GPIO drivers are known for. A call that is not listed gets the errors of the last line.
 const std::map<std::string, Names> errorsOf = {
     {"openat",
      {"EACCES", "EBUSY", "EDQUOT", "EINTR", "EIO", "EISDIR", "ELOOP", "EMFILE", "ENFILE", "ENODEV",
@@ -61,14 +61,14 @@ const std::map<std::string, Names> errorsOf = {
     {"", {"EINTR", "EINVAL", "EIO", "ENOMEM", "ENOSYS", "EPERM"}},
 };
 
-/// What strace(1) is to give back in place of each result.
+/// What strace(1) is to return in place of each result.
 Names faultsOf(const std::string& name)
 {
     if (name == "exit_group") {
-        return {};  // it has no way to fail
+        return {};  // it cannot fail
     }
     if (name == "brk") {
-        return {"retval=0"};  // the kernel's brk reports no error, but an end that did not move
+        return {"retval=0"};  // the kernel's brk reports no error, but the old end
     }
     Names faults;
     const auto listed = errorsOf.find(name);
@@ -96,7 +96,7 @@ std::string whenOf(const SystemCall& call, const std::string& fault, Times times
     if (times == Times::once) {
         return when;
     }
-    // The C++ library repeats what a signal interrupted until it is not any more.
+    // The C++ library repeats an interrupted call until it is not interrupted any more.
     return fault == "error=EINTR" ? when + ".." + std::to_string(call.ordinal + 4) : when + "+";
 }
 
@@ -105,20 +105,20 @@ bool isOnConsole(const SystemCall& call)
     return call.text.starts_with(call.name + "(1,") || call.text.starts_with(call.name + "(2,");
 }
 
-Excuse excuseFor(const SystemCall& call, Times times)
+Tolerance toleranceFor(const SystemCall& call, Times times)
 {
-    Excuse excuse;
+    Tolerance tolerance;
     const bool writes = isOneOf(call.name, {"write", "writev"});
-    excuse.console = writes && (isOnConsole(call) || times == Times::fromThenOn);
-    excuse.log = isOneOf(call.name, {"socket", "connect", "sendto"});
+    tolerance.console = writes && (isOnConsole(call) || times == Times::fromThenOn);
+    tolerance.log = isOneOf(call.name, {"socket", "connect", "sendto"});
     if (isOneOf(call.name, {"brk", "mmap", "mremap"})) {
-        excuse.signal = SIGABRT;
+        tolerance.signal = SIGABRT;
     }
-    return excuse;
+    return tolerance;
 }
 
-/// Whether the failure is nothing to the run's result: that of a close or a sync, by what
-/// ReplacingFile says, and that of the console and the system log.
+/// Whether the failure does not change the run's result: that of a close or a sync, as
+/// ReplacingFile specifies, and that of the console and the system log.
 bool isHarmless(const SystemCall& call, Times times)
 {
     return isOneOf(call.name, {"clock_nanosleep", "close", "connect", "fcntl", "fstat", "fsync",
@@ -126,18 +126,18 @@ bool isHarmless(const SystemCall& call, Times times)
            (isOnConsole(call) && times == Times::once);
 }
 
-using Case = std::tuple<RunKind, Times>;
+using Case = std::tuple<Scenario, Times>;
 
 class SystemCallThatFails : public testing::TestWithParam<Case> {};
 
-TEST_P(SystemCallThatFails, LeavesThePromiseKeptAndIsRepaired)
+TEST_P(SystemCallThatFails, HoldsTheGuarantee)
 {
-    const auto& [kind, times] = GetParam();
-    std::set<Tree> repaired;
+    const auto& [scenario, times] = GetParam();
+    std::set<Tree> seen;
     std::set<int> statuses;
     int injections = 0;
     int more = 0;
-    for (const SystemCall& call : systemCallsOf(kind)) {
+    for (const SystemCall& call : systemCallsOf(scenario)) {
         if (!call.ours) {
             continue;
         }
@@ -145,16 +145,16 @@ TEST_P(SystemCallThatFails, LeavesThePromiseKeptAndIsRepaired)
             const std::string inject = fault + ":when=" + whenOf(call, fault, times);
             SCOPED_TRACE("inject=" + call.name + ":" + inject + ", which is " + call.text);
             Appliance appliance;
-            arrange(kind, appliance);
-            const Tree before = treeNow();
+            arrange(scenario, appliance);
+            const Tree before = currentTree();
 
-            const RunResult run = runWithFault(appliance, kind, call.name, inject);
+            const RunResult run = runWithFault(appliance, scenario, call.name, inject);
 
-            EXPECT_TRUE(keepsPromise(kind, run, before, excuseFor(call, times)));
+            EXPECT_TRUE(holdsGuarantee(scenario, run, before, toleranceFor(call, times)));
             if (isHarmless(call, times)) {
-                EXPECT_EQ(run.status, kind.status);
+                EXPECT_EQ(run.status, scenario.status);
             }
-            EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+            EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
             if (run.signal == 0) {
                 statuses.insert(run.status);
             }
@@ -164,12 +164,12 @@ TEST_P(SystemCallThatFails, LeavesThePromiseKeptAndIsRepaired)
             }
         }
     }
-    EXPECT_EQ(statuses, statusesOf(kind)) << "the faults do not strike where they should";
+    EXPECT_EQ(statuses, statusesOf(scenario)) << "the faults miss some calls";
     RecordProperty("system calls failed", injections);
 }
 
 INSTANTIATE_TEST_SUITE_P(, SystemCallThatFails,
-                         testing::Combine(testing::ValuesIn(runKinds()),
+                         testing::Combine(testing::ValuesIn(scenarios()),
                                           testing::Values(Times::once, Times::fromThenOn)),
                          [](const auto& row) {
                              return std::get<0>(row.param).name +

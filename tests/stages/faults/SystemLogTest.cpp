@@ -10,8 +10,8 @@
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/Files.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Scenario.h"
 
 namespace fs = std::filesystem;
 
@@ -19,12 +19,12 @@ namespace {
 
 const std::string logPath = "/dev/log";
 
-struct Spoilt {
+struct Unusable {
     std::string name;
-    std::function<void(Appliance&)> spoil;
+    std::function<void(Appliance&)> breakLog;
 };
 
-const std::vector<Spoilt> spoiltLogs = {
+const std::vector<Unusable> unusableLogs = {
     {"missing", [](Appliance&) { fs::remove(logPath); }},
     {"dead", [](Appliance& appliance) { appliance.systemLog.die(); }},
     {"a plain file",
@@ -32,38 +32,38 @@ const std::vector<Spoilt> spoiltLogs = {
          fs::remove(logPath);
          writeFile(logPath, "plain");
      }},
-    {"a folder",
+    {"a directory",
      [](Appliance&) {
          fs::remove(logPath);
          fs::create_directory(logPath);
      }},
 };
 
-class UnusableSystemLog : public testing::TestWithParam<RunKind> {};
+class UnusableSystemLog : public testing::TestWithParam<Scenario> {};
 
 TEST_P(UnusableSystemLog, ChangesNothingElse)
 {
-    const RunKind& kind = GetParam();
-    for (const Spoilt& log : spoiltLogs) {
+    const Scenario& scenario = GetParam();
+    for (const Unusable& log : unusableLogs) {
         SCOPED_TRACE(log.name);
         Appliance appliance;
-        arrange(kind, appliance);
-        log.spoil(appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        log.breakLog(appliance);
+        const Tree before = currentTree();
 
-        const RunResult run = appliance.run(kind.arguments);
+        const RunResult run = appliance.run(scenario.arguments());
 
-        EXPECT_EQ(run.status, kind.status);
-        EXPECT_TRUE(keepsPromise(kind, run, before, {.log = true}));
+        EXPECT_EQ(run.status, scenario.status);
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {.log = true}));
         EXPECT_EQ(run.log, std::vector<LogRecord>{});
         if (fs::is_regular_file(logPath)) {
             EXPECT_EQ(readFile(logPath), "plain");
         }
     }
-    RecordProperty("logs", static_cast<int>(spoiltLogs.size()));
+    RecordProperty("logs", static_cast<int>(unusableLogs.size()));
 }
 
-INSTANTIATE_TEST_SUITE_P(, UnusableSystemLog, testing::ValuesIn(runKinds()),
+INSTANTIATE_TEST_SUITE_P(, UnusableSystemLog, testing::ValuesIn(scenarios()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

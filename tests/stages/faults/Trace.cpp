@@ -21,16 +21,16 @@ void leaveNoCore()
 
 }  // namespace
 
-std::vector<SystemCall> systemCallsOf(const RunKind& kind)
+std::vector<SystemCall> systemCallsOf(const Scenario& scenario)
 {
     const std::string file = "/tmp/trace";
     Appliance appliance;
-    arrange(kind, appliance);
-    const RunResult run =
-        appliance.run(kind.arguments, {.name = "switch-querier",
-                                       .prepare = {},
-                                       .wrapper = {"strace", "-qq", "-s", "200", "-o", file}});
-    EXPECT_EQ(run.status, kind.status) << "cannot trace: " << run.err;
+    arrange(scenario, appliance);
+    const RunResult run = appliance.run(scenario.arguments(),
+                                        {.name = "switch-querier",
+                                         .prepare = {},
+                                         .wrapper = {"strace", "-qq", "-s", "200", "-o", file}});
+    EXPECT_EQ(run.status, scenario.status) << "cannot trace: " << run.err;
 
     std::vector<SystemCall> calls;
     std::map<std::string, int> counts;
@@ -46,10 +46,10 @@ std::vector<SystemCall> systemCallsOf(const RunKind& kind)
     return calls;
 }
 
-RunResult runWithFault(Appliance& appliance, const RunKind& kind, const std::string& name,
+RunResult runWithFault(Appliance& appliance, const Scenario& scenario, const std::string& name,
                        const std::string& fault)
 {
-    return appliance.run(kind.arguments,
+    return appliance.run(scenario.arguments(),
                          {.name = "switch-querier",
                           .prepare = leaveNoCore,
                           .wrapper = {"strace", "-qq", "-o", "/dev/null", "-e", "trace=" + name,

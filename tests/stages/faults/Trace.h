@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Scenario.h"
 
 /// One system call of a run.
 struct SystemCall {
@@ -17,10 +17,10 @@ struct SystemCall {
     bool ours;         ///< made by main or after it; before, it is the C library's start
 };
 
-/// The system calls of an undisturbed run of the kind.
-std::vector<SystemCall> systemCallsOf(const RunKind& kind);
+/// The system calls of a run of the scenario without a fault.
+std::vector<SystemCall> systemCallsOf(const Scenario& scenario);
 
-/// Runs with strace(1) tampering with the calls of this name; the fault is in strace's words, such
-/// as "error=EIO:when=3+". No core file is left.
-RunResult runWithFault(Appliance& appliance, const RunKind& kind, const std::string& name,
+/// Runs with strace(1) injecting a fault into the calls of this name, in strace's syntax: for
+/// example "error=EIO:when=3+". No core file is left.
+RunResult runWithFault(Appliance& appliance, const Scenario& scenario, const std::string& name,
                        const std::string& fault);

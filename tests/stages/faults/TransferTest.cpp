@@ -8,34 +8,34 @@
 #include <string>
 
 #include "tests/appliance/Appliance.h"
+#include "tests/stages/faults/Guarantee.h"
 #include "tests/stages/faults/Preload.h"
-#include "tests/stages/faults/Promise.h"
-#include "tests/stages/faults/RunKind.h"
+#include "tests/stages/faults/Scenario.h"
 
-// read(2) and write(2) may transfer less than they were asked for. Only the level of the switch has
-// to come in one piece, as the kernel delivers it.
+// read(2) and write(2) may transfer less than requested. Only the level of the switch has to come
+// in one piece, as the kernel delivers it.
 namespace {
 
-class ShortTransfer : public testing::TestWithParam<RunKind> {};
+class ShortTransfer : public testing::TestWithParam<Scenario> {};
 
 TEST_P(ShortTransfer, LosesNoByteOfAFile)
 {
-    const RunKind& kind = GetParam();
-    const int transfers = preloadedCallsOf(kind, "short-transfer");
+    const Scenario& scenario = GetParam();
+    const int transfers = preloadedCallsOf(scenario, "short-transfer");
     EXPECT_GT(transfers, 0);
-    std::set<Tree> repaired;
+    std::set<Tree> seen;
     const auto runWith = [&](int first, int last) {
         SCOPED_TRACE("transfers " + std::to_string(first) + " to " + std::to_string(last));
         Appliance appliance;
-        arrange(kind, appliance);
-        const Tree before = treeNow();
+        arrange(scenario, appliance);
+        const Tree before = currentTree();
 
-        const RunResult run = runWithPreload(appliance, kind, "short-transfer", first, last);
+        const RunResult run = runWithPreload(appliance, scenario, "short-transfer", first, last);
 
-        EXPECT_TRUE(keepsPromise(kind, run, before, {}));
-        EXPECT_TRUE(run.status == kind.status ||
-                    run.err.starts_with("ERROR: Cannot read GPIO17 status\n"));
-        EXPECT_TRUE(isRepairedByTheNextRun(kind, appliance, repaired));
+        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
+        EXPECT_TRUE(run.status == scenario.status ||
+                    run.err.starts_with("ERROR: " + expected::cannotReadSwitch() + "\n"));
+        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
     };
     for (int ordinal = 1; ordinal <= transfers; ++ordinal) {
         runWith(ordinal, ordinal);
@@ -44,7 +44,7 @@ TEST_P(ShortTransfer, LosesNoByteOfAFile)
     RecordProperty("transfers cut short", 2 * transfers);
 }
 
-INSTANTIATE_TEST_SUITE_P(, ShortTransfer, testing::ValuesIn(runKinds()),
+INSTANTIATE_TEST_SUITE_P(, ShortTransfer, testing::ValuesIn(scenarios()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

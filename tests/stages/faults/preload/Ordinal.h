@@ -9,9 +9,8 @@
 
 #include <cstdlib>
 
-// Which calls are struck: those from number FAULT_FIRST on, up to number FAULT_LAST, both of the
-// environment. How many there were is written to the file FAULT_COUNT_FILE at the program's end,
-// where that is set.
+// The calls to fail: those from number FAULT_FIRST to number FAULT_LAST, both of the environment.
+// If FAULT_COUNT_FILE is set, the number of calls is written to that file at the program's end.
 
 inline long& callCount()
 {
@@ -19,8 +18,8 @@ inline long& callCount()
     return count;
 }
 
-/// Counts a call, and tells whether it is one to strike.
-inline bool isStruck()
+/// Counts a call, and returns whether it is to fail.
+inline bool isInjected()
 {
     // The dynamic linker allocates before there is an environment; that is not the program.
     if (environ == nullptr) {

@@ -20,7 +20,7 @@ namespace {
 
 bool fails()
 {
-    if (!isStruck()) {
+    if (!isInjected()) {
         return false;
     }
     errno = ENOMEM;

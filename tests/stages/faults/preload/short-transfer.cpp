@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
-// Makes reads and writes transfer one byte of those that were asked for. The C library's own
-// streams, which the console is, do not come by here.
+// Makes reads and writes transfer one byte of those requested. The C library's own streams, such as
+// the console's, do not call these functions.
 
 #include <sys/uio.h>
 
@@ -15,17 +15,17 @@ extern "C" {
 
 ssize_t read(int fd, void* bytes, std::size_t count)
 {
-    return syscall(SYS_read, fd, bytes, isStruck() ? std::min<std::size_t>(count, 1) : count);
+    return syscall(SYS_read, fd, bytes, isInjected() ? std::min<std::size_t>(count, 1) : count);
 }
 
 ssize_t write(int fd, const void* bytes, std::size_t count)
 {
-    return syscall(SYS_write, fd, bytes, isStruck() ? std::min<std::size_t>(count, 1) : count);
+    return syscall(SYS_write, fd, bytes, isInjected() ? std::min<std::size_t>(count, 1) : count);
 }
 
 ssize_t writev(int fd, const iovec* parts, int count)
 {
-    if (!isStruck()) {
+    if (!isInjected()) {
         return syscall(SYS_writev, fd, parts, count);
     }
     const iovec* const part = std::find_if(
