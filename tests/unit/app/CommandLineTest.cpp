@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(ProgramName, IsWhatFollowsTheLastSeparator)
+TEST(ProgramName, IsTheTextAfterTheLastSeparator)
 {
     struct Row {
         const char* path;
@@ -49,7 +49,7 @@ TEST(ProgramName, IsWhatFollowsTheLastSeparator)
     }
 }
 
-TEST(ParseOption, KnowsFourWords)
+TEST(ParseOption, KnowsFourOptions)
 {
     struct Row {
         const char* text;
@@ -87,14 +87,14 @@ TEST(ParseOption, RefusesEveryOtherText)
     }
 }
 
-TEST(ParseOption, OverridesNothingUnlessSaidSo)
+TEST(Option, HasNoOverrideByDefault)
 {
     EXPECT_EQ(Option{}.parameter, -1);
     EXPECT_FALSE(Option{}.query);
 }
 
-// The usage text from the program's name in its second line on.
-constexpr char usageBehindTheName[] =
+// The usage text after the program's name in its second line.
+constexpr char usageAfterTheName[] =
     " <Json-filename|'-query'> ['-enc'|'-dec'|'-flip'|'-query']\n"
     "The program reads the status of the Tarvo-encoder/decoder configuration switch\n"
     "and - if necessary - updates the specified Json application config file accordingly.\n"
@@ -130,9 +130,9 @@ TEST(Usage, IsABannerAndTheUsageTextFlushed)
         const std::size_t bannerEnd = text.find('\n');
         ASSERT_NE(bannerEnd, std::string::npos);
         EXPECT_EQ(text.substr(0, bannerStart.size()), bannerStart);
-        // Whom to write to is the build's choice.
+        // The contact address is set by the build.
         EXPECT_GT(bannerEnd, bannerStart.size());
-        EXPECT_EQ(text.substr(bannerEnd + 1), "Usage: " + name + usageBehindTheName);
+        EXPECT_EQ(text.substr(bannerEnd + 1), "Usage: " + name + usageAfterTheName);
     }
 }
 

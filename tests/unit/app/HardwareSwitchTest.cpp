@@ -8,9 +8,11 @@
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/unit/app/RecordingStream.h"
 
@@ -20,15 +22,15 @@ namespace {
 
 using Records = std::vector<std::string>;
 
-const std::string gpioFolder = "/sys/class/gpio";
-const std::string line = gpioFolder + "/gpio17";
+const std::string gpioDirectory = "/sys/class/gpio";
+const std::string line = gpioDirectory + "/gpio17";
 
-/// Line 17 as the kernel shows it when it is exported, as an output at first.
+/// Creates the files of line 17 as the kernel does for an export, with direction "out".
 void makeLine(const std::string& value)
 {
-    emptyDirectory(gpioFolder);
-    writeFile(gpioFolder + "/export", "");
-    writeFile(gpioFolder + "/unexport", "");
+    emptyDirectory(gpioDirectory);
+    writeFile(gpioDirectory + "/export", "");
+    writeFile(gpioDirectory + "/unexport", "");
     fs::create_directory(line);
     writeFile(line + "/direction", "out\n");
     writeFile(line + "/value", value);
@@ -36,28 +38,43 @@ void makeLine(const std::string& value)
 
 class HardwareSwitch : public testing::Test {
 protected:
-    HardwareSwitch() { emptyDirectory(gpioFolder); }
-    ~HardwareSwitch() override { emptyDirectory(gpioFolder); }
+    HardwareSwitch() { emptyDirectory(gpioDirectory); }
+    ~HardwareSwitch() override { emptyDirectory(gpioDirectory); }
 };
 
-TEST_F(HardwareSwitch, SelectsDecoderWhenHighAndEncoderWhenLow)
+struct Level {
+    const char* name;
+    const char* value;
+    Mode mode;
+};
+
+void PrintTo(const Level& row, std::ostream* out)
 {
-    struct Row {
-        const char* value;
-        Mode mode;
-    };
-    constexpr Row rows[] = {
-        {"1\n", decoder}, {"0\n", encoder}, {"x\n", encoder},  {"\n\n", encoder},
-        {"10", decoder},  {"01", encoder},  {"1\n1", decoder},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.value);
-        makeLine(row.value);
-        RecordingStream errorLog;
-        EXPECT_EQ(readHardwareSwitch(errorLog), row.mode);
-        EXPECT_EQ(errorLog.records(), Records{});
-    }
+    *out << row.name;
 }
+
+class HardwareSwitchLevel : public HardwareSwitch, public testing::WithParamInterface<Level> {};
+
+TEST_P(HardwareSwitchLevel, SelectsTheMode)
+{
+    makeLine(GetParam().value);
+    RecordingStream errorLog;
+    EXPECT_EQ(readHardwareSwitch(errorLog), GetParam().mode);
+    EXPECT_EQ(errorLog.records(), Records{});
+}
+
+const Level levels[] = {
+    {"High", "1\n", decoder},
+    {"Low", "0\n", encoder},
+    {"OtherByte", "x\n", encoder},
+    {"Newline", "\n\n", encoder},
+    {"HighWithoutANewline", "10", decoder},
+    {"LowWithoutANewline", "01", encoder},
+    {"HighAndMore", "1\n1", decoder},
+};
+
+INSTANTIATE_TEST_SUITE_P(, HardwareSwitchLevel, testing::ValuesIn(levels),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(HardwareSwitch, IsMadeAnInputAndStaysExported)
 {
@@ -66,78 +83,86 @@ TEST_F(HardwareSwitch, IsMadeAnInputAndStaysExported)
     EXPECT_EQ(readHardwareSwitch(errorLog), decoder);
     EXPECT_EQ(readFile(line + "/direction"), "in");
     EXPECT_EQ(readFile(line + "/value"), "1\n");
-    EXPECT_EQ(readFile(gpioFolder + "/export"), "");
-    EXPECT_EQ(readFile(gpioFolder + "/unexport"), "");
+    EXPECT_EQ(readFile(gpioDirectory + "/export"), "");
+    EXPECT_EQ(readFile(gpioDirectory + "/unexport"), "");
 }
 
-TEST_F(HardwareSwitch, TellsThatTheLineCannotBeRead)
+struct Fault {
+    const char* name;
+    std::function<void()> make;
+    std::string error;
+};
+
+void PrintTo(const Fault& row, std::ostream* out)
 {
-    for (const char* value : {"", "1", "0"}) {
-        SCOPED_TRACE(testing::Message() << '"' << value << '"');
-        makeLine(value);
-        RecordingStream errorLog;
-        EXPECT_EQ(readHardwareSwitch(errorLog), noMode);
-        EXPECT_EQ(errorLog.records(), Records{"Cannot read GPIO17 status\n"});
-        EXPECT_EQ(readFile(gpioFolder + "/unexport"), "");
-    }
+    *out << row.name;
 }
 
-TEST_F(HardwareSwitch, TellsThatTheLineCannotBeSetUp)
-{
-    struct Row {
-        const char* name;
-        std::function<void()> make;
-    };
-    const Row rows[] = {
-        {"no GPIO files", [] { fs::remove_all(gpioFolder); }},
-        {"export refused",
-         [] {
-             writeFile(gpioFolder + "/export", "");
-             chmod((gpioFolder + "/export").c_str(), 0444);
-         }},
-        {"no value file",
-         [] {
-             makeLine("1\n");
-             fs::remove(line + "/value");
-         }},
-        {"value not writable",
-         [] {
-             makeLine("1\n");
-             chmod((line + "/value").c_str(), 0444);
-         }},
-        {"direction not writable",
-         [] {
-             makeLine("1\n");
-             chmod((line + "/direction").c_str(), 0444);
-         }},
-        {"another line only",
-         [] {
-             fs::create_directory(gpioFolder + "/gpio1");
-             writeFile(gpioFolder + "/gpio1/direction", "in\n");
-             writeFile(gpioFolder + "/gpio1/value", "1\n");
-         }},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(gpioFolder);
-        row.make();
-        RecordingStream errorLog;
-        EXPECT_EQ(readHardwareSwitch(errorLog), noMode);
-        EXPECT_EQ(errorLog.records(), Records{"Cannot init GPIO17\n"});
-    }
-}
+class HardwareSwitchFault : public HardwareSwitch, public testing::WithParamInterface<Fault> {};
 
-TEST_F(HardwareSwitch, IsExportedWhereItIsNot)
+TEST_P(HardwareSwitchFault, IsLoggedAndLeavesTheModeUnknown)
 {
-    writeFile(gpioFolder + "/export", "what an earlier request left");
+    GetParam().make();
     RecordingStream errorLog;
-    // The line's files never appear here.
     EXPECT_EQ(readHardwareSwitch(errorLog), noMode);
-    EXPECT_EQ(readFile(gpioFolder + "/export"), "17");
-    EXPECT_EQ(errorLog.records(), Records{"Cannot init GPIO17\n"});
+    EXPECT_EQ(errorLog.records(), Records{GetParam().error + "\n"});
+    if (fs::exists(line)) {
+        EXPECT_EQ(readFile(gpioDirectory + "/unexport"), "");
+    }
 }
 
-TEST_F(HardwareSwitch, IsClosedAfterTheReading)
+const Fault faults[] = {
+    {"EmptyValue", [] { makeLine(""); }, expected::cannotReadSwitch()},
+    {"HighButOneByteShort", [] { makeLine("1"); }, expected::cannotReadSwitch()},
+    {"LowButOneByteShort", [] { makeLine("0"); }, expected::cannotReadSwitch()},
+    {"NoGpioFiles", [] { fs::remove_all(gpioDirectory); }, expected::cannotInitSwitch()},
+    {"ExportRefused",
+     [] {
+         writeFile(gpioDirectory + "/export", "");
+         chmod((gpioDirectory + "/export").c_str(), 0444);
+     },
+     expected::cannotInitSwitch()},
+    {"NoValueFile",
+     [] {
+         makeLine("1\n");
+         fs::remove(line + "/value");
+     },
+     expected::cannotInitSwitch()},
+    {"ValueNotWritable",
+     [] {
+         makeLine("1\n");
+         chmod((line + "/value").c_str(), 0444);
+     },
+     expected::cannotInitSwitch()},
+    {"DirectionNotWritable",
+     [] {
+         makeLine("1\n");
+         chmod((line + "/direction").c_str(), 0444);
+     },
+     expected::cannotInitSwitch()},
+    {"AnotherLineOnly",
+     [] {
+         fs::create_directory(gpioDirectory + "/gpio1");
+         writeFile(gpioDirectory + "/gpio1/direction", "in\n");
+         writeFile(gpioDirectory + "/gpio1/value", "1\n");
+     },
+     expected::cannotInitSwitch()},
+};
+
+INSTANTIATE_TEST_SUITE_P(, HardwareSwitchFault, testing::ValuesIn(faults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(HardwareSwitch, IsExportedIfItIsNot)
+{
+    writeFile(gpioDirectory + "/export", "an earlier request");
+    RecordingStream errorLog;
+    // The files of the line never appear here.
+    EXPECT_EQ(readHardwareSwitch(errorLog), noMode);
+    EXPECT_EQ(readFile(gpioDirectory + "/export"), "17");
+    EXPECT_EQ(errorLog.records(), Records{expected::cannotInitSwitch() + "\n"});
+}
+
+TEST_F(HardwareSwitch, IsClosedAfterwards)
 {
     const std::vector<std::string> before = namesIn("/proc/self/fd");
     ASSERT_FALSE(before.empty());

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ namespace {
 const std::string decoderFile = "/config/DECODER";
 const std::string encoderFile = "/config/ENCODER";
 
-/// Whether one of these events (inotify(7)) happens to a file while the object lives.
+/// Detects any of these events (inotify(7)) on a file.
 class Watch {
 public:
     Watch(const std::string& path, std::uint32_t events)
@@ -60,82 +61,90 @@ void makeUnreadable(const std::string& path)
     chmod(path.c_str(), 0);
 }
 
-TEST_F(MarkerFiles, AskForAModeByBeingThere)
+struct Files {
+    const char* name;
+    std::function<void()> make;
+    Mode mode;
+};
+
+void PrintTo(const Files& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        std::function<void()> make;
-        Mode mode;
-    };
-    const Row rows[] = {
-        {"none", [] {}, noMode},
-        {"DECODER", [] { writeFile(decoderFile, ""); }, decoder},
-        {"ENCODER", [] { writeFile(encoderFile, ""); }, encoder},
-        {"both",
-         [] {
-             writeFile(decoderFile, "");
-             writeFile(encoderFile, "");
-         },
-         decoder},
-        {"contents that say otherwise",
-         [] {
-             writeFile(decoderFile, "ENCODER\n");
-             writeFile(encoderFile, "0");
-         },
-         decoder},
-        {"ENCODER with contents", [] { writeFile(encoderFile, "DECODER 0 false"); }, encoder},
-        {"folder DECODER", [] { fs::create_directory(decoderFile); }, decoder},
-        {"folder ENCODER", [] { fs::create_directory(encoderFile); }, encoder},
-        {"DECODER not readable", [] { makeUnreadable(decoderFile); }, noMode},
-        {"ENCODER not readable", [] { makeUnreadable(encoderFile); }, noMode},
-        {"DECODER not readable, ENCODER there",
-         [] {
-             makeUnreadable(decoderFile);
-             writeFile(encoderFile, "");
-         },
-         encoder},
-        {"DECODER there, ENCODER not readable",
-         [] {
-             writeFile(decoderFile, "");
-             makeUnreadable(encoderFile);
-         },
-         decoder},
-        {"DECODER a dangling link", [] { fs::create_symlink("missing", decoderFile); }, noMode},
-        {"DECODER a dangling link, ENCODER there",
-         [] {
-             fs::create_symlink("missing", decoderFile);
-             writeFile(encoderFile, "");
-         },
-         encoder},
-        {"ENCODER a dangling link", [] { fs::create_symlink("missing", encoderFile); }, noMode},
-        {"DECODER a link to another file",
-         [] {
-             writeFile("/config/other", "");
-             fs::create_symlink("other", decoderFile);
-         },
-         decoder},
-        {"names in small letters",
-         [] {
-             writeFile("/config/decoder", "");
-             writeFile("/config/encoder", "");
-         },
-         noMode},
-        {"longer names",
-         [] {
-             writeFile("/config/DECODER.old", "");
-             writeFile("/config/ENCODER~", "");
-         },
-         noMode},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory("/config");
-        row.make();
-        EXPECT_EQ(probeMarkerFiles(), row.mode);
-    }
+    *out << row.name;
 }
 
-TEST_F(MarkerFiles, AreNoneInAFolderThatCannotBeEntered)
+class MarkerFilesThere : public MarkerFiles, public testing::WithParamInterface<Files> {};
+
+TEST_P(MarkerFilesThere, SelectTheMode)
+{
+    GetParam().make();
+    EXPECT_EQ(probeMarkerFiles(), GetParam().mode);
+}
+
+const Files files[] = {
+    {"None", [] {}, noMode},
+    {"Decoder", [] { writeFile(decoderFile, ""); }, decoder},
+    {"Encoder", [] { writeFile(encoderFile, ""); }, encoder},
+    {"Both",
+     [] {
+         writeFile(decoderFile, "");
+         writeFile(encoderFile, "");
+     },
+     decoder},
+    {"ContentsThatNameTheOtherMode",
+     [] {
+         writeFile(decoderFile, "ENCODER\n");
+         writeFile(encoderFile, "0");
+     },
+     decoder},
+    {"EncoderWithContents", [] { writeFile(encoderFile, "DECODER 0 false"); }, encoder},
+    {"DecoderADirectory", [] { fs::create_directory(decoderFile); }, decoder},
+    {"EncoderADirectory", [] { fs::create_directory(encoderFile); }, encoder},
+    {"DecoderNotReadable", [] { makeUnreadable(decoderFile); }, noMode},
+    {"EncoderNotReadable", [] { makeUnreadable(encoderFile); }, noMode},
+    {"DecoderNotReadableAndEncoder",
+     [] {
+         makeUnreadable(decoderFile);
+         writeFile(encoderFile, "");
+     },
+     encoder},
+    {"DecoderAndEncoderNotReadable",
+     [] {
+         writeFile(decoderFile, "");
+         makeUnreadable(encoderFile);
+     },
+     decoder},
+    {"DecoderADanglingLink", [] { fs::create_symlink("missing", decoderFile); }, noMode},
+    {"DecoderADanglingLinkAndEncoder",
+     [] {
+         fs::create_symlink("missing", decoderFile);
+         writeFile(encoderFile, "");
+     },
+     encoder},
+    {"EncoderADanglingLink", [] { fs::create_symlink("missing", encoderFile); }, noMode},
+    {"DecoderALinkToAnotherFile",
+     [] {
+         writeFile("/config/other", "");
+         fs::create_symlink("other", decoderFile);
+     },
+     decoder},
+    {"LowerCaseNames",
+     [] {
+         writeFile("/config/decoder", "");
+         writeFile("/config/encoder", "");
+     },
+     noMode},
+    {"LongerNames",
+     [] {
+         writeFile("/config/DECODER.old", "");
+         writeFile("/config/ENCODER~", "");
+     },
+     noMode},
+};
+
+INSTANTIATE_TEST_SUITE_P(, MarkerFilesThere, testing::ValuesIn(files),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(MarkerFiles, AreNoneInADirectoryThatCannotBeEntered)
 {
     writeFile(decoderFile, "");
     writeFile(encoderFile, "");
@@ -145,7 +154,7 @@ TEST_F(MarkerFiles, AreNoneInAFolderThatCannotBeEntered)
     EXPECT_EQ(probeMarkerFiles(), decoder);
 }
 
-TEST_F(MarkerFiles, LeaveEncoderUnopenedWhereDecoderIsThere)
+TEST_F(MarkerFiles, LeaveEncoderUnopenedIfDecoderExists)
 {
     writeFile(decoderFile, "");
     writeFile(encoderFile, "");

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-/// A stream without a buffer that keeps what reaches it, so that a test sees where it was flushed.
+/// An unbuffered stream that records its text and its flushes.
 class RecordingStream : public std::ostream {
 public:
     RecordingStream() : std::ostream(nullptr) { rdbuf(&buffer); }
 
-    /// What came between the flushes, oldest first. What was never flushed is the last of them,
-    /// with "(not flushed)" behind it.
+    /// Returns the texts between the flushes, oldest first. Text that was not flushed comes last,
+    /// followed by "(not flushed)".
     [[nodiscard]] std::vector<std::string> records() const
     {
         std::vector<std::string> all = buffer.flushed;
@@ -24,7 +24,7 @@ public:
         return all;
     }
 
-    /// How many writes brought all that.
+    /// Returns the number of writes.
     [[nodiscard]] int writes() const { return buffer.writes; }
 
 private:

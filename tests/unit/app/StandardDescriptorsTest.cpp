@@ -14,18 +14,19 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <ostream>
 #include <string>
 
 #include "tests/appliance/Files.h"
 
 namespace {
 
-/// Whether open(2) of this executable finds the null device.
+/// Whether the open(2) of this executable finds the null device.
 bool hasNullDevice = true;
 
 }  // namespace
 
-// The machine's null device can be taken away in a root folder of one's own only, and not every
+// The null device of the machine could be hidden only in a private root directory, and not every
 // machine grants one.
 extern "C" int open(const char* path, int flags, ...)
 {
@@ -42,11 +43,10 @@ extern "C" int open(const char* path, int flags, ...)
 
 namespace {
 
-/// The descriptors that a child is started with are open on files of this name with the number
-/// behind it, and the ones above on nothing.
+/// A child is started with its open descriptors on files of this name, followed by their number.
 const std::string ownFile = "/appliance/descriptor-";
 
-/// Where the child has its pipe to the test, out of the way.
+/// The descriptor of the pipe from the child to the test.
 constexpr int pipeDescriptor = 100;
 
 bool isSameFile(const struct stat& one, const struct stat& other)
@@ -54,7 +54,7 @@ bool isSameFile(const struct stat& one, const struct stat& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// What a descriptor is open on, and what a write of one byte and a read make of it.
+/// Describes what a descriptor is open on, and whether it can be written and read.
 std::string describe(int descriptor, const struct stat& own)
 {
     struct stat status = {};
@@ -69,7 +69,7 @@ std::string describe(int descriptor, const struct stat& own)
     } else if (S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3)) {
         text = "null device";
     } else if (isSameFile(status, root)) {
-        text = "root folder";
+        text = "root directory";
     }
     char byte = 'x';
     text += write(descriptor, &byte, 1) == 1 ? ", writable" : ", refuses writing";
@@ -77,9 +77,9 @@ std::string describe(int descriptor, const struct stat& own)
     return text;
 }
 
-/// Runs the function in a child that is started with some of 0 to 2 closed, bit n of the set for
-/// descriptor n, and describes 0 to 3 afterwards, a line each.
-std::string fillInChild(unsigned closed, bool withNullDevice)
+/// Calls the function in a child that is started with some of the descriptors 0 to 2 closed, bit n
+/// for descriptor n. Returns the descriptions of 0 to 3 afterwards, one per line.
+std::string openInChild(unsigned closed, bool withNullDevice)
 {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) {
@@ -126,7 +126,17 @@ std::string fillInChild(unsigned closed, bool withNullDevice)
     return status == 0 ? report : report + "the child failed";
 }
 
-class StandardDescriptors : public testing::Test {
+struct Closed {
+    const char* name;
+    unsigned descriptors;
+};
+
+void PrintTo(const Closed& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class StandardDescriptors : public testing::TestWithParam<Closed> {
 protected:
     StandardDescriptors()
     {
@@ -135,46 +145,38 @@ protected:
             writeFile(ownFile + std::to_string(fd), "");
         }
     }
+
+    /// Returns the four lines for a child in which the closed descriptors are now open like this.
+    static std::string openedAs(const std::string& description)
+    {
+        std::string report;
+        for (int fd = 0; fd <= 2; ++fd) {
+            const bool wasClosed = (GetParam().descriptors >> fd & 1U) != 0;
+            report += wasClosed ? description : "its own file, writable, readable";
+            report += '\n';
+        }
+        return report + "closed\n";
+    }
 };
 
-struct Row {
-    const char* name;
-    unsigned closed;
+TEST_P(StandardDescriptors, AreOpenedOnTheNullDeviceIfClosed)
+{
+    EXPECT_EQ(openInChild(GetParam().descriptors, true),
+              openedAs("null device, writable, readable"));
+}
+
+TEST_P(StandardDescriptors, AreOpenedOnTheRootDirectoryWithoutANullDevice)
+{
+    EXPECT_EQ(openInChild(GetParam().descriptors, false),
+              openedAs("root directory, refuses writing, refuses reading"));
+}
+
+const Closed rows[] = {
+    {"None", 0b000}, {"Zero", 0b001},       {"One", 0b010},       {"ZeroAndOne", 0b011},
+    {"Two", 0b100},  {"ZeroAndTwo", 0b101}, {"OneAndTwo", 0b110}, {"All", 0b111},
 };
 
-constexpr Row rows[] = {
-    {"all open", 0b000},       {"0 closed", 0b001},   {"1 closed", 0b010},
-    {"0 and 1 closed", 0b011}, {"2 closed", 0b100},   {"0 and 2 closed", 0b101},
-    {"1 and 2 closed", 0b110}, {"all closed", 0b111},
-};
-
-/// The four lines for a child where the closed ones were filled with this.
-std::string filledWith(const std::string& filling, unsigned closed)
-{
-    std::string report;
-    for (int fd = 0; fd <= 2; ++fd) {
-        report += (closed >> fd & 1U) != 0 ? filling : "its own file, writable, readable";
-        report += '\n';
-    }
-    return report + "closed\n";
-}
-
-TEST_F(StandardDescriptors, AreOpenedOnTheNullDeviceWhereTheyAreClosed)
-{
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(fillInChild(row.closed, true),
-                  filledWith("null device, writable, readable", row.closed));
-    }
-}
-
-TEST_F(StandardDescriptors, AreOpenedOnTheRootFolderWithoutANullDevice)
-{
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(fillInChild(row.closed, false),
-                  filledWith("root folder, refuses writing, refuses reading", row.closed));
-    }
-}
+INSTANTIATE_TEST_SUITE_P(, StandardDescriptors, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

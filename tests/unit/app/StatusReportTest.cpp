@@ -22,7 +22,7 @@ struct Values {
     int newValue;
 };
 
-/// The lines as they were flushed.
+/// Returns the lines as they were flushed.
 Lines report(const Values& values)
 {
     RecordingStream out;
@@ -31,8 +31,8 @@ Lines report(const Values& values)
     return out.records();
 }
 
-// Each row leads with what is special about it, the rest of its values is arbitrary.
-TEST(StatusReport, NamesWhatWasFound)
+// The name of a row says which of its values matter; the others are arbitrary.
+TEST(StatusReport, NamesTheFindingsAndTheDecision)
 {
     struct Row {
         const char* name;
@@ -94,7 +94,7 @@ TEST(StatusReport, NamesWhatWasFound)
          {1, 0, -1, 1, -2},
          {"Hardware switch: Encoder\n", "Config file    : Encoder\n", "Override parm  : None\n",
           "Override file  : Decoder\n"}},
-        {"file not read, new setting told",
+        {"file not read, new setting shown",
          {1, 0, -1, -2, 0},
          {"Hardware switch: Encoder\n", "Override parm  : None\n", "Override file  : Decoder\n",
           "New setting    : Decoder\n"}},

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -27,23 +28,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
-const std::string temporaryPath = folder + "/config.json.filsec";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
+const std::string temporaryPath = directory + "/config.json.filsec";
 
 using Names = std::vector<std::string>;
 
-/// What each fsync(2) of this executable was called for, oldest first: the path that the file had
-/// then, and the size that it had, where it is one.
+/// The path at each fsync(2) of this executable, followed by the size of a file; oldest first.
 Names synced;
 
-/// What such a descriptor was opened with.
+/// The flags that each of these descriptors was opened with.
 std::vector<int> syncedFlags;
 
 }  // namespace
 
-// The bytes that a power cut would take cannot be looked at from here, only the calls that keep
-// them.
+// A unit test cannot cut the power, so it records the calls that make the contents durable.
 extern "C" int fsync(int fd)
 {
     const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd));
@@ -63,8 +62,7 @@ ino_t inodeOf(const std::string& name)
     return lstat(name.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
-/// Makes every file that is written from now on end at this size: what would reach beyond is
-/// refused. Ends with the object.
+/// Until destroyed, limits the size of the files that this process writes (setrlimit(2)).
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN))
@@ -88,27 +86,32 @@ private:
     rlimit oldLimit{};
 };
 
-class ReplacingFileTest : public testing::Test {
+class ReplacingFileFixture : public testing::Test {
 protected:
-    ReplacingFileTest()
+    ReplacingFileFixture()
     {
-        chmod(folder.c_str(), 0755);
-        emptyDirectory(folder);
+        chmod(directory.c_str(), 0755);
+        emptyDirectory(directory);
         writeFile(path, "old");
         synced.clear();
         syncedFlags.clear();
     }
 
-    ~ReplacingFileTest() override { chmod(folder.c_str(), 0755); }
+    ~ReplacingFileFixture() override { chmod(directory.c_str(), 0755); }
 };
 
-// The stream may be destroyed through its bases, and only that is virtual beside the stream's own.
+// The stream can be destroyed through its bases.
 static_assert(std::is_base_of_v<std::ofstream, ReplacingFile>);
 static_assert(std::has_virtual_destructor_v<ReplacingFile>);
 static_assert(!std::is_copy_constructible_v<ReplacingFile>);
 static_assert(!std::is_move_constructible_v<ReplacingFile>);
 
-TEST_F(ReplacingFileTest, ReplacesTheFileWhenFinished)
+class ReplacingFileFinish : public ReplacingFileFixture {};
+class ReplacingFileOpen : public ReplacingFileFixture {};
+class ReplacingFileDestructor : public ReplacingFileFixture {};
+class ReplacingFileSync : public ReplacingFileFixture {};
+
+TEST_F(ReplacingFileFinish, ReplacesTheFile)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -117,10 +120,10 @@ TEST_F(ReplacingFileTest, ReplacesTheFileWhenFinished)
     EXPECT_EQ(file.finish(), 0);
     EXPECT_FALSE(file.is_open());
     EXPECT_EQ(readFile(path), "new 42");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, MakesAFileThatIsNotThereYet)
+TEST_F(ReplacingFileFinish, CreatesAMissingFile)
 {
     fs::remove(path);
     ReplacingFile file;
@@ -128,10 +131,10 @@ TEST_F(ReplacingFileTest, MakesAFileThatIsNotThereYet)
     file << "new";
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, LeavesTheOldFileAloneUntilFinished)
+TEST_F(ReplacingFileOpen, LeavesTheOldFileUntilTheFinish)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -146,7 +149,7 @@ TEST_F(ReplacingFileTest, LeavesTheOldFileAloneUntilFinished)
     EXPECT_EQ(readFile(path), "new" + std::string(100'000, 'x'));
 }
 
-TEST_F(ReplacingFileTest, MovesTheTemporaryFileIntoPlaceInOneStep)
+TEST_F(ReplacingFileFinish, ReplacesTheFileAtomically)
 {
     const int reader = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_GE(reader, 0);
@@ -156,17 +159,17 @@ TEST_F(ReplacingFileTest, MovesTheTemporaryFileIntoPlaceInOneStep)
     const ino_t temporaryInode = inodeOf(temporaryPath);
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(inodeOf(path), temporaryInode);
-    // Whoever had the old file open keeps reading that.
+    // A reader that has the old file open keeps it.
     EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(reader)), "old");
     close(reader);
 }
 
-TEST_F(ReplacingFileTest, NamesTheTemporaryFileAfterTheFinalName)
+TEST_F(ReplacingFileOpen, NamesTheTemporaryFileAfterTheFinalName)
 {
-    fs::create_directories(folder + "/sub/sub.d");
+    fs::create_directories(directory + "/sub/sub.d");
     struct Row {
         const char* name;
-        const char* folder;
+        const char* directory;
         const char* fileName;
     };
     constexpr Row rows[] = {
@@ -178,14 +181,14 @@ TEST_F(ReplacingFileTest, NamesTheTemporaryFileAfterTheFinalName)
         {"sub/../sub//config.json", "/appliance/sub", "config.json"},
         {"/appliance/sub/sub.d/config.json", "/appliance/sub/sub.d", "config.json"},
         {"/config/config.json", "/config", "config.json"},
-        {" blanks and 'quotes' ", "/appliance", " blanks and 'quotes' "},
+        {" spaces and 'quotes' ", "/appliance", " spaces and 'quotes' "},
         {"x.filsec", "/appliance", "x.filsec"},
         {".filsec", "/appliance", ".filsec"},
         {"back\\slash", "/appliance", "back\\slash"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        const Names before = namesIn(row.folder);
+        const Names before = namesIn(row.directory);
         const auto withName = [&before](const std::string& name) {
             Names names = before;
             names.insert(std::lower_bound(names.begin(), names.end(), name), name);
@@ -194,16 +197,16 @@ TEST_F(ReplacingFileTest, NamesTheTemporaryFileAfterTheFinalName)
         ReplacingFile file;
         EXPECT_EQ(file.open(row.name), 0);
         file << row.name << std::flush;
-        EXPECT_EQ(namesIn(row.folder), withName(std::string(row.fileName) + ".filsec"));
+        EXPECT_EQ(namesIn(row.directory), withName(std::string(row.fileName) + ".filsec"));
         EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(namesIn(row.folder), withName(row.fileName));
-        const std::string absolute = std::string(row.folder) + "/" + row.fileName;
+        EXPECT_EQ(namesIn(row.directory), withName(row.fileName));
+        const std::string absolute = std::string(row.directory) + "/" + row.fileName;
         EXPECT_EQ(readFile(absolute), row.name);
         fs::remove(absolute);
     }
 }
 
-TEST_F(ReplacingFileTest, WritesBytesAsTheyAre)
+TEST_F(ReplacingFileFinish, WritesBytesUnchanged)
 {
     std::string bytes = "a\nb\r\nc\r\n\x1a no final newline";
     for (int byte = 0; byte <= 255; ++byte) {
@@ -216,16 +219,16 @@ TEST_F(ReplacingFileTest, WritesBytesAsTheyAre)
     EXPECT_EQ(readFile(path), bytes);
 }
 
-TEST_F(ReplacingFileTest, MakesAnEmptyFileOfNothing)
+TEST_F(ReplacingFileFinish, CreatesAnEmptyFileFromNoText)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(readFile(path), "");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, EmptiesATemporaryFileThatWasLeftOver)
+TEST_F(ReplacingFileOpen, EmptiesATemporaryFileThatWasLeftOver)
 {
     writeFile(temporaryPath, "what an earlier run left, longer than the new text");
     ReplacingFile file;
@@ -234,12 +237,12 @@ TEST_F(ReplacingFileTest, EmptiesATemporaryFileThatWasLeftOver)
     file << "new";
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, ReplacesALinkByAFileAndLeavesWhatItLedTo)
+TEST_F(ReplacingFileFinish, ReplacesALinkAndLeavesItsTarget)
 {
-    fs::rename(path, folder + "/target.json");
+    fs::rename(path, directory + "/target.json");
     fs::create_symlink("target.json", path);
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -247,87 +250,99 @@ TEST_F(ReplacingFileTest, ReplacesALinkByAFileAndLeavesWhatItLedTo)
     EXPECT_EQ(file.finish(), 0);
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path)));
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(readFile(folder + "/target.json"), "old");
-    EXPECT_EQ(namesIn(folder), (Names{"config.json", "target.json"}));
+    EXPECT_EQ(readFile(directory + "/target.json"), "old");
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "target.json"}));
 }
 
-TEST_F(ReplacingFileTest, CannotOpenWithoutATemporaryFile)
+struct OpenFault {
+    const char* name;
+    std::function<void()> arrange;
+    std::string path = ::path;
+};
+
+void PrintTo(const OpenFault& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        std::function<void()> prepare;
-        std::string path = ::path;
-    };
-    const Row rows[] = {
-        {"folder missing", [] {}, folder + "/missing/config.json"},
-        {"folder is a file", [] {}, path + "/config.json"},
-        {"folder not writable", [] { chmod(folder.c_str(), 0555); }},
-        {"temporary name is a folder", [] { fs::create_directory(temporaryPath); }},
-        {"temporary file not writable",
-         [] {
-             writeFile(temporaryPath, "left over");
-             chmod(temporaryPath.c_str(), 0444);
-         }},
-        {"only the temporary name is too long", [] {}, folder + "/" + std::string(249, 'x')},
-        {"name ends in a slash of a missing folder", [] {}, folder + "/missing/"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        row.prepare();
-        const Names before = namesIn(folder);
-        {
-            ReplacingFile file;
-            EXPECT_EQ(file.open(row.path), -1);
-            EXPECT_FALSE(file.is_open());
-            file << "new";
-            EXPECT_EQ(file.finish(), 0);
-        }
-        EXPECT_EQ(readFile(path), "old");
-        EXPECT_EQ(namesIn(folder), before);
-        chmod(folder.c_str(), 0755);
-    }
+    *out << row.name;
 }
 
-// What puts the stream into a failed state while the file is being written.
+class ReplacingFileOpenFault : public ReplacingFileFixture,
+                               public testing::WithParamInterface<OpenFault> {};
+
+TEST_P(ReplacingFileOpenFault, PreventsTheOpen)
+{
+    GetParam().arrange();
+    const Names before = namesIn(directory);
+    {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(GetParam().path), -1);
+        EXPECT_FALSE(file.is_open());
+        file << "new";
+        EXPECT_EQ(file.finish(), 0);
+    }
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_EQ(namesIn(directory), before);
+}
+
+const OpenFault openFaults[] = {
+    {"DirectoryMissing", [] {}, directory + "/missing/config.json"},
+    {"DirectoryIsAFile", [] {}, path + "/config.json"},
+    {"DirectoryNotWritable", [] { chmod(directory.c_str(), 0555); }},
+    {"TemporaryNameIsADirectory", [] { fs::create_directory(temporaryPath); }},
+    {"TemporaryFileNotWritable",
+     [] {
+         writeFile(temporaryPath, "left over");
+         chmod(temporaryPath.c_str(), 0444);
+     }},
+    {"OnlyTheTemporaryNameIsTooLong", [] {}, directory + "/" + std::string(249, 'x')},
+    {"NameEndsInTheSlashOfAMissingDirectory", [] {}, directory + "/missing/"},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileOpenFault, testing::ValuesIn(openFaults),
+                         [](const auto& row) { return row.param.name; });
+
+// Faults that leave the stream in a failed state.
 struct WriteFault {
     const char* name;
     std::function<void(ReplacingFile&)> write;
 
-    /// What the temporary file then holds. Null where the stream could not write and can when it
-    /// is closed: it may then write once more what it had written in part.
+    /// The contents of the temporary file. Null if the stream could not write but can at the close:
+    /// it may then write again what it had written in part.
     const char* reached;
 };
 
+void PrintTo(const WriteFault& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 const WriteFault writeFaults[] = {
-    {"fail state before the text",
+    {"FailStateBeforeTheText",
      [](ReplacingFile& file) {
          file.setstate(std::ios::failbit);
          file << "new";
      },
      ""},
-    {"fail state behind the text",
+    {"FailStateAfterTheText",
      [](ReplacingFile& file) {
          file << "new";
          file.setstate(std::ios::failbit);
      },
      "new"},
-    {"bad state behind the text",
+    {"BadStateAfterTheText",
      [](ReplacingFile& file) {
          file << "new";
          file.setstate(std::ios::badbit);
      },
      "new"},
-    {"an insertion that failed",
+    {"FailedInsertion",
      [](ReplacingFile& file) { file << "new" << static_cast<const char*>(nullptr); }, "new"},
-    {"a size limit met by the insertion, and lifted",
+    {"SizeLimitDuringTheInsertion",
      [](ReplacingFile& file) {
          const FileSizeLimit limit(3);
          file << "new text" << std::flush;
      },
      nullptr},
-    {"a size limit met by a text larger than the buffer, and lifted",
+    {"SizeLimitWithATextLargerThanTheBuffer",
      [](ReplacingFile& file) {
          const FileSizeLimit limit(3);
          file << "new" << std::string(100'000, 'x');
@@ -335,27 +350,56 @@ const WriteFault writeFaults[] = {
      nullptr},
 };
 
-TEST_F(ReplacingFileTest, FinishesWith1AfterAnInsertionThatFailed)
+class ReplacingFileWriteFault : public ReplacingFileFixture,
+                                public testing::WithParamInterface<WriteFault> {};
+
+TEST_P(ReplacingFileWriteFault, MakesFinishReturn1)
 {
-    for (const WriteFault& row : writeFaults) {
-        SCOPED_TRACE(row.name);
-        fs::remove(temporaryPath);
-        const ino_t oldInode = inodeOf(path);
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        row.write(file);
-        EXPECT_EQ(file.finish(), 1);
-        EXPECT_FALSE(file.is_open());
-        EXPECT_EQ(readFile(path), "old");
-        EXPECT_EQ(inodeOf(path), oldInode);
-        EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-        if (row.reached != nullptr) {
-            EXPECT_EQ(readFile(temporaryPath), row.reached);
-        }
+    const ino_t oldInode = inodeOf(path);
+    ReplacingFile file;
+    ASSERT_EQ(file.open(path), 0);
+    GetParam().write(file);
+    EXPECT_EQ(file.finish(), 1);
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_EQ(inodeOf(path), oldInode);
+    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
+    if (GetParam().reached != nullptr) {
+        EXPECT_EQ(readFile(temporaryPath), GetParam().reached);
     }
 }
 
-TEST_F(ReplacingFileTest, FinishesWith1WhenTheFlushMeetsTheFault)
+TEST_P(ReplacingFileWriteFault, KeepsTheDestructorFromReplacingTheFile)
+{
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        GetParam().write(file);
+    }
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
+    if (GetParam().reached != nullptr) {
+        EXPECT_EQ(readFile(temporaryPath), GetParam().reached);
+    }
+}
+
+// An exception that leaves a destructor ends the program (std::terminate).
+TEST_P(ReplacingFileWriteFault, DoesNotMakeTheDestructorThrowWithAnExceptionsMask)
+{
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        file.exceptions(std::ios::badbit | std::ios::failbit);
+        EXPECT_THROW(GetParam().write(file), std::ios::failure);
+    }
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
+}
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileWriteFault, testing::ValuesIn(writeFaults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileFinish, Returns1IfTheFlushFails)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -370,7 +414,7 @@ TEST_F(ReplacingFileTest, FinishesWith1WhenTheFlushMeetsTheFault)
     EXPECT_EQ(readFile(temporaryPath), "new");
 }
 
-TEST_F(ReplacingFileTest, FinishesWith1OnAFullDevice)
+TEST_F(ReplacingFileFinish, Returns1OnAFullDevice)
 {
     for (const std::size_t size : {std::size_t{1}, std::size_t{100'000}}) {
         SCOPED_TRACE(size);
@@ -385,7 +429,7 @@ TEST_F(ReplacingFileTest, FinishesWith1OnAFullDevice)
     }
 }
 
-TEST_F(ReplacingFileTest, FinishesWellInAnEndOfFileState)
+TEST_F(ReplacingFileFinish, Returns0InAnEndOfFileState)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -395,41 +439,57 @@ TEST_F(ReplacingFileTest, FinishesWellInAnEndOfFileState)
     EXPECT_EQ(readFile(path), "new");
 }
 
-// What makes the rename refuse, from the state with the temporary file open.
+// Faults that arise while the temporary file is open, and make the rename fail.
 struct RenameFault {
     const char* name;
-    std::function<void()> prepare;
+    std::function<void()> arrange;
 };
 
+void PrintTo(const RenameFault& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 const RenameFault renameFaults[] = {
-    {"final name is a folder",
+    {"FinalNameIsADirectory",
      [] {
          fs::remove(path);
          fs::create_directory(path);
      }},
-    {"folder has become read-only", [] { chmod(folder.c_str(), 0555); }},
+    {"DirectoryIsReadOnly", [] { chmod(directory.c_str(), 0555); }},
 };
 
-TEST_F(ReplacingFileTest, FinishesWithMinus3WhenTheRenameIsRefused)
+class ReplacingFileRenameFault : public ReplacingFileFixture,
+                                 public testing::WithParamInterface<RenameFault> {};
+
+TEST_P(ReplacingFileRenameFault, MakesFinishReturnMinus3)
 {
-    for (const RenameFault& row : renameFaults) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
+    ReplacingFile file;
+    ASSERT_EQ(file.open(path), 0);
+    file << "new";
+    GetParam().arrange();
+    const ino_t oldInode = inodeOf(path);
+    EXPECT_EQ(file.finish(), -3);
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(inodeOf(path), oldInode);
+    EXPECT_EQ(readFile(temporaryPath), "new");
+}
+
+TEST_P(ReplacingFileRenameFault, MakesTheDestructorLeaveTheTemporaryFile)
+{
+    {
         ReplacingFile file;
         ASSERT_EQ(file.open(path), 0);
         file << "new";
-        row.prepare();
-        const ino_t oldInode = inodeOf(path);
-        EXPECT_EQ(file.finish(), -3);
-        EXPECT_FALSE(file.is_open());
-        EXPECT_EQ(inodeOf(path), oldInode);
-        EXPECT_EQ(readFile(temporaryPath), "new");
-        chmod(folder.c_str(), 0755);
+        GetParam().arrange();
     }
+    EXPECT_EQ(readFile(temporaryPath), "new");
 }
 
-TEST_F(ReplacingFileTest, FinishesWithMinus3WhenTheTemporaryFileIsGone)
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileRenameFault, testing::ValuesIn(renameFaults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileFinish, ReturnsMinus3IfTheTemporaryFileIsGone)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -437,20 +497,20 @@ TEST_F(ReplacingFileTest, FinishesWithMinus3WhenTheTemporaryFileIsGone)
     fs::remove(temporaryPath);
     EXPECT_EQ(file.finish(), -3);
     EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, WritesBesideAnEmptyNameButCannotRenameToIt)
+TEST_F(ReplacingFileFinish, ReturnsMinus3IfTheNameIsEmpty)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(""), 0);
     file << "new";
     EXPECT_EQ(file.finish(), -3);
-    EXPECT_EQ(readFile(folder + "/.filsec"), "new");
-    EXPECT_EQ(namesIn(folder), (Names{".filsec", "config.json"}));
+    EXPECT_EQ(readFile(directory + "/.filsec"), "new");
+    EXPECT_EQ(namesIn(directory), (Names{".filsec", "config.json"}));
 }
 
-TEST_F(ReplacingFileTest, RenamesAlthoughTheCloseFails)
+TEST_F(ReplacingFileFinish, RenamesEvenIfTheCloseFails)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -462,140 +522,145 @@ TEST_F(ReplacingFileTest, RenamesAlthoughTheCloseFails)
             descriptor = std::stoi(name);
         }
     }
-    ASSERT_EQ(close(descriptor), 0);  // behind the stream's back
+    ASSERT_EQ(close(descriptor), 0);  // without the stream
     EXPECT_EQ(file.finish(), 0);
     EXPECT_TRUE(file.fail());
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-// The ways in which an object comes to have nothing open.
+// The ways to a stream with nothing open.
 struct IdleState {
     const char* name;
     std::function<void(ReplacingFile&)> enter;
 };
 
+void PrintTo(const IdleState& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 const IdleState idleStates[] = {
-    {"new", [](ReplacingFile&) {}},
-    {"finished",
+    {"New", [](ReplacingFile&) {}},
+    {"Finished",
      [](ReplacingFile& file) {
          ASSERT_EQ(file.open(path), 0);
          file << "new";
          ASSERT_EQ(file.finish(), 0);
      }},
-    {"finished with 1",
+    {"FinishedWith1",
      [](ReplacingFile& file) {
          ASSERT_EQ(file.open(path), 0);
          file.setstate(std::ios::badbit);
          ASSERT_EQ(file.finish(), 1);
      }},
-    {"finished with -3",
+    {"FinishedWithMinus3",
      [](ReplacingFile& file) {
          ASSERT_EQ(file.open(path), 0);
          fs::remove(temporaryPath);
          ASSERT_EQ(file.finish(), -3);
      }},
-    {"open failed",
+    {"OpenFailed",
      [](ReplacingFile& file) {
          fs::create_directory(temporaryPath);
          ASSERT_EQ(file.open(path), -1);
          fs::remove(temporaryPath);
      }},
-    {"open failed in its finish",
+    {"OpenFailedInItsFinish",
      [](ReplacingFile& file) {
          ASSERT_EQ(file.open(path), 0);
          file.setstate(std::ios::badbit);
-         ASSERT_EQ(file.open(folder + "/other.json"), 1);
+         ASSERT_EQ(file.open(directory + "/other.json"), 1);
      }},
-    {"closed as a plain stream",
+    {"ClosedAsAPlainStream",
      [](ReplacingFile& file) {
          ASSERT_EQ(file.open(path), 0);
          file.close();
      }},
 };
 
-TEST_F(ReplacingFileTest, FinishesWith0AndTouchesNothingWhenNothingIsOpen)
+class IdleReplacingFile : public ReplacingFileFixture,
+                          public testing::WithParamInterface<IdleState> {};
+
+TEST_P(IdleReplacingFile, FinishesWith0AndTouchesNothing)
 {
-    for (const IdleState& row : idleStates) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
+    ReplacingFile file;
+    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
+    EXPECT_FALSE(file.is_open());
+    writeFile(path, "another's");
+    writeFile(temporaryPath, "another's temporary");
+    EXPECT_EQ(file.finish(), 0);
+    EXPECT_EQ(file.finish(), 0);
+    EXPECT_EQ(readFile(path), "another's");
+    EXPECT_EQ(readFile(temporaryPath), "another's temporary");
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec"}));
+}
+
+TEST_P(IdleReplacingFile, TouchesNothingInItsDestructor)
+{
+    {
         ReplacingFile file;
-        ASSERT_NO_FATAL_FAILURE(row.enter(file));
-        EXPECT_FALSE(file.is_open());
+        ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
         writeFile(path, "another's");
         writeFile(temporaryPath, "another's temporary");
-        EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(readFile(path), "another's");
-        EXPECT_EQ(readFile(temporaryPath), "another's temporary");
-        EXPECT_EQ(namesIn(folder), (Names{"config.json", "config.json.filsec"}));
     }
+    EXPECT_EQ(readFile(path), "another's");
+    EXPECT_EQ(readFile(temporaryPath), "another's temporary");
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec"}));
 }
 
-TEST_F(ReplacingFileTest, TouchesNothingInItsDestructorWhenNothingIsOpen)
+TEST_P(IdleReplacingFile, CanBeUsedAgain)
 {
-    for (const IdleState& row : idleStates) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        {
-            ReplacingFile file;
-            ASSERT_NO_FATAL_FAILURE(row.enter(file));
-            writeFile(path, "another's");
-            writeFile(temporaryPath, "another's temporary");
-        }
-        EXPECT_EQ(readFile(path), "another's");
-        EXPECT_EQ(readFile(temporaryPath), "another's temporary");
-        EXPECT_EQ(namesIn(folder), (Names{"config.json", "config.json.filsec"}));
-    }
+    ReplacingFile file;
+    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
+    EXPECT_EQ(file.open(path), 0);
+    EXPECT_TRUE(file.good());
+    file << "newest";
+    EXPECT_EQ(file.finish(), 0);
+    EXPECT_EQ(readFile(path), "newest");
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, CanBeUsedAgainFromEveryIdleState)
+TEST_P(IdleReplacingFile, HasNoDescriptorOpen)
 {
-    for (const IdleState& row : idleStates) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        ReplacingFile file;
-        ASSERT_NO_FATAL_FAILURE(row.enter(file));
-        EXPECT_EQ(file.open(path), 0);
-        EXPECT_TRUE(file.good());
-        file << "newest";
-        EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(readFile(path), "newest");
-        EXPECT_EQ(namesIn(folder), Names{"config.json"});
-    }
+    const Names before = namesIn("/proc/self/fd");
+    ASSERT_FALSE(before.empty());
+    ReplacingFile file;
+    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
+    EXPECT_EQ(namesIn("/proc/self/fd"), before);
 }
 
-TEST_F(ReplacingFileTest, FinishesTheFileThatIsOpenBeforeOpeningAnother)
+INSTANTIATE_TEST_SUITE_P(, IdleReplacingFile, testing::ValuesIn(idleStates),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileOpen, FinishesAnOpenFileFirst)
 {
-    const std::string other = folder + "/other.json";
+    const std::string other = directory + "/other.json";
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
     file << "new";
     EXPECT_EQ(file.open(other), 0);
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), (Names{"config.json", "other.json.filsec"}));
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "other.json.filsec"}));
     file << "other";
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(readFile(path), "new");
     EXPECT_EQ(readFile(other), "other");
-    EXPECT_EQ(namesIn(folder), (Names{"config.json", "other.json"}));
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "other.json"}));
 }
 
-TEST_F(ReplacingFileTest, FinishesTheFileThatIsOpenAlsoBeforeFailingToOpenAnother)
+TEST_F(ReplacingFileOpen, FinishesAnOpenFileEvenIfItThenFails)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
     file << "new";
-    EXPECT_EQ(file.open(folder + "/missing/config.json"), -1);
+    EXPECT_EQ(file.open(directory + "/missing/config.json"), -1);
     EXPECT_FALSE(file.is_open());
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, OpensTheSameNameAgain)
+TEST_F(ReplacingFileOpen, CanUseTheSameNameAgain)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -608,44 +673,52 @@ TEST_F(ReplacingFileTest, OpensTheSameNameAgain)
     EXPECT_EQ(readFile(path), "second");
 }
 
-TEST_F(ReplacingFileTest, OpensNothingWhenItCannotFinishTheFileThatIsOpen)
+struct FinishFault {
+    const char* name;
+    std::function<void(ReplacingFile&)> arrange;
+    std::int32_t code;
+};
+
+void PrintTo(const FinishFault& row, std::ostream* out)
 {
-    const std::string other = folder + "/other.json";
-    struct Row {
-        const char* name;
-        std::function<void(ReplacingFile&)> spoil;
-        std::int32_t code;
-    };
-    const Row rows[] = {
-        {"bad state", [](ReplacingFile& file) { file.setstate(std::ios::badbit); }, 1},
-        {"rename refused",
-         [](ReplacingFile&) {
-             fs::remove(path);
-             fs::create_directory(path);
-         },
-         -3},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        writeFile(other, "other's old");
-        {
-            ReplacingFile file;
-            ASSERT_EQ(file.open(path), 0);
-            file << "new";
-            row.spoil(file);
-            EXPECT_EQ(file.open(other), row.code);
-            EXPECT_FALSE(file.is_open());
-            EXPECT_EQ(file.finish(), 0);
-        }
-        EXPECT_EQ(readFile(temporaryPath), "new");
-        EXPECT_EQ(readFile(other), "other's old");
-        EXPECT_EQ(namesIn(folder), (Names{"config.json", "config.json.filsec", "other.json"}));
-    }
+    *out << row.name;
 }
 
-TEST_F(ReplacingFileTest, FinishesInItsDestructor)
+class ReplacingFileFinishFault : public ReplacingFileFixture,
+                                 public testing::WithParamInterface<FinishFault> {};
+
+TEST_P(ReplacingFileFinishFault, PreventsTheOpenOfAnother)
+{
+    const std::string other = directory + "/other.json";
+    writeFile(other, "other's old");
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        file << "new";
+        GetParam().arrange(file);
+        EXPECT_EQ(file.open(other), GetParam().code);
+        EXPECT_FALSE(file.is_open());
+        EXPECT_EQ(file.finish(), 0);
+    }
+    EXPECT_EQ(readFile(temporaryPath), "new");
+    EXPECT_EQ(readFile(other), "other's old");
+    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec", "other.json"}));
+}
+
+const FinishFault finishFaults[] = {
+    {"BadState", [](ReplacingFile& file) { file.setstate(std::ios::badbit); }, 1},
+    {"RenameRefused",
+     [](ReplacingFile&) {
+         fs::remove(path);
+         fs::create_directory(path);
+     },
+     -3},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileFinishFault, testing::ValuesIn(finishFaults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileDestructor, FinishesTheFile)
 {
     {
         ReplacingFile file;
@@ -653,46 +726,10 @@ TEST_F(ReplacingFileTest, FinishesInItsDestructor)
         file << "new";
     }
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_F(ReplacingFileTest, DoesNotReplaceTheFileInItsDestructorAfterAFault)
-{
-    for (const WriteFault& row : writeFaults) {
-        SCOPED_TRACE(row.name);
-        fs::remove(temporaryPath);
-        {
-            ReplacingFile file;
-            ASSERT_EQ(file.open(path), 0);
-            row.write(file);
-        }
-        EXPECT_EQ(readFile(path), "old");
-        EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-        if (row.reached != nullptr) {
-            EXPECT_EQ(readFile(temporaryPath), row.reached);
-        }
-    }
-}
-
-TEST_F(ReplacingFileTest, KeepsTheTemporaryFileWhenItsDestructorCannotRename)
-{
-    for (const RenameFault& row : renameFaults) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        {
-            ReplacingFile file;
-            ASSERT_EQ(file.open(path), 0);
-            file << "new";
-            row.prepare();
-        }
-        EXPECT_EQ(readFile(temporaryPath), "new");
-        chmod(folder.c_str(), 0755);
-    }
-}
-
-// An exception that leaves a destructor ends the program (std::terminate).
-TEST_F(ReplacingFileTest, DoesNotThrowInItsDestructorWithAnExceptionsMask)
+TEST_F(ReplacingFileDestructor, DoesNotThrowWithAnExceptionsMask)
 {
     fs::create_symlink("/dev/full", temporaryPath);
     {
@@ -705,23 +742,7 @@ TEST_F(ReplacingFileTest, DoesNotThrowInItsDestructorWithAnExceptionsMask)
     EXPECT_TRUE(fs::is_symlink(temporaryPath));
 }
 
-TEST_F(ReplacingFileTest, DoesNotThrowInItsDestructorAfterAnInsertionThatThrew)
-{
-    for (const WriteFault& row : writeFaults) {
-        SCOPED_TRACE(row.name);
-        fs::remove(temporaryPath);
-        {
-            ReplacingFile file;
-            ASSERT_EQ(file.open(path), 0);
-            file.exceptions(std::ios::badbit | std::ios::failbit);
-            EXPECT_THROW(row.write(file), std::ios::failure);
-        }
-        EXPECT_EQ(readFile(path), "old");
-        EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-    }
-}
-
-TEST_F(ReplacingFileTest, FinishesInItsDestructorWithAnExceptionsMask)
+TEST_F(ReplacingFileDestructor, FinishesTheFileWithAnExceptionsMask)
 {
     {
         ReplacingFile file;
@@ -730,7 +751,7 @@ TEST_F(ReplacingFileTest, FinishesInItsDestructorWithAnExceptionsMask)
         file << "new";
     }
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), Names{"config.json"});
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
 template <typename Base>
@@ -742,57 +763,76 @@ void openAndDestroyAs()
     dynamic_cast<std::ostream&>(*base) << "new";
 }
 
-TEST_F(ReplacingFileTest, FinishesInItsDestructorWhenDestroyedAsAStream)
+struct StreamBase {
+    const char* name;
+    void (*openAndDestroy)();
+};
+
+void PrintTo(const StreamBase& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        void (*openAndDestroy)();
-    };
-    constexpr Row rows[] = {
-        {"file stream", openAndDestroyAs<std::ofstream>},
-        {"output stream", openAndDestroyAs<std::ostream>},
-        {"stream base", openAndDestroyAs<std::ios_base>},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        row.openAndDestroy();
-        EXPECT_EQ(readFile(path), "new");
-        EXPECT_EQ(namesIn(folder), Names{"config.json"});
-    }
+    *out << row.name;
 }
 
-TEST_F(ReplacingFileTest, SyncsTheBytesBeforeTheRenameThenTheFileAgainThenTheFolder)
+class ReplacingFileBase : public ReplacingFileFixture,
+                          public testing::WithParamInterface<StreamBase> {};
+
+TEST_P(ReplacingFileBase, FinishesTheFileInItsDestructor)
 {
-    fs::create_directory(folder + "/sub");
-    struct Row {
-        const char* name;
-        std::string finalName;
-        Names synced;
-    };
-    const Row rows[] = {
-        {"in a folder", path, {path + ".filsec 3", path + " 3", folder}},
-        {"in a folder below the current one",
-         "sub/file",
-         {folder + "/sub/file.filsec 3", folder + "/sub/file 3", folder + "/sub"}},
-        {"in the current folder", "file", {folder + "/file.filsec 3", folder + "/file 3", folder}},
-        {"in the root folder", "/file", {"/file.filsec 3", "/file 3", "/"}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        synced.clear();
-        ReplacingFile file;
-        ASSERT_EQ(file.open(row.finalName), 0);
-        file << "new";
-        EXPECT_EQ(synced, Names());
-        EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(synced, row.synced);
-    }
+    GetParam().openAndDestroy();
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_EQ(namesIn(directory), Names{"config.json"});
+}
+
+constexpr StreamBase streamBases[] = {
+    {"FileStream", openAndDestroyAs<std::ofstream>},
+    {"OutputStream", openAndDestroyAs<std::ostream>},
+    {"StreamBase", openAndDestroyAs<std::ios_base>},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileBase, testing::ValuesIn(streamBases),
+                         [](const auto& row) { return row.param.name; });
+
+struct Place {
+    const char* name;
+    std::string finalName;
+    Names synced;
+};
+
+void PrintTo(const Place& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class ReplacingFilePlace : public ReplacingFileFixture,
+                           public testing::WithParamInterface<Place> {};
+
+TEST_P(ReplacingFilePlace, IsSyncedBeforeTheRenameThenAgainThenItsDirectory)
+{
+    fs::create_directory(directory + "/sub");
+    ReplacingFile file;
+    ASSERT_EQ(file.open(GetParam().finalName), 0);
+    file << "new";
+    EXPECT_EQ(synced, Names());
+    EXPECT_EQ(file.finish(), 0);
+    EXPECT_EQ(synced, GetParam().synced);
     fs::remove("/file");
 }
 
-TEST_F(ReplacingFileTest, SyncsThroughDescriptorsThatNeitherWaitNorReachOtherPrograms)
+const Place places[] = {
+    {"InADirectory", path, {path + ".filsec 3", path + " 3", directory}},
+    {"BelowTheCurrentDirectory",
+     "sub/file",
+     {directory + "/sub/file.filsec 3", directory + "/sub/file 3", directory + "/sub"}},
+    {"InTheCurrentDirectory",
+     "file",
+     {directory + "/file.filsec 3", directory + "/file 3", directory}},
+    {"InTheRootDirectory", "/file", {"/file.filsec 3", "/file 3", "/"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFilePlace, testing::ValuesIn(places),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileSync, UsesDescriptorsThatNeitherBlockNorAreInherited)
 {
     ReplacingFile file;
     ASSERT_EQ(file.open(path), 0);
@@ -805,49 +845,59 @@ TEST_F(ReplacingFileTest, SyncsThroughDescriptorsThatNeitherWaitNorReachOtherPro
     }
 }
 
-TEST_F(ReplacingFileTest, SyncsOnlyTheBytesWhenTheRenameIsRefused)
+TEST_F(ReplacingFileSync, SyncsOnlyTheContentsIfTheRenameIsRefused)
 {
-    const std::string directory = folder + "/directory";
-    fs::create_directory(directory);
+    const std::string finalName = directory + "/directory";
+    fs::create_directory(finalName);
     ReplacingFile file;
-    ASSERT_EQ(file.open(directory), 0);
+    ASSERT_EQ(file.open(finalName), 0);
     file << "new";
     EXPECT_EQ(file.finish(), -3);
-    EXPECT_EQ(synced, Names{directory + ".filsec 3"});
+    EXPECT_EQ(synced, Names{finalName + ".filsec 3"});
 }
 
-TEST_F(ReplacingFileTest, KeepsErrnoWhenItCannotSync)
+struct SyncFault {
+    const char* name;
+    std::string path;
+    mode_t mode;
+};
+
+void PrintTo(const SyncFault& row, std::ostream* out)
 {
-    struct Row {
-        const char* name;
-        const std::string& path;
-        mode_t mode;
-    };
-    const Row rows[] = {
-        {"folder not readable", folder, 0300},
-        {"temporary file not readable", temporaryPath, 0200},
-    };
-    for (const Row& row : rows) {
-        for (const int before : {0, 77}) {
-            SCOPED_TRACE(testing::Message() << row.name << ", errno " << before);
-            emptyDirectory(folder);
-            ReplacingFile file;
-            ASSERT_EQ(file.open(path), 0);
-            file << "new";
-            chmod(row.path.c_str(), row.mode);
-            errno = before;
-            const std::int32_t code = file.finish();
-            const int after = errno;
-            EXPECT_EQ(code, 0);
-            EXPECT_EQ(after, before);
-            chmod(folder.c_str(), 0755);
-            chmod(path.c_str(), 0644);
-            EXPECT_EQ(readFile(path), "new");
-        }
+    *out << row.name;
+}
+
+class ReplacingFileSyncFault : public ReplacingFileFixture,
+                               public testing::WithParamInterface<SyncFault> {};
+
+TEST_P(ReplacingFileSyncFault, IsNotReportedInErrnoEither)
+{
+    for (const int before : {0, 77}) {
+        SCOPED_TRACE(before);
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+        file << "new";
+        chmod(GetParam().path.c_str(), GetParam().mode);
+        errno = before;
+        const std::int32_t code = file.finish();
+        const int after = errno;
+        EXPECT_EQ(code, 0);
+        EXPECT_EQ(after, before);
+        chmod(directory.c_str(), 0755);
+        chmod(path.c_str(), 0644);
+        EXPECT_EQ(readFile(path), "new");
     }
 }
 
-TEST_F(ReplacingFileTest, FinishesAPipeWithoutWaitingForAWriter)
+const SyncFault syncFaults[] = {
+    {"DirectoryNotReadable", directory, 0300},
+    {"TemporaryFileNotReadable", temporaryPath, 0200},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileSyncFault, testing::ValuesIn(syncFaults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ReplacingFileSync, DoesNotBlockOnAPipe)
 {
     ASSERT_EQ(mkfifo(temporaryPath.c_str(), 0600), 0);
     const int reader = open(temporaryPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -863,24 +913,16 @@ TEST_F(ReplacingFileTest, FinishesAPipeWithoutWaitingForAWriter)
     close(reader);
 }
 
-TEST_F(ReplacingFileTest, ClosesTheFileOnEveryPath)
+TEST_F(ReplacingFileDestructor, ClosesTheFile)
 {
     const Names before = namesIn("/proc/self/fd");
     ASSERT_FALSE(before.empty());
-    for (const IdleState& row : idleStates) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        writeFile(path, "old");
-        ReplacingFile file;
-        ASSERT_NO_FATAL_FAILURE(row.enter(file));
-        EXPECT_EQ(namesIn("/proc/self/fd"), before);
-    }
     {
         ReplacingFile file;
         ASSERT_EQ(file.open(path), 0);
         EXPECT_EQ(namesIn("/proc/self/fd").size(), before.size() + 1);
     }
-    EXPECT_EQ(namesIn("/proc/self/fd"), before) << "after destroying an open one";
+    EXPECT_EQ(namesIn("/proc/self/fd"), before);
 }
 
 }  // namespace

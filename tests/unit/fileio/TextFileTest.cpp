@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -25,17 +26,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
 
-/// Decides what happens at each read(2) of this executable, before the kernel reads: it may change
-/// the file, and returns whether the read is done or fails with EIO.
+/// Called before each read(2) of this executable. It may change the file, and returns whether the
+/// read goes on; if not, it fails with EIO.
 std::function<bool()> beforeRead;
 
 }  // namespace
 
-// The standard library's streams call this one. It is the only place where a test can get hold of
-// the moment between taking a file's size and reading its bytes.
+// The streams of the standard library call this function. Only here can a test act between the
+// moment when the size is taken and the read.
 extern "C" ssize_t read(int fd, void* buffer, size_t count)
 {
     if (beforeRead && !beforeRead()) {
@@ -49,11 +50,11 @@ namespace {
 
 class TextFile : public testing::Test {
 protected:
-    TextFile() { emptyDirectory(folder); }
+    TextFile() { emptyDirectory(directory); }
     ~TextFile() override { beforeRead = nullptr; }
 };
 
-TEST_F(TextFile, ReadsBytesAsTheyAre)
+TEST_F(TextFile, ReadsBytesUnchanged)
 {
     std::string everyByte;
     for (int byte = 0; byte <= 255; ++byte) {
@@ -140,28 +141,46 @@ TEST_F(TextFile, ComparesSizesBeyond32BitsWhole)
     }
 }
 
-// What stands under the name where it is nothing that can be read whole.
+// Names that lead to nothing that can be read whole.
 struct Unusable {
     const char* name;
     std::function<void()> make;
     std::string path = ::path;
 };
 
+void PrintTo(const Unusable& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class UnusableTextFile : public TextFile, public testing::WithParamInterface<Unusable> {};
+
+TEST_P(UnusableTextFile, IsRefusedAndLeavesTheText)
+{
+    ASSERT_NO_FATAL_FAILURE(GetParam().make());
+    const std::vector<std::string> before = namesIn("/proc/self/fd");
+    ASSERT_FALSE(before.empty());
+    std::string text = "earlier text";
+    EXPECT_FALSE(readTextFile(GetParam().path, text, 10'000));
+    EXPECT_EQ(text, "earlier text");
+    EXPECT_EQ(namesIn("/proc/self/fd"), before);
+}
+
 const Unusable unusables[] = {
-    {"missing", [] {}},
-    {"missing folder", [] {}, folder + "/missing/config.json"},
-    {"empty name", [] {}, ""},
-    {"behind a file that is no folder", [] { writeFile(path, "{}"); }, path + "/config.json"},
-    {"name too long", [] {}, folder + "/" + std::string(256, 'x')},
-    {"not readable",
+    {"Missing", [] {}},
+    {"MissingDirectory", [] {}, directory + "/missing/config.json"},
+    {"EmptyName", [] {}, ""},
+    {"BelowAFile", [] { writeFile(path, "{}"); }, path + "/config.json"},
+    {"NameTooLong", [] {}, directory + "/" + std::string(256, 'x')},
+    {"NotReadable",
      [] {
          writeFile(path, "{}");
          chmod(path.c_str(), 0);
      }},
-    {"dangling link", [] { fs::create_symlink("missing", path); }},
-    {"link to itself", [] { fs::create_symlink("config.json", path); }},
-    {"folder", [] { fs::create_directory(path); }},
-    {"socket",
+    {"DanglingLink", [] { fs::create_symlink("missing", path); }},
+    {"LinkToItself", [] { fs::create_symlink("config.json", path); }},
+    {"Directory", [] { fs::create_directory(path); }},
+    {"Socket",
      [] {
          sockaddr_un address{};
          address.sun_family = AF_UNIX;
@@ -172,22 +191,13 @@ const Unusable unusables[] = {
      }},
 };
 
-TEST_F(TextFile, RefusesWhatCannotBeReadAndLeavesTheText)
-{
-    for (const Unusable& row : unusables) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        ASSERT_NO_FATAL_FAILURE(row.make());
-        std::string text = "earlier text";
-        EXPECT_FALSE(readTextFile(row.path, text, 10'000));
-        EXPECT_EQ(text, "earlier text");
-    }
-}
+INSTANTIATE_TEST_SUITE_P(, UnusableTextFile, testing::ValuesIn(unusables),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(TextFile, RefusesAPipeAndLeavesTheText)
 {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    // With a writer there, opening the pipe for reading does not wait (fifo(7)).
+    // With a writer, opening the pipe for reading does not block (fifo(7)).
     const int writer = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     ASSERT_GE(writer, 0);
     ASSERT_EQ(write(writer, "{}", 2), 2);
@@ -207,9 +217,9 @@ TEST_F(TextFile, ReadsADeviceThatEndsAtPosition0AsEmpty)
     }
 }
 
-TEST_F(TextFile, TakesTheNameAsItIs)
+TEST_F(TextFile, UsesTheNameUnchanged)
 {
-    fs::create_directory(folder + "/sub");
+    fs::create_directory(directory + "/sub");
     for (const char* name : {"relative.json", "./relative.json", "sub/../relative.json", " x ",
                              "it's \"quoted\".json", "line\nfeed", "100%s.json", "\xff\xfe", "-dec",
                              "/appliance/sub/config.json", "/appliance//sub///config.json"}) {
@@ -223,14 +233,14 @@ TEST_F(TextFile, TakesTheNameAsItIs)
 
 TEST_F(TextFile, FollowsALink)
 {
-    writeFile(folder + "/target", "{}");
+    writeFile(directory + "/target", "{}");
     fs::create_symlink("target", path);
     std::string text;
     EXPECT_TRUE(readTextFile(path, text, 10'000));
     EXPECT_EQ(text, "{}");
 }
 
-TEST_F(TextFile, KeepsEarlierBytesOrZerosWhereTheReadDeliversLessThanTheSize)
+TEST_F(TextFile, KeepsEarlierBytesOrZerosIfTheReadDeliversLessThanTheSize)
 {
     struct Row {
         const char* name;
@@ -305,15 +315,6 @@ TEST_F(TextFile, ClosesTheFileOnEveryPath)
 {
     const std::vector<std::string> before = namesIn("/proc/self/fd");
     ASSERT_FALSE(before.empty());
-    for (const Unusable& row : unusables) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(folder);
-        ASSERT_NO_FATAL_FAILURE(row.make());
-        std::string text;
-        EXPECT_FALSE(readTextFile(row.path, text, 10'000));
-        EXPECT_EQ(namesIn("/proc/self/fd"), before);
-    }
-    emptyDirectory(folder);
     writeFile(path, "0123456789");
     std::string text;
     EXPECT_TRUE(readTextFile(path, text, 10));
@@ -326,14 +327,14 @@ TEST_F(TextFile, ClosesTheFileOnEveryPath)
     EXPECT_EQ(namesIn("/proc/self/fd"), before) << "after a failed read";
 }
 
-TEST_F(TextFile, LeavesTheFileAsItIs)
+TEST_F(TextFile, LeavesTheFileUnchanged)
 {
     writeFile(path, "{}\n");
     chmod(path.c_str(), 0444);
     std::string text;
     EXPECT_TRUE(readTextFile(path, text, 10'000));
     EXPECT_EQ(readFile(path), "{}\n");
-    EXPECT_EQ(namesIn(folder), std::vector<std::string>{"config.json"});
+    EXPECT_EQ(namesIn(directory), std::vector<std::string>{"config.json"});
 }
 
 }  // namespace

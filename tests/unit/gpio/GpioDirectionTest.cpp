@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A file's mode, until the end of the block.
+/// Sets the mode of a file until destroyed.
 class FileMode {
 public:
     FileMode(std::string name, mode_t mode) : path(std::move(name))
@@ -38,11 +39,9 @@ private:
     mode_t before = 0;
 };
 
-}  // namespace
+class GpioLineRead : public GpioLineFixture {};
 
-// readValue
-
-TEST_F(GpioLineTest, ReadsTheFirstTwoBytes)
+TEST_F(GpioLineRead, ReadsTheFirstTwoBytes)
 {
     struct Row {
         const char* bytes;
@@ -67,7 +66,7 @@ TEST_F(GpioLineTest, ReadsTheFirstTwoBytes)
     }
 }
 
-TEST_F(GpioLineTest, ReadsFromTheStartEachTime)
+TEST_F(GpioLineRead, ReadsFromTheStartEachTime)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -78,7 +77,7 @@ TEST_F(GpioLineTest, ReadsFromTheStartEachTime)
     EXPECT_EQ(line.readValue(), 1);
 }
 
-TEST_F(GpioLineTest, ReadsNothingWithoutALine)
+TEST_F(GpioLineRead, ReadsNothingWithoutALine)
 {
     GpioLine line;
 
@@ -86,8 +85,8 @@ TEST_F(GpioLineTest, ReadsNothingWithoutALine)
     EXPECT_EQ(line.lastValue(), 0);
 }
 
-// No process has a page at address 0, so reading there gives EIO, as a failing driver does.
-TEST_F(GpioLineTest, ReadsNothingWhenTheKernelFails)
+// No process has a page at address 0, so a read there fails with EIO, as with a failing driver.
+TEST_F(GpioLineRead, ReadsNothingWhenTheKernelFails)
 {
     fs::remove(valueFile);
     fs::create_symlink("/proc/self/mem", valueFile);
@@ -98,9 +97,9 @@ TEST_F(GpioLineTest, ReadsNothingWhenTheKernelFails)
     EXPECT_EQ(line.lastValue(), 1);
 }
 
-// setDirection
+class GpioLineDirection : public GpioLineFixture {};
 
-TEST_F(GpioLineTest, SetsTheDirection)
+TEST_F(GpioLineDirection, SetsTheDirection)
 {
     struct Row {
         const char* name;
@@ -131,7 +130,7 @@ TEST_F(GpioLineTest, SetsTheDirection)
         {"2, output, empty value file", 2, "out\n", "", "out\n", -1},
         {"2, input", 2, "in\n", "0\n", "high", 1},
         {"2, no newline", 2, "out", "0\n", "out", 0},
-        {"2, blanks before", 2, " \t\n out\n", "0\n", " \t\n out\n", 0},
+        {"2, whitespace before", 2, " \t\n out\n", "0\n", " \t\n out\n", 0},
         {"2, more words", 2, "out low\n", "0\n", "out low\n", 0},
         {"2, longer word", 2, "output\n", "0\n", "high", 1},
         {"2, capitals", 2, "OUT\n", "0\n", "high", 1},
@@ -164,7 +163,7 @@ TEST_F(GpioLineTest, SetsTheDirection)
     }
 }
 
-TEST_F(GpioLineTest, SetsHighWhereItCannotReadTheDirection)
+TEST_F(GpioLineDirection, SetsHighIfItCannotReadTheDirection)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -177,53 +176,61 @@ TEST_F(GpioLineTest, SetsHighWhereItCannotReadTheDirection)
     EXPECT_EQ(line.lastValue(), 1);
 }
 
-TEST_F(GpioLineTest, ChangesNothingWhenTheDirectionCannotBeWritten)
-{
-    struct Row {
-        const char* name;
-        std::function<std::unique_ptr<FileMode>()> prepare;
-    };
-    const std::vector<Row> rows = {
-        {"attribute is a folder",
-         [] {
-             fs::create_directory(directionFile);
-             return nullptr;
-         }},
-        {"attribute is read-only",
-         [] {
-             writeFile(directionFile, "in\n");
-             return std::make_unique<FileMode>(directionFile, 0444);
-         }},
-        {"attribute is missing, folder is read-only",
-         [] { return std::make_unique<FileMode>(lineFolder, 0555); }},
-        {"line is gone",
-         [] {
-             fs::remove_all(lineFolder);
-             return nullptr;
-         }},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        fs::remove_all(lineFolder);
-        makeLine(17);
-        GpioLine line;
-        ASSERT_TRUE(line.init(17, 0));
-        fs::remove(directionFile);
-        const std::unique_ptr<FileMode> mode = row.prepare();
-        for (const std::int32_t request : {-1, 0, 1, 2}) {
-            SCOPED_TRACE(request);
-            for (const std::int32_t before : {0, 1}) {
-                ASSERT_TRUE(line.writeLevel(before));
+struct DirectionFault {
+    const char* name;
+    std::function<std::unique_ptr<FileMode>()> arrange;
+};
 
-                EXPECT_FALSE(line.setDirection(17, request));
-                EXPECT_EQ(line.lastValue(), before);
-                EXPECT_EQ(line.currentMode(), 1);
-            }
+void PrintTo(const DirectionFault& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class GpioLineDirectionFault : public GpioLineFixture,
+                               public testing::WithParamInterface<DirectionFault> {};
+
+TEST_P(GpioLineDirectionFault, ChangesNothing)
+{
+    GpioLine line;
+    ASSERT_TRUE(line.init(17, 0));
+    fs::remove(directionFile);
+    const std::unique_ptr<FileMode> mode = GetParam().arrange();
+    for (const std::int32_t request : {-1, 0, 1, 2}) {
+        SCOPED_TRACE(request);
+        for (const std::int32_t before : {0, 1}) {
+            ASSERT_TRUE(line.writeLevel(before));
+
+            EXPECT_FALSE(line.setDirection(17, request));
+            EXPECT_EQ(line.lastValue(), before);
+            EXPECT_EQ(line.currentMode(), 1);
         }
     }
 }
 
-TEST_F(GpioLineTest, SetsTheDirectionOfTheLineNamedAndReadsTheLineThatIsOpen)
+const DirectionFault directionFaults[] = {
+    {"AttributeIsADirectory",
+     [] {
+         fs::create_directory(directionFile);
+         return nullptr;
+     }},
+    {"AttributeIsReadOnly",
+     [] {
+         writeFile(directionFile, "in\n");
+         return std::make_unique<FileMode>(directionFile, 0444);
+     }},
+    {"AttributeIsMissingAndDirectoryIsReadOnly",
+     [] { return std::make_unique<FileMode>(lineDirectory, 0555); }},
+    {"LineIsGone",
+     [] {
+         fs::remove_all(lineDirectory);
+         return nullptr;
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineDirectionFault, testing::ValuesIn(directionFaults),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(GpioLineDirection, SetsTheDirectionOfTheLineNamedAndReadsTheLineThatIsOpen)
 {
     struct Row {
         std::int32_t request;
@@ -253,7 +260,7 @@ TEST_F(GpioLineTest, SetsTheDirectionOfTheLineNamedAndReadsTheLineThatIsOpen)
     }
 }
 
-TEST_F(GpioLineTest, SetsTheDirectionWithoutAnOpenLine)
+TEST_F(GpioLineDirection, SetsTheDirectionWithoutAnOpenLine)
 {
     GpioLine line;
 
@@ -263,9 +270,9 @@ TEST_F(GpioLineTest, SetsTheDirectionWithoutAnOpenLine)
     EXPECT_EQ(line.currentMode(), 0);
 }
 
-// Edges
+class GpioLineEdge : public GpioLineFixture {};
 
-TEST_F(GpioLineTest, SelectsTheEdge)
+TEST_F(GpioLineEdge, SelectsTheEdge)
 {
     struct Row {
         std::int32_t request;
@@ -278,23 +285,23 @@ TEST_F(GpioLineTest, SelectsTheEdge)
     ASSERT_TRUE(line.init(17, -1));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.request);
-        writeFile(lineFolder + "/edge", "what stood there before");
+        writeFile(lineDirectory + "/edge", "earlier contents");
 
         EXPECT_TRUE(line.setEdge(row.request));
-        EXPECT_EQ(readFile(lineFolder + "/edge"), row.expected);
+        EXPECT_EQ(readFile(lineDirectory + "/edge"), row.expected);
     }
-    writeFile(lineFolder + "/edge", "rising\n");
+    writeFile(lineDirectory + "/edge", "rising\n");
     EXPECT_TRUE(line.disableEdge());
-    EXPECT_EQ(readFile(lineFolder + "/edge"), "none");
+    EXPECT_EQ(readFile(lineDirectory + "/edge"), "none");
     EXPECT_EQ(namesIn(root + "gpio18"), (std::vector<std::string>{"direction", "value"}));
 }
 
-// A chip without interrupts has no edge attribute, and sysfs lets nobody make one.
-TEST_F(GpioLineTest, CannotSelectTheEdgeOfALineWithoutOne)
+// A chip without interrupts has no edge attribute, and no file can be created in sysfs.
+TEST_F(GpioLineEdge, CannotSelectTheEdgeOfALineWithoutOne)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
-    const FileMode readOnly(lineFolder, 0555);
+    const FileMode readOnly(lineDirectory, 0555);
 
     EXPECT_FALSE(line.setEdge(-1));
     EXPECT_FALSE(line.setEdge(0));
@@ -302,7 +309,7 @@ TEST_F(GpioLineTest, CannotSelectTheEdgeOfALineWithoutOne)
     EXPECT_FALSE(line.disableEdge());
 }
 
-TEST_F(GpioLineTest, CannotSelectTheEdgeWithoutALine)
+TEST_F(GpioLineEdge, CannotSelectTheEdgeWithoutALine)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -310,5 +317,7 @@ TEST_F(GpioLineTest, CannotSelectTheEdgeWithoutALine)
 
     EXPECT_FALSE(line.setEdge(0));
     EXPECT_FALSE(line.disableEdge());
-    EXPECT_FALSE(fs::exists(lineFolder + "/edge"));
+    EXPECT_FALSE(fs::exists(lineDirectory + "/edge"));
 }
+
+}  // namespace

@@ -20,12 +20,10 @@ namespace {
 
 const std::string root = "/sys/class/gpio/";
 
-class GpioFileTest : public testing::Test {
+class GpioFile : public testing::Test {
 protected:
-    GpioFileTest() { emptyDirectory(root); }
+    GpioFile() { emptyDirectory(root); }
 };
-
-}  // namespace
 
 TEST(GpioLineDirectory, IsNamedAfterTheNumberInDecimal)
 {
@@ -36,13 +34,13 @@ TEST(GpioLineDirectory, IsNamedAfterTheNumberInDecimal)
     EXPECT_EQ(gpioLineDirectory(std::numeric_limits<std::int32_t>::min()), "gpio-2147483648");
 }
 
-TEST_F(GpioFileTest, WritesTheTextAndNothingElse)
+TEST_F(GpioFile, WritesTheTextAndNothingElse)
 {
     const std::vector<std::string> texts = {"17", "", "two\nlines\n",
                                             std::string("a NUL \0 inside", 14)};
     for (const std::string& text : texts) {
         SCOPED_TRACE(text);
-        writeFile(root + "export", "what stood there before, which is longer");
+        writeFile(root + "export", "earlier contents, which are longer");
 
         EXPECT_TRUE(writeGpioFile("export", text));
         EXPECT_EQ(readFile(root + "export"), text);
@@ -50,7 +48,7 @@ TEST_F(GpioFileTest, WritesTheTextAndNothingElse)
     }
 }
 
-TEST_F(GpioFileTest, ReachesAFileInAFolder)
+TEST_F(GpioFile, ReachesAFileInADirectory)
 {
     fs::create_directory(root + "gpio17");
     writeFile(root + "gpio17/edge", "none\n");
@@ -59,7 +57,7 @@ TEST_F(GpioFileTest, ReachesAFileInAFolder)
     EXPECT_EQ(readFile(root + "gpio17/edge"), "both");
 }
 
-TEST_F(GpioFileTest, WritesALongTextWhole)
+TEST_F(GpioFile, WritesALongTextWhole)
 {
     const std::string text(100'000, 'x');
 
@@ -67,7 +65,7 @@ TEST_F(GpioFileTest, WritesALongTextWhole)
     EXPECT_EQ(readFile(root + "export"), text);
 }
 
-TEST_F(GpioFileTest, LeavesNoDescriptorOpen)
+TEST_F(GpioFile, LeavesNoDescriptorOpen)
 {
     const std::vector<std::string> before = namesIn("/proc/self/fd");
 
@@ -75,14 +73,14 @@ TEST_F(GpioFileTest, LeavesNoDescriptorOpen)
     EXPECT_EQ(namesIn("/proc/self/fd"), before);
 }
 
-TEST_F(GpioFileTest, RefusesAFolder)
+TEST_F(GpioFile, RefusesADirectory)
 {
     fs::create_directory(root + "export");
 
     EXPECT_FALSE(writeGpioFile("export", "17"));
 }
 
-TEST_F(GpioFileTest, RefusesAReadOnlyFile)
+TEST_F(GpioFile, RefusesAReadOnlyFile)
 {
     writeFile(root + "export", "as it was");
     ASSERT_EQ(chmod((root + "export").c_str(), 0444), 0);
@@ -91,13 +89,13 @@ TEST_F(GpioFileTest, RefusesAReadOnlyFile)
     EXPECT_EQ(readFile(root + "export"), "as it was");
 }
 
-TEST_F(GpioFileTest, RefusesAFileInAMissingFolder)
+TEST_F(GpioFile, RefusesAFileInAMissingDirectory)
 {
     EXPECT_FALSE(writeGpioFile("gpio17/direction", "in"));
     EXPECT_EQ(namesIn(root), std::vector<std::string>{});
 }
 
-TEST_F(GpioFileTest, RefusesWithoutTheGpioFolder)
+TEST_F(GpioFile, RefusesWithoutTheGpioDirectory)
 {
     fs::remove_all(root);
 
@@ -105,8 +103,8 @@ TEST_F(GpioFileTest, RefusesWithoutTheGpioFolder)
     EXPECT_FALSE(fs::exists(root));
 }
 
-// The stream still holds a short text when it is asked; the kernel refuses it only at the close.
-TEST_F(GpioFileTest, DoesNotNoticeAShortTextThatFailsAtTheClose)
+// The stream still buffers a short text when its state is read; the kernel refuses it at the close.
+TEST_F(GpioFile, IgnoresAShortTextThatFailsAtTheClose)
 {
     fs::create_symlink("/dev/full", root + "export");
 
@@ -114,7 +112,7 @@ TEST_F(GpioFileTest, DoesNotNoticeAShortTextThatFailsAtTheClose)
     EXPECT_TRUE(writeGpioFile("export", ""));
 }
 
-TEST_F(GpioFileTest, NoticesATextThatFailsBeforeTheClose)
+TEST_F(GpioFile, DetectsATextThatFailsBeforeTheClose)
 {
     constexpr std::size_t longerThanAnyBuffer = 1'000'000;
     fs::create_symlink("/dev/full", root + "export");
@@ -122,7 +120,7 @@ TEST_F(GpioFileTest, NoticesATextThatFailsBeforeTheClose)
     EXPECT_FALSE(writeGpioFile("export", std::string(longerThanAnyBuffer, 'x')));
 }
 
-TEST_F(GpioFileTest, WritesAnAttributeOfTheLine)
+TEST_F(GpioFile, WritesAnAttributeOfTheLine)
 {
     fs::create_directory(root + "gpio17");
     fs::create_directory(root + "gpio1");
@@ -135,22 +133,24 @@ TEST_F(GpioFileTest, WritesAnAttributeOfTheLine)
     EXPECT_EQ(namesIn(root + "gpio17"), std::vector<std::string>{"direction"});
 }
 
-TEST_F(GpioFileTest, RefusesAnAttributeOfALineThatIsNotExported)
+TEST_F(GpioFile, RefusesAnAttributeOfALineThatIsNotExported)
 {
     EXPECT_FALSE(writeGpioAttribute(17, "direction", "in"));
 }
 
-TEST_F(GpioFileTest, RefusesAnAttributeThatIsAFolder)
+TEST_F(GpioFile, RefusesAnAttributeThatIsADirectory)
 {
     fs::create_directories(root + "gpio17/direction");
 
     EXPECT_FALSE(writeGpioAttribute(17, "direction", "in"));
 }
 
-TEST_F(GpioFileTest, DoesNotNoticeAnAttributeThatFailsAtTheClose)
+TEST_F(GpioFile, IgnoresAnAttributeThatFailsAtTheClose)
 {
     fs::create_directory(root + "gpio17");
     fs::create_symlink("/dev/full", root + "gpio17/direction");
 
     EXPECT_TRUE(writeGpioAttribute(17, "direction", "in"));
 }
+
+}  // namespace

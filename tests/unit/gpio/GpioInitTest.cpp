@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,39 +21,53 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-TEST_F(GpioLineTest, OpensALineAsRequested)
-{
-    struct Row {
-        const char* name;
-        std::int32_t request;
-        const char* direction;
-        const char* expectedDirection;
-        std::int32_t expectedMode;
-        std::int32_t expectedValue;
-    };
-    const std::vector<Row> rows = {
-        {"input", -1, "out\n", "in", -1, 1},
-        {"input, any negative request", lowest, "out\n", "in", -1, 1},
-        {"output that starts low", 0, "in\n", "low", 1, 0},
-        {"output that starts high", 1, "in\n", "high", 1, 1},
-        {"output as it was", 2, "out\n", "out\n", 1, 1},
-        {"output, input before", 2, "in\n", "high", 1, 1},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        makeLine(17, "1\n");
-        writeFile(directionFile, row.direction);
-        GpioLine line;
+namespace {
 
-        EXPECT_TRUE(line.init(17, row.request));
-        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
-        EXPECT_EQ(line.currentMode(), row.expectedMode);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
-        EXPECT_EQ(readFile(valueFile), "1\n");
-    }
+class GpioLineInit : public GpioLineFixture {};
+
+struct Request {
+    const char* name;
+    std::int32_t request;
+    const char* direction;
+    const char* expectedDirection;
+    std::int32_t expectedMode;
+    std::int32_t expectedValue;
+};
+
+void PrintTo(const Request& row, std::ostream* out)
+{
+    *out << row.name;
 }
 
-TEST_F(GpioLineTest, OpensTheValueFileOnceForReadingAndWriting)
+class GpioLineRequest : public GpioLineFixture, public testing::WithParamInterface<Request> {};
+
+TEST_P(GpioLineRequest, OpensTheLine)
+{
+    const Request& row = GetParam();
+    makeLine(17, "1\n");
+    writeFile(directionFile, row.direction);
+    GpioLine line;
+
+    EXPECT_TRUE(line.init(17, row.request));
+    EXPECT_EQ(readFile(directionFile), row.expectedDirection);
+    EXPECT_EQ(line.currentMode(), row.expectedMode);
+    EXPECT_EQ(line.lastValue(), row.expectedValue);
+    EXPECT_EQ(readFile(valueFile), "1\n");
+}
+
+const Request requests[] = {
+    {"Input", -1, "out\n", "in", -1, 1},
+    {"InputForAnyNegativeRequest", lowest, "out\n", "in", -1, 1},
+    {"OutputThatStartsLow", 0, "in\n", "low", 1, 0},
+    {"OutputThatStartsHigh", 1, "in\n", "high", 1, 1},
+    {"OutputAsItWas", 2, "out\n", "out\n", 1, 1},
+    {"OutputThatWasAnInput", 2, "in\n", "high", 1, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineRequest, testing::ValuesIn(requests),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(GpioLineInit, OpensTheValueFileOnceForReadingAndWriting)
 {
     GpioLine line;
 
@@ -60,7 +75,7 @@ TEST_F(GpioLineTest, OpensTheValueFileOnceForReadingAndWriting)
     EXPECT_EQ(calls.openFlags, std::vector<int>{O_RDWR});
 }
 
-TEST_F(GpioLineTest, DoesNotExportALineThatIsExported)
+TEST_F(GpioLineInit, DoesNotExportALineThatIsExported)
 {
     GpioLine line;
 
@@ -68,7 +83,7 @@ TEST_F(GpioLineTest, DoesNotExportALineThatIsExported)
     EXPECT_EQ(readFile(root + "export"), "");
 }
 
-TEST_F(GpioLineTest, NeedsNoExportFileForALineThatIsExported)
+TEST_F(GpioLineInit, NeedsNoExportFileForALineThatIsExported)
 {
     fs::remove(root + "export");
     GpioLine line;
@@ -77,61 +92,87 @@ TEST_F(GpioLineTest, NeedsNoExportFileForALineThatIsExported)
     EXPECT_FALSE(fs::exists(root + "export"));
 }
 
-TEST_F(GpioLineTest, ExportsALineThatIsNotExported)
-{
-    for (const std::int32_t number : {17, 0, 512, highest, -5}) {
-        SCOPED_TRACE(number);
-        emptyDirectory(root);
-        writeFile(root + "export", "longer than any number of a line");
-        calls.beforeOpen = [number](std::size_t /*attempt*/) { makeLine(number, "1\n"); };
-        GpioLine line;
+struct Number {
+    const char* name;
+    std::int32_t number;
+};
 
-        EXPECT_TRUE(line.init(number, -1));
-        EXPECT_EQ(readFile(root + "export"), std::to_string(number));
-        EXPECT_EQ(line.readValue(), 1);
-    }
+void PrintTo(const Number& row, std::ostream* out)
+{
+    *out << row.number;
 }
 
-TEST_F(GpioLineTest, ExportsALineInPlaceOfWhichAPlainFileStands)
+class GpioLineNumber : public GpioLineFixture, public testing::WithParamInterface<Number> {};
+
+TEST_P(GpioLineNumber, IsExportedIfItIsNot)
 {
-    fs::remove_all(lineFolder);
-    writeFile(lineFolder, "");
+    const std::int32_t number = GetParam().number;
+    emptyDirectory(root);
+    writeFile(root + "export", "longer than any line number");
+    calls.beforeOpen = [number](std::size_t /*attempt*/) { makeLine(number, "1\n"); };
+    GpioLine line;
+
+    EXPECT_TRUE(line.init(number, -1));
+    EXPECT_EQ(readFile(root + "export"), std::to_string(number));
+    EXPECT_EQ(line.readValue(), 1);
+}
+
+const Number numbers[] = {
+    {"Seventeen", 17}, {"Zero", 0}, {"ThreeDigits", 512}, {"Highest", highest}, {"Negative", -5},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineNumber, testing::ValuesIn(numbers),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(GpioLineInit, ExportsALineIfAPlainFileHasItsName)
+{
+    fs::remove_all(lineDirectory);
+    writeFile(lineDirectory, "");
     GpioLine line;
 
     EXPECT_FALSE(line.init(17, -1));
     EXPECT_EQ(readFile(root + "export"), "17");
 }
 
-TEST_F(GpioLineTest, DoesNotTryToOpenALineThatCannotBeExported)
-{
-    struct Row {
-        const char* name;
-        std::function<void()> prepare;
-    };
-    const std::vector<Row> rows = {
-        {"export is a folder", [] { fs::create_directory(root + "export"); }},
-        {"export is read-only",
-         [] {
-             writeFile(root + "export", "");
-             ASSERT_EQ(chmod((root + "export").c_str(), 0444), 0);
-         }},
-        {"no GPIO files", [] { fs::remove_all(root); }},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        emptyDirectory(root);
-        row.prepare();
-        calls.openFlags.clear();
-        GpioLine line;
+struct ExportFault {
+    const char* name;
+    std::function<void()> arrange;
+};
 
-        EXPECT_FALSE(line.init(17, -1));
-        EXPECT_EQ(calls.openFlags.size(), 0U);
-        EXPECT_EQ(line.currentMode(), 0);
-    }
+void PrintTo(const ExportFault& row, std::ostream* out)
+{
+    *out << row.name;
 }
 
-// As with a line that a driver holds: EBUSY comes from write(2), at the stream's close.
-TEST_F(GpioLineTest, TriesToOpenALineWhoseExportFailsOnlyAtTheClose)
+class GpioLineExportFault : public GpioLineFixture,
+                            public testing::WithParamInterface<ExportFault> {};
+
+TEST_P(GpioLineExportFault, PreventsTheAttemptToOpen)
+{
+    emptyDirectory(root);
+    GetParam().arrange();
+    GpioLine line;
+
+    EXPECT_FALSE(line.init(17, -1));
+    EXPECT_EQ(calls.openFlags.size(), 0U);
+    EXPECT_EQ(line.currentMode(), 0);
+}
+
+const ExportFault exportFaults[] = {
+    {"ExportIsADirectory", [] { fs::create_directory(root + "export"); }},
+    {"ExportIsReadOnly",
+     [] {
+         writeFile(root + "export", "");
+         ASSERT_EQ(chmod((root + "export").c_str(), 0444), 0);
+     }},
+    {"NoGpioFiles", [] { fs::remove_all(root); }},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineExportFault, testing::ValuesIn(exportFaults),
+                         [](const auto& row) { return row.param.name; });
+
+// As for a line that a driver holds: write(2) fails with EBUSY, at the close of the stream.
+TEST_F(GpioLineInit, TriesToOpenALineWhoseExportFailsOnlyAtTheClose)
 {
     emptyDirectory(root);
     fs::create_symlink("/dev/full", root + "export");
@@ -141,7 +182,7 @@ TEST_F(GpioLineTest, TriesToOpenALineWhoseExportFailsOnlyAtTheClose)
     EXPECT_TRUE(line.init(17, -1));
 }
 
-TEST_F(GpioLineTest, GivesUpAfterElevenAttemptsToOpen)
+TEST_F(GpioLineInit, GivesUpAfterElevenAttemptsToOpen)
 {
     fs::remove(valueFile);
     const auto start = steady_clock::now();
@@ -155,28 +196,29 @@ TEST_F(GpioLineTest, GivesUpAfterElevenAttemptsToOpen)
     EXPECT_EQ(readFile(directionFile), "in\n");
 }
 
-TEST_F(GpioLineTest, OpensALineThatAppearsBeforeAnyOfTheElevenAttempts)
-{
-    for (std::size_t appearance = 1; appearance <= 11; ++appearance) {
-        SCOPED_TRACE(appearance);
-        emptyDirectory(root);
-        writeFile(root + "export", "");
-        calls.openFlags.clear();
-        calls.beforeOpen = [appearance](std::size_t attempt) {
-            if (attempt == appearance) {
-                makeLine(17, "1\n");
-            }
-        };
-        GpioLine line;
+class GpioLineAttempt : public GpioLineFixture, public testing::WithParamInterface<std::size_t> {};
 
-        EXPECT_TRUE(line.init(17, -1));
-        EXPECT_EQ(calls.openFlags.size(), appearance);
-        EXPECT_EQ(line.readValue(), 1);
-        EXPECT_EQ(readFile(root + "export"), "17");
-    }
+TEST_P(GpioLineAttempt, OpensALineThatAppearsJustBefore)
+{
+    emptyDirectory(root);
+    writeFile(root + "export", "");
+    calls.beforeOpen = [](std::size_t attempt) {
+        if (attempt == GetParam()) {
+            makeLine(17, "1\n");
+        }
+    };
+    GpioLine line;
+
+    EXPECT_TRUE(line.init(17, -1));
+    EXPECT_EQ(calls.openFlags.size(), GetParam());
+    EXPECT_EQ(line.readValue(), 1);
+    EXPECT_EQ(readFile(root + "export"), "17");
 }
 
-TEST_F(GpioLineTest, OpensALineThatBecomesWritableLate)
+INSTANTIATE_TEST_SUITE_P(, GpioLineAttempt, testing::Range(std::size_t{1}, std::size_t{12}),
+                         testing::PrintToStringParamName());
+
+TEST_F(GpioLineInit, OpensALineThatBecomesWritableLate)
 {
     ASSERT_EQ(chmod(valueFile.c_str(), 0444), 0);
     calls.beforeOpen = [](std::size_t attempt) {
@@ -190,7 +232,7 @@ TEST_F(GpioLineTest, OpensALineThatBecomesWritableLate)
     EXPECT_EQ(calls.openFlags.size(), 3U);
 }
 
-TEST_F(GpioLineTest, WaitsTwentyMillisecondsBeforeEachAttempt)
+TEST_F(GpioLineInit, WaitsTwentyMillisecondsBeforeEachAttempt)
 {
     fs::remove(valueFile);
     GpioLine line;
@@ -205,11 +247,13 @@ TEST_F(GpioLineTest, WaitsTwentyMillisecondsBeforeEachAttempt)
     EXPECT_FALSE(line.init(17, -1));
 }
 
-TEST_F(GpioLineTest, DoesNotTryAgainWhenTheDirectionFails)
+TEST_F(GpioLineInit, DoesNotTryAgainWhenTheDirectionFails)
 {
-    replaceByFolder(directionFile);
+    replaceByDirectory(directionFile);
     GpioLine line;
 
     EXPECT_FALSE(line.init(17, -1));
     EXPECT_EQ(calls.openFlags.size(), 1U);
 }
+
+}  // namespace

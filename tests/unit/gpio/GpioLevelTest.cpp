@@ -24,7 +24,7 @@ namespace {
 
 volatile std::sig_atomic_t alarms = 0;
 
-/// A signal that comes once, after this time, and is handled.
+/// Delivers one signal after this time, and handles it.
 class Alarm {
 public:
     explicit Alarm(std::chrono::microseconds delay)
@@ -66,11 +66,9 @@ const std::vector<WriteOperation> writeOperations = {
      }},
 };
 
-}  // namespace
+class GpioLineLevel : public GpioLineFixture {};
 
-// Levels
-
-TEST_F(GpioLineTest, WritesOneByteForALevel)
+TEST_F(GpioLineLevel, WritesOneByteForALevel)
 {
     struct Row {
         std::int32_t level;
@@ -90,7 +88,7 @@ TEST_F(GpioLineTest, WritesOneByteForALevel)
     }
 }
 
-TEST_F(GpioLineTest, DoesNotRewindBeforeAWrite)
+TEST_F(GpioLineLevel, DoesNotRewindBeforeAWrite)
 {
     writeFile(valueFile, "1\n");
     GpioLine line;
@@ -105,7 +103,7 @@ TEST_F(GpioLineTest, DoesNotRewindBeforeAWrite)
     EXPECT_EQ(readFile(valueFile), "1\n11");
 }
 
-TEST_F(GpioLineTest, WritesALevelAndTogglesTheVariable)
+TEST_F(GpioLineLevel, WritesALevelAndTogglesTheVariable)
 {
     struct Row {
         std::int32_t level;
@@ -128,7 +126,7 @@ TEST_F(GpioLineTest, WritesALevelAndTogglesTheVariable)
     }
 }
 
-TEST_F(GpioLineTest, LeavesTheVariableWhenTheLevelIsNotWritten)
+TEST_F(GpioLineLevel, LeavesTheVariableWhenTheLevelIsNotWritten)
 {
     GpioLine line;
     openRefusingOutput(line);
@@ -140,7 +138,7 @@ TEST_F(GpioLineTest, LeavesTheVariableWhenTheLevelIsNotWritten)
     }
 }
 
-TEST_F(GpioLineTest, RemembersTheLevelThatCouldNotBeWritten)
+TEST_F(GpioLineLevel, RemembersTheLevelThatCouldNotBeWritten)
 {
     struct Row {
         const char* name;
@@ -165,11 +163,11 @@ TEST_F(GpioLineTest, RemembersTheLevelThatCouldNotBeWritten)
     }
 }
 
-// Pulses
+class GpioLinePulse : public GpioLineFixture {};
 
-// The second level is the complement of the lowest bit, so an even level other than 0 gives high
-// twice; that is intended.
-TEST_F(GpioLineTest, PulsesFromTheLevelToTheComplementOfItsLowestBit)
+// The second level is the complement of the lowest bit, so an even level other than 0 is high both
+// times; that is intended.
+TEST_F(GpioLinePulse, WritesTheLevelAndTheComplementOfItsLowestBit)
 {
     struct Row {
         std::int32_t level;
@@ -197,7 +195,7 @@ TEST_F(GpioLineTest, PulsesFromTheLevelToTheComplementOfItsLowestBit)
     }
 }
 
-TEST_F(GpioLineTest, PulsesForAtLeastTheDuration)
+TEST_F(GpioLinePulse, LastsForAtLeastTheDuration)
 {
     GpioLine line;
     openOutput(line);
@@ -213,7 +211,7 @@ TEST_F(GpioLineTest, PulsesForAtLeastTheDuration)
     EXPECT_EQ(calls.sleeps.size(), 1U);
 }
 
-TEST_F(GpioLineTest, SplitsTheDurationOfAPulse)
+TEST_F(GpioLinePulse, SplitsTheDuration)
 {
     struct Row {
         nanoseconds duration;
@@ -242,7 +240,7 @@ TEST_F(GpioLineTest, SplitsTheDurationOfAPulse)
     }
 }
 
-TEST_F(GpioLineTest, PulsesAtOnceForADurationOfNothing)
+TEST_F(GpioLinePulse, DoesNotWaitForADurationOf0OrLess)
 {
     for (const nanoseconds duration : {nanoseconds(0), nanoseconds(-1), nanoseconds(-90s)}) {
         SCOPED_TRACE(duration.count());
@@ -255,7 +253,7 @@ TEST_F(GpioLineTest, PulsesAtOnceForADurationOfNothing)
     }
 }
 
-TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfAPulse)
+TEST_F(GpioLinePulse, SleepsForTheRemainingTimeAfterASignal)
 {
     GpioLine line;
     openOutput(line);
@@ -268,8 +266,8 @@ TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfAPulse)
     EXPECT_EQ(readFile(valueFile), "10");
 }
 
-// A call that succeeds leaves errno as it finds it (errno(3)).
-TEST_F(GpioLineTest, SleepsOnceWhenAnEarlierCallWasInterrupted)
+// A successful call need not change errno (errno(3)).
+TEST_F(GpioLinePulse, SleepsOnceWhenAnEarlierCallWasInterrupted)
 {
     GpioLine line;
     openOutput(line);
@@ -282,7 +280,7 @@ TEST_F(GpioLineTest, SleepsOnceWhenAnEarlierCallWasInterrupted)
     EXPECT_EQ(calls.sleeps.size(), 1U);
 }
 
-TEST_F(GpioLineTest, EndsThePulseEarlyWhenTheSleepFails)
+TEST_F(GpioLinePulse, EndsEarlyIfTheSleepFails)
 {
     GpioLine line;
     openOutput(line);
@@ -297,7 +295,7 @@ TEST_F(GpioLineTest, EndsThePulseEarlyWhenTheSleepFails)
     EXPECT_EQ(line.lastValue(), 0);
 }
 
-TEST_F(GpioLineTest, SleepsItsFullTimeThroughASignal)
+TEST_F(GpioLinePulse, SleepsItsFullTimeThroughASignal)
 {
     {
         GpioLine line;
@@ -317,7 +315,7 @@ TEST_F(GpioLineTest, SleepsItsFullTimeThroughASignal)
     EXPECT_EQ(alarms, 1);
 }
 
-TEST_F(GpioLineTest, FailsAPulseWhoseSecondLevelIsNotWritten)
+TEST_F(GpioLinePulse, FailsIfTheSecondLevelIsNotWritten)
 {
     for (const nanoseconds duration : {nanoseconds(0), nanoseconds(1)}) {
         SCOPED_TRACE(duration.count());
@@ -334,3 +332,5 @@ TEST_F(GpioLineTest, FailsAPulseWhoseSecondLevelIsNotWritten)
         }
     }
 }
+
+}  // namespace

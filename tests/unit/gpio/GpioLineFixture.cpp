@@ -20,7 +20,7 @@ bool isOpen(int descriptor)
     return fcntl(descriptor, F_GETFD) != -1;
 }
 
-void replaceByFolder(const std::string& path)
+void replaceByDirectory(const std::string& path)
 {
     fs::remove_all(path);
     fs::create_directory(path);
@@ -39,10 +39,10 @@ FileSizeLimit::~FileSizeLimit()
     std::signal(SIGXFSZ, handlerBefore);
 }
 
-Watch::Watch(const std::vector<std::string>& folders) : fd(inotify_init1(IN_NONBLOCK))
+Watch::Watch(const std::vector<std::string>& directories) : fd(inotify_init1(IN_NONBLOCK))
 {
-    for (const std::string& folder : folders) {
-        EXPECT_GE(inotify_add_watch(fd, folder.c_str(), IN_ALL_EVENTS), 0);
+    for (const std::string& directory : directories) {
+        EXPECT_GE(inotify_add_watch(fd, directory.c_str(), IN_ALL_EVENTS), 0);
     }
 }
 
@@ -51,15 +51,15 @@ Watch::~Watch()
     close(fd);
 }
 
-bool Watch::sawUse() const
+bool Watch::sawAccess() const
 {
     alignas(inotify_event) std::array<char, 4096> events;
     return read(fd, events.data(), events.size()) > 0;
 }
 
-GpioLineTest::GpioLineTest()
+GpioLineFixture::GpioLineFixture()
 {
-    // The descriptor 0 has rules of its own; no line may get it by chance.
+    // A line behaves differently with descriptor 0, so no line may get it by chance.
     if (!isOpen(STDIN_FILENO)) {
         EXPECT_EQ(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     }
@@ -70,26 +70,26 @@ GpioLineTest::GpioLineTest()
     kernelCalls = &calls;
 }
 
-GpioLineTest::~GpioLineTest()
+GpioLineFixture::~GpioLineFixture()
 {
     kernelCalls = nullptr;
 }
 
-void GpioLineTest::makeLine(std::int32_t number, const std::string& value)
+void GpioLineFixture::makeLine(std::int32_t number, const std::string& value)
 {
-    const std::string folder = root + "gpio" + std::to_string(number);
-    fs::create_directories(folder);
-    writeFile(folder + "/value", value);
-    writeFile(folder + "/direction", "in\n");
+    const std::string directory = root + "gpio" + std::to_string(number);
+    fs::create_directories(directory);
+    writeFile(directory + "/value", value);
+    writeFile(directory + "/direction", "in\n");
 }
 
-void GpioLineTest::openOutput(GpioLine& line)
+void GpioLineFixture::openOutput(GpioLine& line)
 {
     writeFile(valueFile, "");
     ASSERT_TRUE(line.init(17, 0));
 }
 
-void GpioLineTest::openRefusingOutput(GpioLine& line)
+void GpioLineFixture::openRefusingOutput(GpioLine& line)
 {
     fs::remove(valueFile);
     fs::create_symlink("/dev/full", valueFile);

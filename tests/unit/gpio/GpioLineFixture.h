@@ -18,16 +18,16 @@ constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
 
 inline const std::string root = "/sys/class/gpio/";
-inline const std::string lineFolder = root + "gpio17";
-inline const std::string valueFile = lineFolder + "/value";
-inline const std::string directionFile = lineFolder + "/direction";
+inline const std::string lineDirectory = root + "gpio17";
+inline const std::string valueFile = lineDirectory + "/value";
+inline const std::string directionFile = lineDirectory + "/direction";
 
 bool isOpen(int descriptor);
 
-/// Puts a folder in place of the file, which can then not be opened for writing.
-void replaceByFolder(const std::string& path);
+/// Replaces the file by a directory, which cannot be opened for writing.
+void replaceByDirectory(const std::string& path);
 
-/// Until the end of the block, no file of this process grows beyond so many bytes (setrlimit(2)).
+/// Until destroyed, limits the size of the files that this process writes (setrlimit(2)).
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes);
@@ -40,33 +40,34 @@ private:
     rlimit before{};
 };
 
-/// Notices any use of the files in some folders.
+/// Detects any access to the files in some directories (inotify(7)).
 class Watch {
 public:
-    explicit Watch(const std::vector<std::string>& folders);
+    explicit Watch(const std::vector<std::string>& directories);
     ~Watch();
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    [[nodiscard]] bool sawUse() const;
+    [[nodiscard]] bool sawAccess() const;
 
 private:
     int fd;
 };
 
-/// Plain files in place of the kernel's, with line 17 exported as an input that is low.
-class GpioLineTest : public testing::Test {
+/// Plain files in place of the kernel's, with line 17 exported as an input at level 0. Each suite
+/// derives from it and is named after what it tests of a GpioLine.
+class GpioLineFixture : public testing::Test {
 protected:
-    GpioLineTest();
-    ~GpioLineTest() override;
+    GpioLineFixture();
+    ~GpioLineFixture() override;
 
     static void makeLine(std::int32_t number, const std::string& value = "0\n");
 
-    /// Opens line 17 as an output whose value file is empty, so that it holds what is written
-    /// later and nothing else.
+    /// Opens line 17 as an output whose value file is empty, so that it then holds only the levels
+    /// that are written.
     static void openOutput(GpioLine& line);
 
-    /// Opens line 17 as an output that refuses each level.
+    /// Opens line 17 as an output that refuses every level.
     static void openRefusingOutput(GpioLine& line);
 
     KernelCalls calls;

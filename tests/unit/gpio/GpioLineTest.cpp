@@ -20,7 +20,7 @@ namespace {
 static_assert(std::has_virtual_destructor_v<GpioLine>);
 static_assert(!std::is_copy_constructible_v<GpioLine> && !std::is_copy_assignable_v<GpioLine>);
 
-/// Until the end of the block descriptor 0 is free, so that the next open(2) gives 0.
+/// Keeps descriptor 0 closed until destroyed, so that the next open(2) returns 0.
 class StandardInputClosed {
 public:
     StandardInputClosed() : kept(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
@@ -36,7 +36,7 @@ private:
     int kept;
 };
 
-/// Counts what goes through the virtual close.
+/// Counts the calls of the virtual close.
 class CountingLine : public GpioLine {
 public:
     void close() override
@@ -50,28 +50,28 @@ public:
     std::function<void()> whenClosed = [] {};
 };
 
-/// Does not let its descriptor go.
+/// Never closes its descriptor.
 class KeepingLine : public GpioLine {
 public:
     void close() override {}
 };
 
-}  // namespace
+class GpioLineLifecycle : public GpioLineFixture {};
 
 // Construction and destruction
 
-TEST_F(GpioLineTest, IsMadeWithoutALineAndWithoutTouchingAFile)
+TEST_F(GpioLineLifecycle, IsMadeWithoutALineAndWithoutTouchingAFile)
 {
-    const Watch watch({root, lineFolder});
+    const Watch watch({root, lineDirectory});
     {
         const GpioLine line;
         EXPECT_EQ(line.lastValue(), 0);
         EXPECT_EQ(line.currentMode(), 0);
     }
-    EXPECT_FALSE(watch.sawUse());
+    EXPECT_FALSE(watch.sawAccess());
 }
 
-TEST_F(GpioLineTest, ClosesTheValueFileWhenDestroyedAndLeavesTheLineAsItIs)
+TEST_F(GpioLineLifecycle, ClosesTheValueFileWhenDestroyedAndLeavesTheLineAsItIs)
 {
     {
         const std::unique_ptr<GpioLine> line = std::make_unique<CountingLine>();
@@ -85,17 +85,17 @@ TEST_F(GpioLineTest, ClosesTheValueFileWhenDestroyedAndLeavesTheLineAsItIs)
 
 // From one line to the next
 
-TEST_F(GpioLineTest, ReturnsAtOnceWhenTheLineIsOpenAlready)
+TEST_F(GpioLineLifecycle, ReturnsAtOnceWhenTheLineIsOpenAlready)
 {
     writeFile(valueFile, "1\n");
     CountingLine line;
     ASSERT_TRUE(line.init(17, -1));
     const int descriptor = calls.descriptor;
     line.closes = 0;
-    const Watch watch({root, lineFolder});
+    const Watch watch({root, lineDirectory});
 
     EXPECT_TRUE(line.init(17, 0));
-    EXPECT_FALSE(watch.sawUse());
+    EXPECT_FALSE(watch.sawAccess());
     EXPECT_EQ(calls.openFlags.size(), 1U);
     EXPECT_EQ(line.closes, 0);
     EXPECT_TRUE(isOpen(descriptor));
@@ -104,7 +104,7 @@ TEST_F(GpioLineTest, ReturnsAtOnceWhenTheLineIsOpenAlready)
     EXPECT_EQ(readFile(directionFile), "in");
 }
 
-TEST_F(GpioLineTest, ClosesTheLineThatWasOpenBeforeItOpensAnother)
+TEST_F(GpioLineLifecycle, ClosesTheLineThatWasOpenBeforeItOpensAnother)
 {
     makeLine(18, "1\n");
     GpioLine line;
@@ -120,7 +120,7 @@ TEST_F(GpioLineTest, ClosesTheLineThatWasOpenBeforeItOpensAnother)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
-TEST_F(GpioLineTest, ClosesALineAlsoForOneOfALowerNumber)
+TEST_F(GpioLineLifecycle, ClosesALineAlsoForOneOfALowerNumber)
 {
     makeLine(18, "1\n");
     GpioLine line;
@@ -131,9 +131,9 @@ TEST_F(GpioLineTest, ClosesALineAlsoForOneOfALowerNumber)
     EXPECT_EQ(calls.openFlags.size(), 2U);
 }
 
-TEST_F(GpioLineTest, HasNoLineAfterAnotherOneFailed)
+TEST_F(GpioLineLifecycle, HasNoLineAfterAnotherOneFailed)
 {
-    replaceByFolder(root + "export");
+    replaceByDirectory(root + "export");
     GpioLine line;
     ASSERT_TRUE(line.init(17, 0));
     const int before = calls.descriptor;
@@ -146,7 +146,7 @@ TEST_F(GpioLineTest, HasNoLineAfterAnotherOneFailed)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
-TEST_F(GpioLineTest, OpensALineAgainAfterItWasClosed)
+TEST_F(GpioLineLifecycle, OpensALineAgainAfterItWasClosed)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, 0));
@@ -157,11 +157,11 @@ TEST_F(GpioLineTest, OpensALineAgainAfterItWasClosed)
     EXPECT_EQ(readFile(directionFile), "high");
 }
 
-TEST_F(GpioLineTest, ClosesTheValueFileWhenTheDirectionFails)
+TEST_F(GpioLineLifecycle, ClosesTheValueFileWhenTheDirectionFails)
 {
     for (const std::int32_t request : {-1, 0, 1, 2}) {
         SCOPED_TRACE(request);
-        replaceByFolder(directionFile);
+        replaceByDirectory(directionFile);
         CountingLine line;
 
         EXPECT_FALSE(line.init(17, request));
@@ -173,7 +173,7 @@ TEST_F(GpioLineTest, ClosesTheValueFileWhenTheDirectionFails)
     }
 }
 
-TEST_F(GpioLineTest, ClosesThroughADerivedClassInInit)
+TEST_F(GpioLineLifecycle, ClosesThroughADerivedClassInInit)
 {
     makeLine(18);
     KeepingLine line;
@@ -185,8 +185,8 @@ TEST_F(GpioLineTest, ClosesThroughADerivedClassInInit)
     ASSERT_EQ(::close(kept), 0);
 }
 
-// A line that was never opened has the number -1 too; only its descriptor tells the difference.
-TEST_F(GpioLineTest, DoesNotTakeLineMinusOneForOpen)
+// A line that was never opened has the number -1 too; only the descriptor differs.
+TEST_F(GpioLineLifecycle, DoesNotTakeLineMinusOneForOpen)
 {
     makeLine(-1, "1\n");
     CountingLine line;
@@ -203,7 +203,7 @@ TEST_F(GpioLineTest, DoesNotTakeLineMinusOneForOpen)
 
 // close and release
 
-TEST_F(GpioLineTest, ForgetsTheLineWhenClosed)
+TEST_F(GpioLineLifecycle, ForgetsTheLineWhenClosed)
 {
     writeFile(valueFile, "1\n");
     GpioLine line;
@@ -217,7 +217,7 @@ TEST_F(GpioLineTest, ForgetsTheLineWhenClosed)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
-TEST_F(GpioLineTest, ForgetsTheDescriptorWhenClosed)
+TEST_F(GpioLineLifecycle, ForgetsTheDescriptorWhenClosed)
 {
     int reused = -1;
     {
@@ -236,7 +236,7 @@ TEST_F(GpioLineTest, ForgetsTheDescriptorWhenClosed)
     ::close(reused);
 }
 
-TEST_F(GpioLineTest, DoesNotTakeDescriptorZeroForItsOwnOnceClosed)
+TEST_F(GpioLineLifecycle, DoesNotTakeDescriptorZeroForItsOwnOnceClosed)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -250,7 +250,7 @@ TEST_F(GpioLineTest, DoesNotTakeDescriptorZeroForItsOwnOnceClosed)
     EXPECT_EQ(readFile(valueFile), "1\n");
 }
 
-TEST_F(GpioLineTest, MayBeClosedWithoutALine)
+TEST_F(GpioLineLifecycle, MayBeClosedWithoutALine)
 {
     GpioLine line;
 
@@ -260,9 +260,9 @@ TEST_F(GpioLineTest, MayBeClosedWithoutALine)
     EXPECT_TRUE(line.init(17, -1));
 }
 
-TEST_F(GpioLineTest, UnexportsTheLineAndThenClosesItWhenReleased)
+TEST_F(GpioLineLifecycle, UnexportsTheLineAndThenClosesItWhenReleased)
 {
-    writeFile(root + "unexport", "what stood there before");
+    writeFile(root + "unexport", "earlier contents");
     CountingLine line;
     ASSERT_TRUE(line.init(17, 0));
     line.closes = 0;
@@ -278,7 +278,7 @@ TEST_F(GpioLineTest, UnexportsTheLineAndThenClosesItWhenReleased)
     EXPECT_EQ(readFile(root + "unexport"), "17");
 }
 
-TEST_F(GpioLineTest, UnexportsLineZeroToo)
+TEST_F(GpioLineLifecycle, UnexportsLineZeroToo)
 {
     makeLine(0);
     GpioLine line;
@@ -288,7 +288,7 @@ TEST_F(GpioLineTest, UnexportsLineZeroToo)
     EXPECT_EQ(readFile(root + "unexport"), "0");
 }
 
-TEST_F(GpioLineTest, ClosesOnlyWhenReleasedWithoutALine)
+TEST_F(GpioLineLifecycle, ClosesOnlyWhenReleasedWithoutALine)
 {
     CountingLine line;
 
@@ -297,7 +297,7 @@ TEST_F(GpioLineTest, ClosesOnlyWhenReleasedWithoutALine)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
-TEST_F(GpioLineTest, UnexportsOnceWhenReleasedTwice)
+TEST_F(GpioLineLifecycle, UnexportsOnceWhenReleasedTwice)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, 0));
@@ -308,9 +308,9 @@ TEST_F(GpioLineTest, UnexportsOnceWhenReleasedTwice)
     EXPECT_EQ(readFile(root + "unexport"), "");
 }
 
-TEST_F(GpioLineTest, ClosesTheLineWhenItCannotBeUnexported)
+TEST_F(GpioLineLifecycle, ClosesTheLineWhenItCannotBeUnexported)
 {
-    replaceByFolder(root + "unexport");
+    replaceByDirectory(root + "unexport");
     GpioLine line;
     ASSERT_TRUE(line.init(17, 0));
 
@@ -319,9 +319,9 @@ TEST_F(GpioLineTest, ClosesTheLineWhenItCannotBeUnexported)
     EXPECT_EQ(line.currentMode(), 0);
 }
 
-// Descriptor 0, which is left alone on purpose.
+// Descriptor 0, which is never closed; that is intended.
 
-TEST_F(GpioLineTest, IsNotClosedWhenItsDescriptorIsZero)
+TEST_F(GpioLineLifecycle, IsNotClosedWhenItsDescriptorIsZero)
 {
     const StandardInputClosed freed;
     writeFile(valueFile, "1\n");
@@ -341,7 +341,7 @@ TEST_F(GpioLineTest, IsNotClosedWhenItsDescriptorIsZero)
     EXPECT_TRUE(isOpen(0));
 }
 
-TEST_F(GpioLineTest, UnexportsAndKeepsTheLineWhenReleasedWithDescriptorZero)
+TEST_F(GpioLineLifecycle, UnexportsAndKeepsTheLineWhenReleasedWithDescriptorZero)
 {
     const StandardInputClosed freed;
     GpioLine line;
@@ -354,7 +354,7 @@ TEST_F(GpioLineTest, UnexportsAndKeepsTheLineWhenReleasedWithDescriptorZero)
     EXPECT_EQ(line.currentMode(), 1);
 }
 
-TEST_F(GpioLineTest, GoesOnToAnotherLineWhenItsDescriptorIsZero)
+TEST_F(GpioLineLifecycle, GoesOnToAnotherLineWhenItsDescriptorIsZero)
 {
     const StandardInputClosed freed;
     makeLine(18, "1\n");
@@ -372,10 +372,10 @@ TEST_F(GpioLineTest, GoesOnToAnotherLineWhenItsDescriptorIsZero)
     EXPECT_FALSE(isOpen(calls.descriptor));
 }
 
-TEST_F(GpioLineTest, KeepsTheLineOfDescriptorZeroWhenAnotherOneFails)
+TEST_F(GpioLineLifecycle, KeepsTheLineOfDescriptorZeroWhenAnotherOneFails)
 {
     const StandardInputClosed freed;
-    replaceByFolder(root + "export");
+    replaceByDirectory(root + "export");
     writeFile(valueFile, "1\n");
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -385,3 +385,5 @@ TEST_F(GpioLineTest, KeepsTheLineOfDescriptorZeroWhenAnotherOneFails)
     EXPECT_EQ(line.currentMode(), -1);
     EXPECT_EQ(line.readValue(), 1);
 }
+
+}  // namespace

@@ -16,8 +16,12 @@ using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 using std::chrono::system_clock;
 
-// From any level but 0 the next one is 0, other than with a pulse; that is intended.
-TEST_F(GpioLineTest, PlaysTheLevelAndItsNegationInTurn)
+namespace {
+
+class GpioLineSequence : public GpioLineFixture {};
+
+// After any level but 0 the next one is 0, unlike with a pulse; that is intended.
+TEST_F(GpioLineSequence, PlaysTheLevelAndItsNegationInTurn)
 {
     struct Row {
         std::int32_t level;
@@ -39,24 +43,24 @@ TEST_F(GpioLineTest, PlaysTheLevelAndItsNegationInTurn)
     }
 }
 
-TEST_F(GpioLineTest, PlaysNothingWithoutDurations)
+TEST_F(GpioLineSequence, PlaysNothingWithoutDurations)
 {
     for (const std::int32_t level : {0, 1}) {
         GpioLine line;
         openOutput(line);
         ASSERT_TRUE(line.writeLevel(1 - level));
         const std::string before = readFile(valueFile);
-        const Watch watch({lineFolder});
+        const Watch watch({lineDirectory});
 
         EXPECT_TRUE(line.playSequence(level, {}));
-        EXPECT_FALSE(watch.sawUse());
+        EXPECT_FALSE(watch.sawAccess());
         EXPECT_EQ(readFile(valueFile), before);
         EXPECT_EQ(line.lastValue(), 1 - level);
         EXPECT_EQ(calls.sleeps.size(), 0U);
     }
 }
 
-TEST_F(GpioLineTest, PlaysNothingWithoutDurationsAlsoWithoutALine)
+TEST_F(GpioLineSequence, PlaysNothingWithoutDurationsAlsoWithoutALine)
 {
     GpioLine line;
 
@@ -64,7 +68,7 @@ TEST_F(GpioLineTest, PlaysNothingWithoutDurationsAlsoWithoutALine)
     EXPECT_EQ(line.lastValue(), 0);
 }
 
-TEST_F(GpioLineTest, PlaysEachLevelForAtLeastItsDuration)
+TEST_F(GpioLineSequence, PlaysEachLevelForAtLeastItsDuration)
 {
     GpioLine line;
     openOutput(line);
@@ -83,7 +87,7 @@ TEST_F(GpioLineTest, PlaysEachLevelForAtLeastItsDuration)
     EXPECT_EQ(readFile(valueFile), "101");
 }
 
-TEST_F(GpioLineTest, CountsTheDurationsFromTheCallOn)
+TEST_F(GpioLineSequence, CountsTheDurationsFromTheCallOn)
 {
     GpioLine line;
     openOutput(line);
@@ -103,7 +107,7 @@ TEST_F(GpioLineTest, CountsTheDurationsFromTheCallOn)
     EXPECT_EQ(readFile(valueFile), "10");
 }
 
-TEST_F(GpioLineTest, DoesNotSleepForADurationThatIsPast)
+TEST_F(GpioLineSequence, DoesNotSleepForADurationThatIsPast)
 {
     const std::vector<std::vector<nanoseconds>> sequences = {
         {0ns, 0ns}, {-1ns, -1ns}, {-90s, 10ms}, {-90s, 89s}};
@@ -118,7 +122,7 @@ TEST_F(GpioLineTest, DoesNotSleepForADurationThatIsPast)
     }
 }
 
-TEST_F(GpioLineTest, TakesANegativeDurationFromTheNextOne)
+TEST_F(GpioLineSequence, TakesANegativeDurationFromTheNextOne)
 {
     GpioLine line;
     openOutput(line);
@@ -132,7 +136,7 @@ TEST_F(GpioLineTest, TakesANegativeDurationFromTheNextOne)
     }
 }
 
-TEST_F(GpioLineTest, LooksAtTheClockAgainAfterEachSleepOfASequence)
+TEST_F(GpioLineSequence, ReadsTheClockAgainAfterEachSleep)
 {
     GpioLine line;
     openOutput(line);
@@ -153,12 +157,12 @@ TEST_F(GpioLineTest, LooksAtTheClockAgainAfterEachSleepOfASequence)
     }
 }
 
-TEST_F(GpioLineTest, SleepsUntilTheNextLevelOfASequence)
+TEST_F(GpioLineSequence, SleepsUntilTheNextLevel)
 {
     struct Asleep {};
     GpioLine line;
     openOutput(line);
-    // It need not be waited out to see that it is slept and not spun away.
+    // The sleep need not last to show that the line sleeps and does not spin.
     calls.sleep = [](const timespec* /*request*/, timespec* /*remaining*/) -> int {
         throw Asleep();
     };
@@ -168,7 +172,7 @@ TEST_F(GpioLineTest, SleepsUntilTheNextLevelOfASequence)
     EXPECT_LE(durationOf(calls.sleeps[0]), 20s);
 }
 
-TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfASequence)
+TEST_F(GpioLineSequence, SleepsForTheRemainingTimeAfterASignal)
 {
     GpioLine line;
     openOutput(line);
@@ -177,14 +181,14 @@ TEST_F(GpioLineTest, SleepsOnForWhatASignalLeftOfASequence)
 
     EXPECT_TRUE(line.playSequence(1, std::vector<nanoseconds>{60ms}));
     EXPECT_GE(system_clock::now() - start, 60ms);
-    // On a machine that is slow enough, the time is over before anything sleeps.
+    // On a slow machine the time may be over before anything sleeps.
     if (!calls.sleeps.empty()) {
         ASSERT_GE(calls.sleeps.size(), 2U);
         EXPECT_EQ(durationOf(calls.sleeps[1]), 7ns);
     }
 }
 
-TEST_F(GpioLineTest, SplitsTheDurationsOfASequence)
+TEST_F(GpioLineSequence, SplitsTheDurations)
 {
     GpioLine line;
     openOutput(line);
@@ -196,7 +200,7 @@ TEST_F(GpioLineTest, SplitsTheDurationsOfASequence)
     }
 }
 
-TEST_F(GpioLineTest, EndsASequenceAtTheLevelThatIsNotWritten)
+TEST_F(GpioLineSequence, EndsAtTheFirstLevelThatIsNotWritten)
 {
     GpioLine line;
     openOutput(line);
@@ -208,3 +212,5 @@ TEST_F(GpioLineTest, EndsASequenceAtTheLevelThatIsNotWritten)
     EXPECT_EQ(line.lastValue(), 1);
     EXPECT_EQ(calls.sleeps.size(), 0U);
 }
+
+}  // namespace

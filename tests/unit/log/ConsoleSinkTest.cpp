@@ -29,7 +29,7 @@ using std::chrono::system_clock;
 static_assert(std::has_virtual_destructor_v<ConsoleSink>);
 static_assert(textOnly == 0 && levelOnly == 1 && dayAndTime == 2 && dateAndTime == 3);
 
-/// A point of Coordinated Universal Time.
+/// Returns a point in Coordinated Universal Time.
 system_clock::time_point at(std::chrono::year_month_day day, nanoseconds timeOfDay)
 {
     return std::chrono::sys_days(day) + timeOfDay;
@@ -39,23 +39,23 @@ const std::chrono::year_month_day january16(std::chrono::year(2020), std::chrono
                                             std::chrono::day(16));
 const system_clock::time_point someTime = at(january16, 9h + 5min + 3s + 42ms);
 
-class ConsoleSinkTest : public testing::Test {
+class ConsoleSinkOutput : public testing::Test {
 protected:
-    ConsoleSinkTest() { setTimeZone("UTC0"); }
-    ~ConsoleSinkTest() override
+    ConsoleSinkOutput() { setTimeZone("UTC0"); }
+    ~ConsoleSinkOutput() override
     {
         unsetenv("TZ");
         tzset();
     }
 
-    /// A zone as POSIX writes it, which needs no data base; "X-5:30" is ahead of UTC.
+    /// Sets a POSIX time zone, which needs no database; "X-5:30" is ahead of UTC.
     static void setTimeZone(const char* zone)
     {
         setenv("TZ", zone, 1);
         tzset();
     }
 
-    /// What a console shows after one record.
+    /// Returns the output of one record.
     static std::string shown(std::int32_t format, const std::string& text, int level = LOG_ERR,
                              system_clock::time_point time = someTime)
     {
@@ -66,7 +66,7 @@ protected:
     }
 };
 
-/// Counts the ways in which text and flushes reach it.
+/// Records the insertions and counts the flushes that reach it.
 class CountingBuffer : public std::streambuf {
 public:
     std::vector<std::string> pieces;
@@ -91,15 +91,13 @@ protected:
     }
 };
 
-/// Takes nothing, as std::streambuf itself does, and cannot be flushed.
+/// Refuses every byte, as std::streambuf itself does, and every flush.
 class RefusingBuffer : public std::streambuf {
 protected:
     int sync() override { return -1; }
 };
 
-}  // namespace
-
-TEST_F(ConsoleSinkTest, WritesALineInTheFormat)
+TEST_F(ConsoleSinkOutput, WritesALineInTheFormat)
 {
     struct Row {
         std::int32_t format;
@@ -121,7 +119,7 @@ TEST_F(ConsoleSinkTest, WritesALineInTheFormat)
     }
 }
 
-TEST_F(ConsoleSinkTest, NamesTheLevelOfTheRecord)
+TEST_F(ConsoleSinkOutput, NamesTheLevelOfTheRecord)
 {
     EXPECT_EQ(shown(levelOnly, "text", LOG_INFO), "INFO: text\n");
     EXPECT_EQ(shown(levelOnly, "text", LOG_CRIT), "CRITICAL: text\n");
@@ -130,8 +128,8 @@ TEST_F(ConsoleSinkTest, NamesTheLevelOfTheRecord)
     EXPECT_EQ(shown(dateAndTime, "text", LOG_EMERG), "2020-01-16 09:05:03.042 EMERG: text\n");
 }
 
-// The padding of the year cannot show: the nanoseconds of the clock reach from 1677 to 2262 only.
-TEST_F(ConsoleSinkTest, PadsEachFieldOfTheTime)
+// The padding of the year cannot be tested: the clock, in nanoseconds, ranges from 1677 to 2262.
+TEST_F(ConsoleSinkOutput, PadsEachFieldOfTheTime)
 {
     const std::chrono::year_month_day march1(std::chrono::year(1999), std::chrono::March,
                                              std::chrono::day(1));
@@ -157,7 +155,7 @@ TEST_F(ConsoleSinkTest, PadsEachFieldOfTheTime)
     }
 }
 
-TEST_F(ConsoleSinkTest, CutsTheTimeToMilliseconds)
+TEST_F(ConsoleSinkOutput, CutsTheTimeToMilliseconds)
 {
     struct Row {
         nanoseconds sinceMidnight;
@@ -180,7 +178,7 @@ TEST_F(ConsoleSinkTest, CutsTheTimeToMilliseconds)
     }
 }
 
-TEST_F(ConsoleSinkTest, ShowsLocalTime)
+TEST_F(ConsoleSinkOutput, ShowsLocalTime)
 {
     struct Row {
         const char* zone;
@@ -199,7 +197,7 @@ TEST_F(ConsoleSinkTest, ShowsLocalTime)
     }
 }
 
-TEST_F(ConsoleSinkTest, EndsTheLineOnce)
+TEST_F(ConsoleSinkOutput, EndsTheLineOnce)
 {
     struct Row {
         const char* name;
@@ -226,14 +224,14 @@ TEST_F(ConsoleSinkTest, EndsTheLineOnce)
     }
 }
 
-TEST_F(ConsoleSinkTest, WritesALongTextWhole)
+TEST_F(ConsoleSinkOutput, WritesALongTextWhole)
 {
     const std::string text(100'000, 'x');
 
     EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
 }
 
-TEST_F(ConsoleSinkTest, WritesARecordAfterTheOther)
+TEST_F(ConsoleSinkOutput, WritesARecordAfterTheOther)
 {
     std::ostringstream console;
     ConsoleSink sink(&console, levelOnly);
@@ -244,7 +242,7 @@ TEST_F(ConsoleSinkTest, WritesARecordAfterTheOther)
     EXPECT_EQ(console.str(), "ERROR: one\nINFO: two\n");
 }
 
-TEST_F(ConsoleSinkTest, WritesALineInOneInsertionAndFlushesIt)
+TEST_F(ConsoleSinkOutput, WritesALineInOneInsertionAndFlushesIt)
 {
     for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
         SCOPED_TRACE(format);
@@ -259,7 +257,7 @@ TEST_F(ConsoleSinkTest, WritesALineInOneInsertionAndFlushesIt)
     }
 }
 
-TEST_F(ConsoleSinkTest, AddsTheNewlineAndFlushesOnce)
+TEST_F(ConsoleSinkOutput, AddsTheNewlineAndFlushesOnce)
 {
     CountingBuffer buffer;
     std::ostream console(&buffer);
@@ -271,7 +269,7 @@ TEST_F(ConsoleSinkTest, AddsTheNewlineAndFlushesOnce)
     EXPECT_EQ(buffer.flushes, 1);
 }
 
-TEST_F(ConsoleSinkTest, LeavesTheConsoleAloneForAnEmptyText)
+TEST_F(ConsoleSinkOutput, LeavesTheConsoleAloneForAnEmptyText)
 {
     for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
         SCOPED_TRACE(format);
@@ -286,7 +284,7 @@ TEST_F(ConsoleSinkTest, LeavesTheConsoleAloneForAnEmptyText)
     }
 }
 
-TEST_F(ConsoleSinkTest, WidensTheNewlineThroughTheLocaleOfTheConsole)
+TEST_F(ConsoleSinkOutput, WidensTheNewlineThroughTheLocaleOfTheConsole)
 {
     class TildeForNewline : public std::ctype<char> {
         char do_widen(char byte) const override { return byte == '\n' ? '~' : byte; }
@@ -300,7 +298,7 @@ TEST_F(ConsoleSinkTest, WidensTheNewlineThroughTheLocaleOfTheConsole)
     EXPECT_EQ(console.str(), "added~own\n");
 }
 
-TEST_F(ConsoleSinkTest, WritesNowhereWithoutAConsole)
+TEST_F(ConsoleSinkOutput, WritesNowhereWithoutAConsole)
 {
     CountingBuffer buffer;
     std::streambuf* const out = std::cout.rdbuf(&buffer);
@@ -317,7 +315,7 @@ TEST_F(ConsoleSinkTest, WritesNowhereWithoutAConsole)
     EXPECT_EQ(buffer.flushes, 0);
 }
 
-TEST_F(ConsoleSinkTest, LeavesAFailureInTheStateOfTheConsole)
+TEST_F(ConsoleSinkOutput, LeavesAFailureInTheStateOfTheConsole)
 {
     for (const char* const text : {"text", "text\n"}) {
         SCOPED_TRACE(testing::PrintToString(text));
@@ -330,7 +328,7 @@ TEST_F(ConsoleSinkTest, LeavesAFailureInTheStateOfTheConsole)
     }
 }
 
-TEST_F(ConsoleSinkTest, WritesNothingToAConsoleThatHasFailed)
+TEST_F(ConsoleSinkOutput, WritesNothingToAConsoleThatHasFailed)
 {
     for (const std::ios::iostate state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
         SCOPED_TRACE(state);
@@ -345,3 +343,5 @@ TEST_F(ConsoleSinkTest, WritesNothingToAConsoleThatHasFailed)
         EXPECT_EQ(console.rdstate() & state, state);
     }
 }
+
+}  // namespace

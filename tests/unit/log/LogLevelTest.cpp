@@ -16,8 +16,6 @@ struct Row {
     const char* expected;
 };
 
-}  // namespace
-
 TEST(LogLevel, NamesEachPriority)
 {
     const std::vector<Row> rows = {{LOG_EMERG, "EMERG"},     {LOG_ALERT, "ALERT"},
@@ -49,3 +47,5 @@ TEST(LogLevel, LooksAtTheLowestThreeBitsOnly)
         EXPECT_STREQ(levelName(row.priority), row.expected);
     }
 }
+
+}  // namespace

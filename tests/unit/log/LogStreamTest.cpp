@@ -39,9 +39,9 @@ static_assert(!std::is_copy_constructible_v<ErrorLog> && !std::is_copy_construct
 
 constexpr char name[] = "switch-querier";
 
-class LogStreamTest : public testing::Test {
+class LogStreamOutput : public testing::Test {
 protected:
-    /// What the console shows; forgets it.
+    /// Returns and clears the output on the console.
     std::string shown()
     {
         std::string text = console.str();
@@ -53,7 +53,7 @@ protected:
     SystemLog systemLog;
 };
 
-/// How many sockets this process has open.
+/// Returns the number of open sockets of this process.
 std::size_t socketCount()
 {
     std::size_t count = 0;
@@ -66,7 +66,7 @@ std::size_t socketCount()
     return count;
 }
 
-/// Ends a record.
+/// A way to end a record.
 struct Flush {
     const char* name;
     std::function<void(std::ostream& stream)> apply;
@@ -79,9 +79,7 @@ const std::vector<Flush> flushes = {
     {"flush()", [](std::ostream& stream) { stream.flush(); }, ""},
 };
 
-}  // namespace
-
-TEST_F(LogStreamTest, HandsAnErrorToTheConsoleAndTheSystemLog)
+TEST_F(LogStreamOutput, SendsAnErrorToTheConsoleAndTheSystemLog)
 {
     ErrorLog log(name, &console, levelOnly);
     for (const Flush& flush : flushes) {
@@ -95,7 +93,7 @@ TEST_F(LogStreamTest, HandsAnErrorToTheConsoleAndTheSystemLog)
     }
 }
 
-TEST_F(LogStreamTest, HandsAnInformationToTheConsoleAndTheSystemLog)
+TEST_F(LogStreamOutput, SendsInformationToTheConsoleAndTheSystemLog)
 {
     InfoLog log(name, &console, textOnly);
     for (const Flush& flush : flushes) {
@@ -109,7 +107,7 @@ TEST_F(LogStreamTest, HandsAnInformationToTheConsoleAndTheSystemLog)
     }
 }
 
-TEST_F(LogStreamTest, ShowsTheLevelInEachFormatThatHasIt)
+TEST_F(LogStreamOutput, ShowsTheLevelOnlyInAFormatThatHasIt)
 {
     ErrorLog errors(name, &console, textOnly);
     InfoLog infos(name, &console, levelOnly);
@@ -120,7 +118,7 @@ TEST_F(LogStreamTest, ShowsTheLevelInEachFormatThatHasIt)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "one\n"}, {LOG_INFO, name, "two\n"}}));
 }
 
-TEST_F(LogStreamTest, SendsARecordWhereTheSwitchesSay)
+TEST_F(LogStreamOutput, SendsARecordToTheDestinationsThatAreOn)
 {
     for (const bool consoleOn : {false, true}) {
         for (const bool syslogOn : {false, true}) {
@@ -135,7 +133,7 @@ TEST_F(LogStreamTest, SendsARecordWhereTheSwitchesSay)
             EXPECT_EQ(systemLog.drain(),
                       syslogOn ? Records({{LOG_INFO, name, "text\n"}}) : Records());
 
-            // What was sent nowhere is gone all the same.
+            // A record that was sent nowhere is discarded too.
             log.consoleOn = true;
             log.syslogOn = true;
             log << "next" << std::endl;
@@ -145,7 +143,7 @@ TEST_F(LogStreamTest, SendsARecordWhereTheSwitchesSay)
     }
 }
 
-TEST_F(LogStreamTest, StartsWithBothSwitchesOn)
+TEST_F(LogStreamOutput, StartsWithBothSwitchesOn)
 {
     const InfoLog log(name, &console, textOnly);
 
@@ -153,7 +151,7 @@ TEST_F(LogStreamTest, StartsWithBothSwitchesOn)
     EXPECT_TRUE(log.syslogOn);
 }
 
-TEST_F(LogStreamTest, SendsAnEmptyErrorToTheSystemLogOnly)
+TEST_F(LogStreamOutput, SendsAnEmptyErrorToTheSystemLogOnly)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -165,7 +163,7 @@ TEST_F(LogStreamTest, SendsAnEmptyErrorToTheSystemLogOnly)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, ""}}));
 }
 
-TEST_F(LogStreamTest, SendsAnEmptyInformationToTheSystemLogOnlyAndIfThatIsOn)
+TEST_F(LogStreamOutput, SendsEmptyInformationToTheSystemLogOnlyAndOnlyIfItIsOn)
 {
     InfoLog log(name, &console, levelOnly);
 
@@ -178,7 +176,7 @@ TEST_F(LogStreamTest, SendsAnEmptyInformationToTheSystemLogOnlyAndIfThatIsOn)
     EXPECT_EQ(systemLog.drain(), Records());
 }
 
-TEST_F(LogStreamTest, TakesALineEndAloneForText)
+TEST_F(LogStreamOutput, TreatsANewlineAloneAsText)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -187,7 +185,7 @@ TEST_F(LogStreamTest, TakesALineEndAloneForText)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "\n"}}));
 }
 
-TEST_F(LogStreamTest, MakesOneRecordOfSeveralInsertions)
+TEST_F(LogStreamOutput, MakesOneRecordOfSeveralInsertions)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -205,7 +203,7 @@ TEST_F(LogStreamTest, MakesOneRecordOfSeveralInsertions)
               (Records{{LOG_ERR, name, "code 12, at 345 -6 1.5 1 ff 007 text!?\n"}}));
 }
 
-TEST_F(LogStreamTest, MakesOneRecordOfSeveralLines)
+TEST_F(LogStreamOutput, MakesOneRecordOfSeveralLines)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -216,7 +214,7 @@ TEST_F(LogStreamTest, MakesOneRecordOfSeveralLines)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "one\ntwo\nthree\n"}}));
 }
 
-TEST_F(LogStreamTest, StartsEachRecordAfresh)
+TEST_F(LogStreamOutput, StartsEachRecordAfresh)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -229,8 +227,8 @@ TEST_F(LogStreamTest, StartsEachRecordAfresh)
                                           {LOG_ERR, name, "third one"}}));
 }
 
-// The record is the whole content of the buffer, wherever the next insertion would go.
-TEST_F(LogStreamTest, HandsOverWhatStandsBehindTheWritePosition)
+// The record is the whole content of the buffer, whatever the position of the next insertion.
+TEST_F(LogStreamOutput, SendsTheTextAfterTheWritePositionToo)
 {
     ErrorLog log(name, &console, textOnly);
 
@@ -241,7 +239,7 @@ TEST_F(LogStreamTest, HandsOverWhatStandsBehindTheWritePosition)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "abXdef"}}));
 }
 
-TEST_F(LogStreamTest, TakesThePendingTextOfEachStreamApart)
+TEST_F(LogStreamOutput, KeepsThePendingTextOfEachStreamSeparate)
 {
     ErrorLog errors(name, &console, levelOnly);
     InfoLog infos(name, &console, textOnly);
@@ -254,7 +252,7 @@ TEST_F(LogStreamTest, TakesThePendingTextOfEachStreamApart)
     EXPECT_EQ(shown(), "information\n");
 }
 
-TEST_F(LogStreamTest, LosesTheTextThatIsNeverFlushed)
+TEST_F(LogStreamOutput, LosesTextThatIsNeverFlushed)
 {
     {
         ErrorLog errors(name, &console, levelOnly);
@@ -266,7 +264,7 @@ TEST_F(LogStreamTest, LosesTheTextThatIsNeverFlushed)
     EXPECT_EQ(systemLog.drain(), Records());
 }
 
-TEST_F(LogStreamTest, DoesNotTakeTheTextForAFormat)
+TEST_F(LogStreamOutput, DoesNotUseTheTextAsAFormat)
 {
     ErrorLog log(name, &console, levelOnly);
 
@@ -275,20 +273,20 @@ TEST_F(LogStreamTest, DoesNotTakeTheTextForAFormat)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "100 %s %d %n %%"}}));
 }
 
-TEST_F(LogStreamTest, ShowsALongRecordWhole)
+TEST_F(LogStreamOutput, ShowsALongRecordWhole)
 {
     ErrorLog log(name, &console, levelOnly);
     const std::string half(20'000, 'x');
 
     log << half << '\n' << half << std::endl;
     EXPECT_EQ(shown(), "ERROR: " + half + '\n' + half + '\n');
-    // Some C libraries cut a long record.
+    // Some C libraries truncate a long record.
     const Records records = systemLog.drain();
     ASSERT_EQ(records.size(), 1U);
     EXPECT_EQ(records[0].text.substr(0, 500), half.substr(0, 500));
 }
 
-TEST_F(LogStreamTest, ShowsWhenTheRecordWasFlushed)
+TEST_F(LogStreamOutput, ShowsTheTimeOfTheFlush)
 {
     setenv("TZ", "UTC0", 1);
     tzset();
@@ -313,7 +311,7 @@ TEST_F(LogStreamTest, ShowsWhenTheRecordWasFlushed)
     tzset();
 }
 
-TEST_F(LogStreamTest, UsesTheIdentity)
+TEST_F(LogStreamOutput, UsesTheIdentity)
 {
     struct Row {
         const char* identity;
@@ -334,7 +332,7 @@ TEST_F(LogStreamTest, UsesTheIdentity)
     }
 }
 
-TEST_F(LogStreamTest, UsesTheIdentityOfTheLastStreamMade)
+TEST_F(LogStreamOutput, UsesTheIdentityOfTheLastStream)
 {
     ErrorLog errors("first", &console, levelOnly);
     const InfoLog infos("second", &console, textOnly);
@@ -343,7 +341,7 @@ TEST_F(LogStreamTest, UsesTheIdentityOfTheLastStreamMade)
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, "second", "text"}}));
 }
 
-TEST_F(LogStreamTest, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestroyed)
+TEST_F(LogStreamOutput, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestroyed)
 {
     const std::size_t before = socketCount();
     {
@@ -362,8 +360,8 @@ TEST_F(LogStreamTest, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestr
     EXPECT_EQ(socketCount(), before);
 }
 
-// As syslog(3) does with LOG_PERROR.
-TEST_F(LogStreamTest, PrintsNothingOnStandardErrorByItself)
+// syslog(3) prints there with LOG_PERROR.
+TEST_F(LogStreamOutput, PrintsNothingElseOnStandardError)
 {
     const int kept = dup(STDERR_FILENO);
     const int file = open("/tmp/standard-error", O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -381,7 +379,7 @@ TEST_F(LogStreamTest, PrintsNothingOnStandardErrorByItself)
     EXPECT_EQ(readFile("/tmp/standard-error"), "");
 }
 
-TEST_F(LogStreamTest, ReachesTheSystemLogAfterAnotherStreamLeftIt)
+TEST_F(LogStreamOutput, ReachesTheSystemLogAfterAnotherStreamClosedIt)
 {
     ErrorLog errors(name, &console, levelOnly);
     {
@@ -396,7 +394,7 @@ TEST_F(LogStreamTest, ReachesTheSystemLogAfterAnotherStreamLeftIt)
     EXPECT_EQ(records[1].text, "two");
 }
 
-TEST_F(LogStreamTest, ReachesTheSystemLogWhenTheConsoleFails)
+TEST_F(LogStreamOutput, ReachesTheSystemLogWhenTheConsoleFails)
 {
     std::ostream broken(nullptr);
     std::ostringstream failed;
@@ -423,7 +421,7 @@ TEST_F(LogStreamTest, ReachesTheSystemLogWhenTheConsoleFails)
     EXPECT_EQ(failed.str(), "");
 }
 
-TEST_F(LogStreamTest, ReachesTheConsoleWithoutASystemLog)
+TEST_F(LogStreamOutput, ReachesTheConsoleWithoutASystemLog)
 {
     ErrorLog log(name, &console, levelOnly);
     systemLog.die();
@@ -435,7 +433,7 @@ TEST_F(LogStreamTest, ReachesTheConsoleWithoutASystemLog)
     EXPECT_TRUE(log.good());
 }
 
-TEST_F(LogStreamTest, IsGoodFromTheStartAndAfterEachFlush)
+TEST_F(LogStreamOutput, IsGoodFromTheStartAndAfterEachFlush)
 {
     ErrorLog errors(name, &console, levelOnly);
     InfoLog infos(name, &console, textOnly);
@@ -453,3 +451,5 @@ TEST_F(LogStreamTest, IsGoodFromTheStartAndAfterEachFlush)
         EXPECT_EQ(systemLog.drain().size(), 4U);
     }
 }
+
+}  // namespace

@@ -17,10 +17,10 @@ namespace {
 
 static_assert(std::has_virtual_destructor_v<SyslogSink>);
 
-class SyslogSinkTest : public testing::Test {
+class SyslogSinkOutput : public testing::Test {
 protected:
-    SyslogSinkTest() { openlog("name", 0, 0); }
-    ~SyslogSinkTest() override { closelog(); }
+    SyslogSinkOutput() { openlog("name", 0, 0); }
+    ~SyslogSinkOutput() override { closelog(); }
 
     void write(const std::string& text, int priority = LOG_ERR)
     {
@@ -31,9 +31,7 @@ protected:
     SyslogSink sink;
 };
 
-}  // namespace
-
-TEST_F(SyslogSinkTest, HandsOverTheTextAsItIs)
+TEST_F(SyslogSinkOutput, SendsTheTextUnchanged)
 {
     struct Row {
         const char* name;
@@ -58,7 +56,7 @@ TEST_F(SyslogSinkTest, HandsOverTheTextAsItIs)
     }
 }
 
-TEST_F(SyslogSinkTest, UsesThePriorityOfTheRecord)
+TEST_F(SyslogSinkOutput, UsesThePriorityOfTheRecord)
 {
     for (int priority = LOG_EMERG; priority <= LOG_DEBUG; ++priority) {
         SCOPED_TRACE(priority);
@@ -68,7 +66,7 @@ TEST_F(SyslogSinkTest, UsesThePriorityOfTheRecord)
     }
 }
 
-TEST_F(SyslogSinkTest, SendsEachTextAsARecordOfItsOwn)
+TEST_F(SyslogSinkOutput, SendsEachTextAsASeparateRecord)
 {
     write("one");
     write("two", LOG_INFO);
@@ -77,15 +75,15 @@ TEST_F(SyslogSinkTest, SendsEachTextAsARecordOfItsOwn)
               (std::vector<LogRecord>{{LOG_ERR, "name", "one"}, {LOG_INFO, "name", "two"}}));
 }
 
-// The text goes through syslog(3) as a C string.
-TEST_F(SyslogSinkTest, EndsTheTextAtANulByte)
+// syslog(3) takes the text as a C string.
+TEST_F(SyslogSinkOutput, EndsTheTextAtANulByte)
 {
     write(std::string("one\0two", 7));
 
     EXPECT_EQ(systemLog.drain(), (std::vector<LogRecord>{{LOG_ERR, "name", "one"}}));
 }
 
-TEST_F(SyslogSinkTest, GoesOnWhenTheDaemonComesBack)
+TEST_F(SyslogSinkOutput, SendsAgainAfterTheDaemonRestarts)
 {
     write("before");
     ASSERT_EQ(systemLog.drain().size(), 1U);
@@ -96,3 +94,5 @@ TEST_F(SyslogSinkTest, GoesOnWhenTheDaemonComesBack)
     write("after");
     EXPECT_EQ(again.drain(), (std::vector<LogRecord>{{LOG_ERR, "name", "after"}}));
 }
+
+}  // namespace
