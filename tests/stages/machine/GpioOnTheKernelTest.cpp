@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
-// GpioLine on the kernel's own files, in the emulated machine. What it does is read back from the
+// GpioLine on the kernel's own files, in the emulated machine. The tests read its effects from the
 // registers of the chip, which are a page of memory there (gpio-chip.dtsi).
 
 #include <fcntl.h>
@@ -61,16 +61,16 @@ public:
         words = static_cast<volatile std::uint32_t*>(page);
     }
 
-    /// The level that the chip gives the line when it is an output.
+    /// The level that the chip drives as an output.
     [[nodiscard]] std::int32_t level() const { return bit(0); }
     void setLevel(std::int32_t level) { setBit(0, level); }
 
     [[nodiscard]] bool isOutput() const { return bit(1) != 0; }
 
-    /// The level that comes from outside.
+    /// The level at the input.
     void setInput(std::int32_t level) { setBit(2, level); }
 
-    /// What the line interrupts at, where it does.
+    /// The edge or level that interrupts, if the interrupt is enabled.
     enum Interrupt : std::uint32_t { lowLevel, highLevel, risingEdge, fallingEdge };
     [[nodiscard]] std::uint32_t interrupt() const { return words[4] >> 2U & 3U; }
     [[nodiscard]] bool interrupts() const { return bit(5) != 0; }
@@ -96,10 +96,10 @@ Registers& registers()
     return all;
 }
 
-/// The levels that the chip gave the line, taken after each write(2) while there is one.
+/// Records the level that the chip drives after each write(2), as long as the object lives.
 Levels* levelsAfterWrites = nullptr;
 
-/// Makes the kernel's file hold the text; the kernel must take it.
+/// Writes the text to the kernel's file, which must accept it.
 void set(const std::string& path, const std::string& text)
 {
     const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
@@ -142,7 +142,7 @@ protected:
         }
     }
 
-    /// Opens line 17 as an output that is low, and takes the levels from then on.
+    /// Opens line 17 as an output at low, and records the levels from then on.
     void openOutput(GpioLine& line)
     {
         ASSERT_TRUE(line.init(17, 0));
@@ -227,7 +227,7 @@ TEST_F(GpioOnTheKernel, OpensALineThatIsExported)
     }
 }
 
-TEST_F(GpioOnTheKernel, ReturnsAtOnceWhenTheLineIsOpenAlready)
+TEST_F(GpioOnTheKernel, ReturnsAtOnceIfTheLineIsOpenAlready)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
@@ -249,7 +249,7 @@ TEST_F(GpioOnTheKernel, LeavesALineExportedAndAsItWasWhenDestroyed)
     EXPECT_EQ(registers().level(), 1);
 }
 
-TEST_F(GpioOnTheKernel, GoesFromOneLineToAnother)
+TEST_F(GpioOnTheKernel, SwitchesToAnotherLine)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, 1));
@@ -263,8 +263,8 @@ TEST_F(GpioOnTheKernel, GoesFromOneLineToAnother)
     EXPECT_TRUE(fs::exists(lineFolder));
 }
 
-// The EBUSY comes from write(2) on export, at the close of the stream, where it is not looked at.
-TEST_F(GpioOnTheKernel, GivesUpALineThatSomebodyElseHas)
+// write(2) on export fails with EBUSY, when the stream is closed and nobody checks.
+TEST_F(GpioOnTheKernel, FailsOnALineOfAnotherUser)
 {
     const int held = holdLine(chip().c_str(), 17);
     ASSERT_GE(held, 0);
@@ -280,7 +280,7 @@ TEST_F(GpioOnTheKernel, GivesUpALineThatSomebodyElseHas)
 }
 
 // Likewise EINVAL.
-TEST_F(GpioOnTheKernel, GivesUpALineThatNoChipHas)
+TEST_F(GpioOnTheKernel, FailsOnALineThatNoChipHas)
 {
     for (const std::int32_t number : {400, highest, -1, lowest}) {
         SCOPED_TRACE(number);
@@ -328,7 +328,7 @@ TEST_F(GpioOnTheKernel, WritesALevel)
     }
 }
 
-TEST_F(GpioOnTheKernel, WritesALevelBehindARead)
+TEST_F(GpioOnTheKernel, WritesALevelAfterARead)
 {
     GpioLine line;
     openOutput(line);
@@ -431,7 +431,7 @@ TEST_F(GpioOnTheKernel, WritesNoLevelToAnInput)
 }
 
 // The kernel refuses with ENODEV.
-TEST_F(GpioOnTheKernel, NeitherReadsNorWritesALineWhoseExportSomebodyElseTookBack)
+TEST_F(GpioOnTheKernel, NeitherReadsNorWritesALineThatAnotherUserUnexported)
 {
     GpioLine line;
     ASSERT_TRUE(line.init(17, 1));
@@ -481,8 +481,8 @@ TEST_F(GpioOnTheKernel, SetsTheDirection)
     }
 }
 
-// "in" and "out" alone would leave it to the register which level the line starts with.
-TEST_F(GpioOnTheKernel, StartsAnOutputWithItsLevelWhateverTheChipHeldBefore)
+// With "in" and "out" alone the level at first would be the old content of the register.
+TEST_F(GpioOnTheKernel, StartsAnOutputAtItsLevelWhateverTheRegisterHeld)
 {
     for (const std::int32_t held : {0, 1}) {
         for (const std::int32_t request : {0, 1}) {
@@ -551,7 +551,7 @@ TEST_F(GpioOnTheKernel, LeavesTheLineExportedWhenClosed)
     EXPECT_EQ(registers().level(), 1);
 }
 
-TEST_F(GpioOnTheKernel, TakesTheExportBackWhenReleased)
+TEST_F(GpioOnTheKernel, UnexportsTheLineWhenReleased)
 {
     for (const std::int32_t request : {-1, 0, 1}) {
         SCOPED_TRACE(request);

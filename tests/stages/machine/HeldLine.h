@@ -3,6 +3,6 @@
 
 #pragma once
 
-/// Takes a line of a chip, /dev/gpiochip0 say, as an input, as a driver does that uses it. Returns a
+/// Requests a line of a chip such as /dev/gpiochip0 as an input, as a driver does. Returns a
 /// descriptor that holds the line until it is closed, or -1 with the reason in errno.
 int holdLine(const char* chip, unsigned line);

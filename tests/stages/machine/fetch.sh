@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Fetches Debian's kernel and busybox for 64-bit Arm, of the release that runs here, into the cache,
-# unless they are there, and prints the names of the two packages. The machine's own package lists
-# and architectures stay as they are; what is signed is checked with its keys.
+# Downloads Debian's kernel and busybox for 64-bit Arm, of the release that runs here, into the
+# cache, unless they are there, and prints the file names of the two packages. The package lists and
+# architectures of this machine do not change; signatures are checked with its keys.
 set -eu
 keys=/usr/share/keyrings/debian-archive-keyring.gpg
 release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // hold-line CHIP LINE PROGRAM [ARGUMENT]...
-// Runs the program while somebody else has the line of the chip.
+// Runs the program while another user has the line of the chip.
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -9,7 +9,8 @@ from pathlib import Path
 import powercuts
 from machine import HERE, Disk, Machine, MachineError, Result, run
 
-PROGRAMS = ("switch-querier", "switch-querier-unsynced", "hold-line", "gpio-on-the-kernel-test")
+PROGRAMS = ("switch-querier", "switch-querier-unsynced", "expected-run", "hold-line",
+            "gpio-on-the-kernel-test")
 
 
 def text(replacements):

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // Linked with --wrap=fsync (ld(1)) in place of fsync(2): a program that syncs less than it should,
-// which a power cut must be seen to harm. The environment's LEFT_OUT has the letters of the syncs
-// that it leaves out: t for the temporary file, f for the folder, n for the file under its new name.
+// which the power cuts must detect. LEFT_OUT in the environment has the letters of the missing
+// syncs: t for the temporary file, f for its directory, n for the file under its new name.
 
 #include <sys/stat.h>
 

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/unit/app/RecordingStream.h"
 
 namespace {
@@ -49,24 +50,13 @@ TEST(ProgramName, IsTheTextAfterTheLastSeparator)
     }
 }
 
-TEST(ParseOption, KnowsFourOptions)
+TEST(ParseOption, KnowsTheParameters)
 {
-    struct Row {
-        const char* text;
-        std::int32_t parameter;
-        bool query;
-    };
-    constexpr Row rows[] = {
-        {"-enc", 1, false},
-        {"-dec", 0, false},
-        {"-flip", 2, false},
-        {"-query", -1, true},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
-        const std::optional<Option> option = parseOption(row.text);
+    for (const expected::Parameter& row : expected::parameters) {
+        SCOPED_TRACE(row.name);
+        const std::optional<Option> option = parseOption(row.name);
         ASSERT_TRUE(option.has_value());
-        EXPECT_EQ(option->parameter, row.parameter);
+        EXPECT_EQ(option->parameter, row.value);
         EXPECT_EQ(option->query, row.query);
     }
 }
@@ -93,46 +83,13 @@ TEST(Option, HasNoOverrideByDefault)
     EXPECT_FALSE(Option{}.query);
 }
 
-// The usage text after the program's name in its second line.
-constexpr char usageAfterTheName[] =
-    " <Json-filename|'-query'> ['-enc'|'-dec'|'-flip'|'-query']\n"
-    "The program reads the status of the Tarvo-encoder/decoder configuration switch\n"
-    "and - if necessary - updates the specified Json application config file accordingly.\n"
-    "If -query is specified instead of a filename the program only indicates the current\n"
-    "settings, not including the setting of the Json config file.\n"
-    "The following additional parameters are supported:\n"
-    "  -enc, -dec: Overrides the setting of the hardware switch and forces encoder or\n"
-    "              decoder mode.\n"
-    "  -flip     : Overrides the setting of the hardware switch and inverts the setting\n"
-    "              found in the Json config file.\n"
-    "  -query    : Displays configurations and exits.\n"
-    "There is a secondary override mode:\n"
-    "  If the file /config/DECODER exists it will overwrite the hardware setting and\n"
-    "  cause decoder mode to be assumed.\n"
-    "  If the file /config/DECODER does not exist but file /config/ENCODER does, it will\n"
-    "  cause encoder mode to be assumed.\n"
-    "The hardware setting comes into effect only if neither of the two files exist.\n"
-    "Note that an explicit -enc, -dec or -flip command parameter overrides the /config\n"
-    "file settings.\n"
-    "Program return values: 0=decoder, 1=encoder, >0 = error line.\n";
-
 TEST(Usage, IsABannerAndTheUsageTextFlushed)
 {
     for (const std::string name : {"switch-querier", "", "x", "100%s"}) {
         SCOPED_TRACE('"' + name + '"');
         RecordingStream out;
         printUsage(name, out);
-        ASSERT_EQ(out.records().size(), 1U);
-        const std::string text = out.records().front();
-
-        const std::string bannerStart =
-            "**** " + name + " - Tarvo enc/dec switch querier, V4.14 2020-01-16 ";
-        const std::size_t bannerEnd = text.find('\n');
-        ASSERT_NE(bannerEnd, std::string::npos);
-        EXPECT_EQ(text.substr(0, bannerStart.size()), bannerStart);
-        // The contact address is set by the build.
-        EXPECT_GT(bannerEnd, bannerStart.size());
-        EXPECT_EQ(text.substr(bannerEnd + 1), "Usage: " + name + usageAfterTheName);
+        EXPECT_EQ(out.records(), std::vector<std::string>{expected::usage(name)});
     }
 }
 

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# Says what the last power cut left on the disks of power-cuts.table, and then, unless the host wants
-# no more, replaces their configuration files in turn until the host cuts the power.
+# Reports what the last power cut left on the disks of power-cuts.table, and then, unless the host
+# wants no more, replaces their configuration files in turn until the host cuts the power.
 # shellcheck source=tests/stages/machine/guest/look.sh
 . /cases/look.sh
 

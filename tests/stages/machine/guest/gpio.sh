@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# The tests of GpioLine; each is a case. What they say beyond their results stays on the console.
+# The tests of GpioLine; each is a case. Their other output stays on the console.
 {
     gpio-on-the-kernel-test
     echo "status $?"

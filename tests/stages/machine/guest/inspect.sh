@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# Says in which state the power cut left the configuration files: for each disk of power-cuts.table,
-# and for each of the file systems that stand behind one another on the disk NAME-images.
+# Reports the state of the configuration files after the power cut: on each disk of
+# power-cuts.table, and in each of the file system images in a row on the disk NAME-images.
 
 # shellcheck source=tests/stages/machine/guest/look.sh
 . /cases/look.sh

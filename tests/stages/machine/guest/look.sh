@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# What a reader finds behind a power cut.
-# shellcheck disable=SC2034 # "state" is for those who source this
+# What a reader finds after a power cut.
+# shellcheck disable=SC2034 # "state" is for the scripts that source this one
 
 make_texts
 
-# Sets "state" to what a reader finds in the folder: the number of one of the texts that
-# it has had, from 0, where odd ones are alike and even ones but 0 too.
+# Sets "state" to what a reader finds in the directory: the number of one of the texts in
+# /tmp/texts, or missing, unreadable, empty or torn.
 look() {
     local text
     if [ ! -e "$1/config.json" ]; then
@@ -27,7 +27,7 @@ look() {
     fi
 }
 
-# Mounts the device's file system with these options in the folder, and looks.
+# Mounts the device's file system with these options on the directory, and looks.
 look_at() {
     if mount -t "$2" -o "$3" "$1" "$4"; then
         look "$4"

@@ -2,9 +2,11 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# Runs the program once for each line of program.cases and looks at all that it leaves behind.
+# Runs the program once for each line of program.cases and compares all that it leaves with what
+# expected-run writes.
 
-registers=0x4f000000 # of the GPIO chip: outputs' levels, +4 directions (1: output), +8 inputs' levels
+# Of the GPIO chip: the outputs' levels, +4 the directions (1: output), +8 the inputs' levels.
+registers=0x4f000000
 gpio=/sys/class/gpio
 chip=$(echo /sys/devices/platform/4f000000.gpio/gpiochip*)
 chip=/dev/${chip##*/}
@@ -12,7 +14,7 @@ bit=$((1 << 17))
 newline='
 '
 
-# The line beside line 17 is somebody else's, an output that is high; it is to stay that.
+# Line 18 belongs to another user, an output that is high; it must stay so.
 bystander=$((1 << 18))
 if echo 18 >$gpio/export 2>/tmp/none; then
     echo high >$gpio/gpio18/direction
@@ -23,7 +25,7 @@ fi
 mount -t ext4 "$(disk work)" /disk
 mount -t ext4 "$(disk full)" /full
 
-# Exports line 17 or takes that back.
+# Exports line 17, or unexports it.
 export_line() {
     [ -e $gpio/gpio17 ] || echo 17 >$gpio/export
 }
@@ -31,7 +33,7 @@ unexport_line() {
     [ ! -e $gpio/gpio17 ] || echo 17 >$gpio/unexport
 }
 
-# Makes the line what the column says. Sets "holder", the words before the program.
+# Prepares the line of the column. Sets "holder", the words before the program.
 prepare_line() {
     holder=
     case $1 in
@@ -50,26 +52,25 @@ prepare_line() {
 }
 
 prepare_markers() {
-    rm -f /config/DECODER /config/ENCODER
-    case $1 in
-    both) touch /config/DECODER /config/ENCODER ;;
-    none) ;;
-    *) : >"/config/$1" ;;
-    esac
+    local marker IFS=,
+    rm -f /config/*
+    for marker in $1; do
+        [ "$marker" = none ] || : >"/config/$marker"
+    done
 }
 
-# Sets "folder", of the configuration file, which is put there.
+# Puts the configuration file on the disk. Sets "directory", the one that it is in.
 prepare_disk() {
-    folder=/disk
+    directory=/disk
     case $1 in
     full | inodes | read-only)
-        folder=/full
+        directory=/full
         mount -o remount,rw /full
         rm -rf /full/*
         ;;
     esac
-    rm -f $folder/config.json $folder/config.json.filsec
-    [ "$2" = none ] || cp "/cases/documents/$2.json" $folder/config.json
+    rm -f $directory/config.json $directory/config.json.filsec
+    [ "$2" = none ] || cp "/cases/documents/$2.json" $directory/config.json
     case $1 in
     full)
         dd if=/dev/zero of=/full/big bs=64k 2>/tmp/none
@@ -87,64 +88,8 @@ prepare_disk() {
     esac 2>/tmp/none
 }
 
-mode_name() {
-    case $1 in
-    E) name=Encoder ;;
-    D) name=Decoder ;;
-    '>E') name="Flipped to Encoder" ;;
-    '>D') name="Flipped to Decoder" ;;
-    -) name=$2 ;;
-    '?') name="Could not be determined" ;;
-    esac
-}
-
-# Sets "text" to the status report of these words.
-report_text() {
-    text=
-    [ "$1" != none ] || return 0
-    local IFS=/
-    # shellcheck disable=SC2086 # a word each
-    set -- $1
-    local new=${5:-}
-    [ $# -eq 5 ] || set -- "$1" '' "$2" "$3"
-    mode_name "$1"
-    text="Hardware switch: $name$newline"
-    if [ -n "$2" ]; then
-        mode_name "$2"
-        text="${text}Config file    : $name$newline"
-    fi
-    mode_name "$3" None
-    text="${text}Override parm  : $name$newline"
-    mode_name "$4" None
-    text="${text}Override file  : $name$newline"
-    if [ -n "$new" ]; then
-        mode_name "$new" "Not specified"
-        text="${text}New setting    : $name$newline"
-    fi
-}
-
-# Sets "level" and "text" to those of the message; the mode is the report's last word.
-message_text() {
-    level=err
-    mode_name "${2##*/}"
-    case $1 in
-    init) text="Cannot init GPIO17" ;;
-    parameter) text="Invalid enc/dec command line parameter at line " ;;
-    query) text="No 2nd parameter allowed with -query" ;;
-    unreadable) text="Cannot read Json config file '$folder/config.json'" ;;
-    broken) text="Cannot decode Json at position 27, code -5" ;;
-    absent) text="App/isEncoder parameter not found in Json text" ;;
-    number) text="App/isEncoder parameter is not a boolean" ;;
-    nothing-known) text="No hardware or user setting known." ;;
-    not-opened) text="Cannot open Json file for writing, code -1" ;;
-    not-written) text="Cannot write Json file, code 1" ;;
-    updated) level=info text="Config file successfully updated to $name mode" ;;
-    not-needed) level=info text="Config file update to $name mode not needed." ;;
-    esac
-}
-
-# Sets "recorded" to what the log has since it was emptied: level, identity and text. The facility is
-# left out: for one that is given as 0 some C libraries send LOG_USER and others LOG_KERN.
+# Sets "recorded" to the records since the log was emptied: level, identity and text. The facility
+# is left out: for one that is given as 0 some C libraries send LOG_USER and others LOG_KERN.
 take_log() {
     logger -t end "$case_number"
     recorded=
@@ -167,25 +112,28 @@ $read_log
 EOF
 }
 
-# Notes a difference.
+# Note a difference, of texts and of files.
 compare() {
     [ "$2" = "$3" ] || problem="$problem $1 is [$2], not [$3];"
 }
+compare_files() {
+    cmp -s "$2" "$3" || problem="$problem $1 is [$(head -c 999 "$2")], not [$(head -c 999 "$3")];"
+}
 
 check_line() {
-    local expected direction
-    expected="$gpio/export"
+    local names direction
+    names="$gpio/export"
     case $1,$2 in
-    held,* | gone,* | *,96 | *,119) ;; # the last two end before the line is looked at
+    held,* | gone,* | *,96 | *,119) ;; # the last two end before the line is read
     *)
-        expected="$expected $gpio/gpio17"
+        names="$names $gpio/gpio17"
         read -r direction <$gpio/gpio17/direction
         compare "direction" "$direction" in
         ;;
     esac
-    [ $bystander -eq 0 ] || expected="$expected $gpio/gpio18"
+    [ $bystander -eq 0 ] || names="$names $gpio/gpio18"
     set -- $gpio/*
-    compare "the GPIO folder" "$*" "$expected $gpio_chips $gpio/unexport"
+    compare "the GPIO directory" "$*" "$names $gpio_chips $gpio/unexport"
     compare "the outputs' levels" "$(($(devmem $registers)))" $bystander
     compare "the directions" "$(($(devmem $((registers + 4)))))" $bystander
 }
@@ -193,7 +141,7 @@ check_line() {
 gpio_chips=$(echo $gpio/gpiochip*)
 case_number=0
 : >/tmp/log
-while read -r line marker disk file command status report after messages; do
+while read -r line marker disk file command status; do
     case $line in
     '' | '#'*) continue ;;
     esac
@@ -204,60 +152,33 @@ while read -r line marker disk file command status report after messages; do
     prepare_markers "$marker"
     prepare_disk "$disk" "$file"
 
-    out=
-    err=
-    log=
-    for message in $messages; do
-        [ "$message" = init ] || continue
-        err="ERROR: Cannot init GPIO17$newline"
-    done
-    report_text "$report"
-    case $report in
-    */*/*/*/*) err=$err$text ;;
-    *) out=$text ;;
-    esac
-    for message in $messages; do
-        case $message in
-        usage)
-            out=$(switch-querier 2>/tmp/none)$newline
-            continue
-            ;;
-        esac
-        message_text "$message" "$report"
-        log="$log$level switch-querier: $text$newline"
-        case $level,$message in
-        *,init) ;;
-        err,*) err="${err}ERROR: $text$newline" ;;
-        info,*) out=$out$text$newline ;;
-        esac
-    done
-
     IFS=,
     set --
     for argument in $command; do
         case $argument in
-        FILE) argument=$folder/config.json ;;
+        FILE) argument=$directory/config.json ;;
         esac
         [ "$argument" = - ] || set -- "$@" "$argument"
     done
     unset IFS
+    expected-run "$line" "$marker" "$disk" "$file" $directory/config.json "$@" ||
+        problem=" expected-run failed;"
     $holder /bin/switch-querier "$@" >/tmp/out 2>/tmp/err
     compare "the status" $? "$status"
-    compare "standard output" "$(cat /tmp/out)$newline" "${out:-$newline}"
-    compare "standard error" "$(cat /tmp/err)$newline" "${err:-$newline}"
+    compare "the expected status" "$(cat /tmp/expected/status)" "$status"
+    compare_files "standard output" /tmp/out /tmp/expected/out
+    compare_files "standard error" /tmp/err /tmp/expected/err
     take_log
-    compare "the log" "$recorded" "$log"
-
-    [ "$after" != same ] || after=$file
-    if [ "$after" = none ]; then
-        [ ! -e $folder/config.json ] || problem="$problem a file was made;"
-    elif ! cmp -s "/cases/documents/$after.json" $folder/config.json; then
-        problem="$problem the file is not $after: $(head -c 200 $folder/config.json);"
+    printf %s "$recorded" >/tmp/recorded
+    compare_files "the log" /tmp/recorded /tmp/expected/log
+    if [ "$file" = none ]; then
+        [ ! -e $directory/config.json ] || problem="$problem a file was made;"
+    else
+        compare_files "the file" $directory/config.json /tmp/expected/config
     fi
-    case $messages in
-    *not-written*) ;;
-    *) [ ! -e $folder/config.json.filsec ] || problem="$problem the temporary file is left;" ;;
-    esac
+    # A file that could not be written is left.
+    [ "$status" = 236 ] || [ ! -e $directory/config.json.filsec ] ||
+        problem="$problem the temporary file is left;"
     check_line "$line" "$status"
 
     name="line $line, marker $marker, disk $disk, file $file, command $command"

@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# Replaces the configuration file on each disk of power-cuts.table, as often as the host said: by the
-# program, and on a disk of its own once by the program that syncs nothing. The host cuts the power
-# at "@cut".
+# Replaces the configuration file on each disk of power-cuts.table, as often as the host requests,
+# with the program, and on a disk of its own once with the program that syncs nothing. The host cuts
+# the power at "@cut".
 
 # Nothing reaches a disk unless a program asks for it, however slow this machine is.
 echo 360000 >/proc/sys/vm/dirty_writeback_centisecs
@@ -20,7 +20,7 @@ prepare() {
     cp /tmp/texts/0 "/cut/$1/config.json"
     umount "/cut/$1"
     case $1,$2 in
-    *-unsynced,ext4) options=$options,commit=300 ;; # by itself it would write after 5 s
+    *-unsynced,ext4) options=$options,commit=300 ;; # the default would write after 5 s
     esac
     mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
     case $1,$2 in
@@ -30,7 +30,7 @@ prepare() {
     sync
 }
 
-# Writes into the second partition, past all caches, for whoever reads the log of the disk's writes.
+# Writes into the second partition, past all caches: a mark in the log of the disk's writes.
 mark() {
     dd if=/cases/power-cuts.table of="$(disk "$1")2" bs=4k count=1 seek="$2" oflag=direct \
         conv="sync,$3" 2>/tmp/none

@@ -2,18 +2,18 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# How the scripts tell the host what they found: by lines on the console that begin with "@".
+# The scripts report to the host by lines on the console that begin with "@".
 
 pass() {
     echo "@pass $1"
 }
 
-# The name of the case, and what was wrong.
+# The name of the case, and the problem.
 fail() {
     echo "@fail $1: $2"
 }
 
-# Says that all cases have been run, and switches the machine off.
+# Reports that all cases have been run, and powers the machine off.
 finish() {
     echo "@end"
     poweroff -f
@@ -29,8 +29,8 @@ disk() {
     done 2>/tmp/none
 }
 
-# Calls the function for each line of power-cuts.table, with the name of the disk, the second word
-# behind it, and its columns up to the size.
+# Calls the function for each line of power-cuts.table, with the name of the disk and the second
+# word after it, and with its columns up to the size.
 for_each_disk() {
     local name system options other size rest
     while read -r name system options other size rest; do
@@ -42,7 +42,8 @@ for_each_disk() {
     done </cases/power-cuts.table
 }
 
-# Makes the texts that a configuration file has one after another, as /tmp/texts/0 to 2.
+# Makes the texts that a configuration file has in turn, as /tmp/texts/0 to 2: 0 before the first
+# replacement, 1 after each odd one, 2 after each even one.
 make_texts() {
     mkdir -p /tmp/texts
     case $(cat /proc/cmdline) in
