@@ -145,9 +145,9 @@ void PrintTo(const Refusal& row, std::ostream* out)
     *out << row.name;
 }
 
-class RefusedText : public ConfigUpdate, public testing::WithParamInterface<Refusal> {};
+class ConfigUpdateRefusal : public ConfigUpdate, public testing::WithParamInterface<Refusal> {};
 
-TEST_P(RefusedText, EndsTheUpdateWithItsNumberAndStays)
+TEST_P(ConfigUpdateRefusal, EndsWithItsStatusAndKeepsTheFile)
 {
     const Refusal& row = GetParam();
     EXPECT_EQ(row.failure.status, row.status);
@@ -188,8 +188,8 @@ const Refusal outsideTheDialect[] = {
     {"FarDown", 174, "{" + std::string(8'000, ' ') + "x}", expected::syntaxError(8001, -1)},
 };
 
-INSTANTIATE_TEST_SUITE_P(OutsideTheDialect, RefusedText, testing::ValuesIn(outsideTheDialect),
-                         rowName<Refusal>);
+INSTANTIATE_TEST_SUITE_P(OutsideTheDialect, ConfigUpdateRefusal,
+                         testing::ValuesIn(outsideTheDialect), rowName<Refusal>);
 
 const Refusal withoutTheFlag[] = {
     {"NoMembers", 180, "{}", expected::flagMissing()},
@@ -208,7 +208,7 @@ const Refusal withoutTheFlag[] = {
     {"AppTwiceLastWithout", 180, R"({"App":{"isEncoder":true},"App":{}})", expected::flagMissing()},
 };
 
-INSTANTIATE_TEST_SUITE_P(WithoutTheFlag, RefusedText, testing::ValuesIn(withoutTheFlag),
+INSTANTIATE_TEST_SUITE_P(WithoutTheFlag, ConfigUpdateRefusal, testing::ValuesIn(withoutTheFlag),
                          rowName<Refusal>);
 
 const Refusal withoutABoolean[] = {
@@ -224,7 +224,7 @@ const Refusal withoutABoolean[] = {
      expected::flagNotBoolean()},
 };
 
-INSTANTIATE_TEST_SUITE_P(WithoutABoolean, RefusedText, testing::ValuesIn(withoutABoolean),
+INSTANTIATE_TEST_SUITE_P(WithoutABoolean, ConfigUpdateRefusal, testing::ValuesIn(withoutABoolean),
                          rowName<Refusal>);
 
 struct UnreadableFile {
@@ -238,9 +238,10 @@ void PrintTo(const UnreadableFile& row, std::ostream* out)
     *out << row.name;
 }
 
-class Unreadable : public ConfigUpdate, public testing::WithParamInterface<UnreadableFile> {};
+class ConfigUpdateUnreadable : public ConfigUpdate,
+                               public testing::WithParamInterface<UnreadableFile> {};
 
-TEST_P(Unreadable, EndsTheUpdateWith163)
+TEST_P(ConfigUpdateUnreadable, EndsWith163)
 {
     const UnreadableFile& row = GetParam();
     row.make();
@@ -272,7 +273,8 @@ const UnreadableFile unreadableFiles[] = {
     {"NameTooLong", std::string(256, 'x')},
 };
 
-INSTANTIATE_TEST_SUITE_P(, Unreadable, testing::ValuesIn(unreadableFiles), rowName<UnreadableFile>);
+INSTANTIATE_TEST_SUITE_P(, ConfigUpdateUnreadable, testing::ValuesIn(unreadableFiles),
+                         rowName<UnreadableFile>);
 
 TEST_F(ConfigUpdate, TakesAFileOf10000BytesAndRefusesOneMore)
 {
@@ -309,9 +311,9 @@ void PrintTo(const Obstacle& row, std::ostream* out)
     *out << row.name;
 }
 
-class NotOpened : public ConfigUpdate, public testing::WithParamInterface<Obstacle> {};
+class ConfigUpdateNotOpened : public ConfigUpdate, public testing::WithParamInterface<Obstacle> {};
 
-TEST_P(NotOpened, EndsTheUpdateWith226)
+TEST_P(ConfigUpdateNotOpened, EndsWith226)
 {
     const Obstacle& row = GetParam();
     writeFile(path, atDecoder);
@@ -335,7 +337,7 @@ const Obstacle obstacles[] = {
      directory + "/" + std::string(249, 'x')},
 };
 
-INSTANTIATE_TEST_SUITE_P(, NotOpened, testing::ValuesIn(obstacles), rowName<Obstacle>);
+INSTANTIATE_TEST_SUITE_P(, ConfigUpdateNotOpened, testing::ValuesIn(obstacles), rowName<Obstacle>);
 
 TEST_F(ConfigUpdate, EndsWith236AndCode1IfTheTextCannotBeWritten)
 {
@@ -370,9 +372,9 @@ void PrintTo(const Change& row, std::ostream* out)
     *out << row.name;
 }
 
-class ModeChange : public ConfigUpdate, public testing::WithParamInterface<Change> {};
+class ConfigUpdateModeChange : public ConfigUpdate, public testing::WithParamInterface<Change> {};
 
-TEST_P(ModeChange, RewritesTheFile)
+TEST_P(ConfigUpdateModeChange, RewritesTheFile)
 {
     const Change& row = GetParam();
     writeFile(path, row.configuration.text);
@@ -395,34 +397,37 @@ const Change changes[] = {
     {"SwitchAtDecoder", recordsEncoder, {parameterNone, noMode, decoder}, 0},
 };
 
-INSTANTIATE_TEST_SUITE_P(, ModeChange, testing::ValuesIn(changes), rowName<Change>);
+INSTANTIATE_TEST_SUITE_P(, ConfigUpdateModeChange, testing::ValuesIn(changes), rowName<Change>);
 
-TEST_F(ConfigUpdate, LeavesTheFileIfItHasTheModeAlready)
+class ConfigUpdateNotNeeded : public ConfigUpdate, public testing::WithParamInterface<Change> {};
+
+TEST_P(ConfigUpdateNotNeeded, LeavesTheFile)
 {
-    struct Row {
-        expected::Configuration configuration;
-        ModeSources sources;
-    };
-    const Row rows[] = {
-        {{.text = " \n{ \"b\":1, \"App\":{\"isEncoder\" : true,} }\r\n", .mode = 1}, forceEncoder},
-        {{.text = "{\"App\":{\"isEncoder\":false}}\n", .mode = 0},
-         {parameterNone, noMode, decoder}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.configuration.text);
-        writeFile(path, row.configuration.text);
-        writeFile(temporaryPath, "left over");
-        // Nothing can be written, so nothing may be tried either.
-        chmod(path.c_str(), 0444);
-        chmod(temporaryPath.c_str(), 0444);
-        chmod(directory.c_str(), 0555);
-        EXPECT_EQ(update(path, row.sources).status, row.configuration.mode);
-        expectUpdate(path, row.sources, false, row.configuration);
-        EXPECT_EQ(readFile(temporaryPath), "left over");
-        chmod(directory.c_str(), 0755);
-        emptyDirectory(directory);
-    }
+    const Change& row = GetParam();
+    writeFile(path, row.configuration.text);
+    writeFile(temporaryPath, "left over");
+    // Nothing can be written, so nothing may be tried either.
+    chmod(path.c_str(), 0444);
+    chmod(temporaryPath.c_str(), 0444);
+    chmod(directory.c_str(), 0555);
+    EXPECT_EQ(update(path, row.sources).status, row.status);
+    expectUpdate(path, row.sources, false, row.configuration);
+    EXPECT_EQ(readFile(path), row.configuration.text);
+    EXPECT_EQ(readFile(temporaryPath), "left over");
 }
+
+const Change noChanges[] = {
+    {"Encoder",
+     {.text = " \n{ \"b\":1, \"App\":{\"isEncoder\" : true,} }\r\n", .mode = 1},
+     forceEncoder,
+     1},
+    {"Decoder",
+     {.text = "{\"App\":{\"isEncoder\":false}}\n", .mode = 0},
+     {parameterNone, noMode, decoder},
+     0},
+};
+
+INSTANTIATE_TEST_SUITE_P(, ConfigUpdateNotNeeded, testing::ValuesIn(noChanges), rowName<Change>);
 
 TEST_F(ConfigUpdate, OnlyReportsForAQuery)
 {
