@@ -18,7 +18,7 @@ public:
 
     constexpr void add(char byte) { members[static_cast<unsigned char>(byte)] = true; }
 
-    [[nodiscard]] constexpr bool has(char byte) const
+    [[nodiscard]] constexpr bool contains(char byte) const
     {
         return members[static_cast<unsigned char>(byte)];
     }

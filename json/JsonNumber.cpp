@@ -14,11 +14,11 @@
 
 namespace {
 
-constexpr ByteSet valueEnds(" \n\t\r,]}");
+constexpr ByteSet valueTerminators(" \n\t\r,]}");
 
 // The conversions of newer C libraries read "0b101" as binary (C23, 7.24.1.7) and some will read
 // "0o17" as octal. Here neither is a number, whichever library the program runs with.
-bool hasNewerPrefix(const char* text)
+bool hasBinaryOrOctalPrefix(const char* text)
 {
     text += std::strspn(text, " \t\n\v\f\r");
     if (*text == '+' || *text == '-') {
@@ -48,7 +48,7 @@ const char* readPlainInteger(const char* text, std::int64_t& integer)
     const char* const digits = negative ? text + 1 : text;
     std::uint64_t value = 0;
     const char* const end = readDigits(digits, value);
-    if (end == digits || end - digits > 18 || *digits == '0' || !valueEnds.has(*end)) {
+    if (end == digits || end - digits > 18 || *digits == '0' || !valueTerminators.contains(*end)) {
         return nullptr;
     }
     integer = static_cast<std::int64_t>(negative ? -value : value);
@@ -71,7 +71,7 @@ const char* readPlainDecimal(const char* text, double& number)
     }
     const char* const end = readDigits(point + 1, value);
     // A point alone is no number.
-    if (end - digits < 2 || end - digits > 16 || !valueEnds.has(*end)) {
+    if (end - digits < 2 || end - digits > 16 || !valueTerminators.contains(*end)) {
         return nullptr;
     }
     number = static_cast<double>(value) / powersOfTen[static_cast<std::size_t>(end - point - 1)];
@@ -85,7 +85,7 @@ const char* readPlainDecimal(const char* text, double& number)
 
 const char* readNumber(const char* text, JsonValue& value)
 {
-    if (valueEnds.has(*text)) {
+    if (valueTerminators.contains(*text)) {
         value.setInteger(0);
         return text;
     }
@@ -96,21 +96,21 @@ const char* readNumber(const char* text, JsonValue& value)
     }
     double number = 0;
     if (const char* const plainEnd = readPlainDecimal(text, number); plainEnd != nullptr) {
-        value.setNumber(number);
+        value.setReal(number);
         return plainEnd;
     }
-    if (hasNewerPrefix(text)) {
+    if (hasBinaryOrOctalPrefix(text)) {
         return nullptr;
     }
     char* end = nullptr;
     integer = std::strtoll(text, &end, 0);
-    if (valueEnds.has(*end)) {
+    if (valueTerminators.contains(*end)) {
         value.setInteger(integer);
         return end;
     }
     number = std::strtod(text, &end);
-    if (valueEnds.has(*end)) {
-        value.setNumber(number);
+    if (valueTerminators.contains(*end)) {
+        value.setReal(number);
         return end;
     }
     return nullptr;

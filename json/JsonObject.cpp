@@ -24,7 +24,7 @@ constexpr auto precedes = [](const JsonMember* left, const JsonMember* right) {
 
 }  // namespace
 
-JsonObject JsonObject::ofText(std::span<JsonMember> members)
+JsonObject JsonObject::fromMembers(std::span<JsonMember> members)
 {
     std::vector<JsonMember*> places(members.size());
     std::transform(members.begin(), members.end(), places.begin(),
@@ -42,7 +42,7 @@ JsonObject JsonObject::ofText(std::span<JsonMember> members)
     return object;
 }
 
-std::size_t JsonObject::placeOf(std::string_view key) const
+std::size_t JsonObject::lowerBound(std::string_view key) const
 {
     const JsonMember* const place =
         std::lower_bound(begin(), end(), key, [](const JsonMember& member, std::string_view name) {
@@ -53,7 +53,7 @@ std::size_t JsonObject::placeOf(std::string_view key) const
 
 const JsonMember* JsonObject::find(std::string_view key) const
 {
-    const JsonMember* const place = begin() + placeOf(key);
+    const JsonMember* const place = begin() + lowerBound(key);
     return place != end() && place->name == key ? place : nullptr;
 }
 
@@ -65,7 +65,7 @@ JsonMember* JsonObject::find(std::string_view key)
 
 JsonMember& JsonObject::operator[](std::string_view key)
 {
-    const std::size_t place = placeOf(key);
+    const std::size_t place = lowerBound(key);
     if (place == size() || members[place].name != key) {
         members.insert(members.begin() + static_cast<std::ptrdiff_t>(place),
                        JsonMember{std::string(key), JsonValue()});
@@ -73,7 +73,7 @@ JsonMember& JsonObject::operator[](std::string_view key)
     return members[place];
 }
 
-void JsonObject::store(std::string_view key, JsonValue value)
+void JsonObject::insertOrAssign(std::string_view key, JsonValue value)
 {
     (*this)[key].value = std::move(value);
 }
@@ -97,6 +97,6 @@ void JsonObject::merge(const JsonObject& source)
 {
     JsonObject copy(source);
     for (JsonMember& member : copy) {
-        store(member.name, std::move(member.value));
+        insertOrAssign(member.name, std::move(member.value));
     }
 }

@@ -31,7 +31,7 @@ public:
 
     /// The object of these members, which are in the order of a text and are moved from. Of those
     /// with the same name the last one counts.
-    [[nodiscard]] static JsonObject ofText(std::span<JsonMember> members);
+    [[nodiscard]] static JsonObject fromMembers(std::span<JsonMember> members);
 
     [[nodiscard]] bool empty() const noexcept;
     [[nodiscard]] std::size_t size() const noexcept;
@@ -50,7 +50,7 @@ public:
 
     /// Gives the object a member of this key and value. A member of the key that is there already
     /// takes the new value; every other member stays as it is.
-    void store(std::string_view key, JsonValue value);
+    void insertOrAssign(std::string_view key, JsonValue value);
 
     /// Removes and destroys the member of this key. Returns 1, or 0 when there is none.
     int erase(std::string_view key);
@@ -63,7 +63,7 @@ public:
 
 private:
     /// How many keys come before this one.
-    [[nodiscard]] std::size_t placeOf(std::string_view key) const;
+    [[nodiscard]] std::size_t lowerBound(std::string_view key) const;
 
     std::vector<JsonMember> members;
 };

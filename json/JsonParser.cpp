@@ -44,7 +44,7 @@ JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
     JsonValue root;
     JsonCode code = parser.readMembers(root);
     if (code == JsonCode::ok && *parser.cursor != '\0') {
-        code = JsonCode::textBehindObject;
+        code = JsonCode::trailingText;
     }
     if (code != JsonCode::ok) {
         position = static_cast<std::uint64_t>(parser.cursor - text.c_str());
@@ -79,7 +79,7 @@ JsonCode JsonParser::readMembers(JsonValue& destination)
         }
         members.push_back(std::move(member));
     }
-    destination.setObject(JsonObject::ofText(std::span(members).subspan(outer)));
+    destination.setObject(JsonObject::fromMembers(std::span(members).subspan(outer)));
     members.resize(outer);
     return JsonCode::ok;
 }
@@ -141,7 +141,7 @@ JsonCode JsonParser::readString(std::string& destination)
 {
     for (;;) {
         const char* const run = cursor;
-        while (!specialInString.has(*cursor)) {
+        while (!specialInString.contains(*cursor)) {
             ++cursor;
         }
         destination.append(run, static_cast<std::size_t>(cursor - run));
@@ -189,7 +189,7 @@ JsonCode JsonParser::readEscape(std::string& destination)
 // What stands behind a word is for the caller to judge: "truex" fails at the "x".
 JsonCode JsonParser::readTrue(JsonValue& destination)
 {
-    if (!acceptWord("true")) {
+    if (!acceptLiteral("true")) {
         return JsonCode::badTrue;
     }
     destination.setBoolean(true);
@@ -198,7 +198,7 @@ JsonCode JsonParser::readTrue(JsonValue& destination)
 
 JsonCode JsonParser::readFalse(JsonValue& destination)
 {
-    if (!acceptWord("false")) {
+    if (!acceptLiteral("false")) {
         return JsonCode::badFalse;
     }
     destination.setBoolean(false);
@@ -207,7 +207,7 @@ JsonCode JsonParser::readFalse(JsonValue& destination)
 
 JsonCode JsonParser::readNull(JsonValue& destination)
 {
-    if (!acceptWord("null")) {
+    if (!acceptLiteral("null")) {
         return JsonCode::badNull;
     }
     destination.reset();
@@ -216,7 +216,7 @@ JsonCode JsonParser::readNull(JsonValue& destination)
 
 void JsonParser::skipWhitespace()
 {
-    while (whitespace.has(*cursor)) {
+    while (whitespace.contains(*cursor)) {
         ++cursor;
     }
 }
@@ -230,7 +230,7 @@ bool JsonParser::accept(char byte)
     return true;
 }
 
-bool JsonParser::acceptWord(std::string_view word)
+bool JsonParser::acceptLiteral(std::string_view word)
 {
     // strncmp(3) stops at the text's NUL; comparing by length alone could read past it.
     if (std::strncmp(cursor, word.data(), word.size()) != 0) {

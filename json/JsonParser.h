@@ -16,7 +16,7 @@ enum class JsonCode : std::int32_t {
     ok = 0,
     notAnObject = -1,              ///< the text does not begin with "{" and end with "}"
     keyExpected = -1,              ///< a member that does not begin with a double quote
-    textBehindObject = -2,         ///< the object of the text is closed and more text follows
+    trailingText = -2,             ///< the object of the text is closed and more text follows
     badKey = -3,                   ///< a key with a fault that a string value reports as -21 or -22
     colonExpected = -4,            ///< a key without ":" behind it
     memberSeparatorExpected = -5,  ///< a member's value without "," or "}" behind it
@@ -54,8 +54,8 @@ public:
 private:
     explicit JsonParser(const char* text) : cursor(text)
     {
-        members.reserve(fewPending);
-        elements.reserve(fewPending);
+        members.reserve(initialCapacity);
+        elements.reserve(initialCapacity);
     }
 
     // What a function has left in its destination when it fails, its caller discards.
@@ -70,10 +70,10 @@ private:
 
     void skipWhitespace();
     [[nodiscard]] bool accept(char byte);
-    [[nodiscard]] bool acceptWord(std::string_view word);
+    [[nodiscard]] bool acceptLiteral(std::string_view word);
 
     /// As much as most documents need, so that the two vectors do not have to grow.
-    static constexpr std::size_t fewPending = 64;
+    static constexpr std::size_t initialCapacity = 64;
 
     const char* cursor;
 

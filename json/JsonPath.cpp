@@ -10,7 +10,7 @@ namespace {
 const JsonObject emptyObject{};
 JsonMember emptyMember;
 
-const JsonObject& objectOf(const JsonValue& value)
+const JsonObject& asObject(const JsonValue& value)
 {
     return value.type() == JsonType::object ? value.object() : emptyObject;
 }
@@ -23,7 +23,7 @@ void clearEmptyMember()
 
 }  // namespace
 
-JsonMember& memberOf(JsonMember& container, std::string_view key)
+JsonMember& findMember(JsonMember& container, std::string_view key)
 {
     if (container.value.type() != JsonType::object) {
         return emptyMember;
@@ -44,7 +44,7 @@ const JsonValue* findPath(const JsonObject& root, std::span<const char* const> k
             return nullptr;
         }
         value = &found->value;
-        object = &objectOf(*value);
+        object = &asObject(*value);
     }
     return value;
 }

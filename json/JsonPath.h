@@ -15,7 +15,7 @@
 /// where the value is no object, the result is the shared empty member. What a caller writes into
 /// that stays visible until the next findPath
 /// that has a key to look up: that clears it.
-[[nodiscard]] JsonMember& memberOf(JsonMember& container, std::string_view key);
+[[nodiscard]] JsonMember& findMember(JsonMember& container, std::string_view key);
 
 /// The value that the keys lead to, each looked up in the value that the one before it led to and
 /// the first one in the root; or null when a key is missing, when a value on the way is no object,

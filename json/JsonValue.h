@@ -15,7 +15,7 @@
 enum class JsonType : std::uint32_t {
     null = 0,     ///< no payload
     integer = 1,  ///< signed, 64 bits
-    number = 2,   ///< IEEE 754 double precision
+    real = 2,     ///< IEEE 754 double precision
     boolean = 3,
     string = 4,  ///< counted bytes of any value, in no particular character set
     object = 5,
@@ -65,11 +65,11 @@ public:
         payload.scalar.integer = value;
         tag = JsonType::integer;
     }
-    void setNumber(double value) noexcept
+    void setReal(double value) noexcept
     {
         reset();
-        payload.scalar.number = value;
-        tag = JsonType::number;
+        payload.scalar.real = value;
+        tag = JsonType::real;
     }
     void setBoolean(bool value) noexcept
     {
@@ -106,14 +106,14 @@ public:
     /// The payload, inside the value, so that the caller may change it in place.
     /// REQUIRES: type() is the kind named.
     [[nodiscard]] std::int64_t& integer() noexcept { return payload.scalar.integer; }
-    [[nodiscard]] double& number() noexcept { return payload.scalar.number; }
+    [[nodiscard]] double& real() noexcept { return payload.scalar.real; }
     [[nodiscard]] bool& boolean() noexcept { return payload.scalar.boolean; }
     [[nodiscard]] std::string& string() noexcept { return payload.string; }
     [[nodiscard]] JsonObject& object() noexcept { return payload.object; }
     [[nodiscard]] JsonArray& array() noexcept { return payload.array; }
 
     [[nodiscard]] std::int64_t integer() const noexcept { return payload.scalar.integer; }
-    [[nodiscard]] double number() const noexcept { return payload.scalar.number; }
+    [[nodiscard]] double real() const noexcept { return payload.scalar.real; }
     [[nodiscard]] bool boolean() const noexcept { return payload.scalar.boolean; }
     [[nodiscard]] const std::string& string() const noexcept { return payload.string; }
     [[nodiscard]] const JsonObject& object() const noexcept { return payload.object; }
@@ -122,7 +122,7 @@ public:
 private:
     union Scalar {
         std::int64_t integer;
-        double number;
+        double real;
         bool boolean;
     };
 

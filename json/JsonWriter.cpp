@@ -129,7 +129,7 @@ void appendString(Text& text, std::string_view string)
     char* end = text.roomFor(2 * string.size() + 2);
     *end++ = '"';
     for (const char byte : string) {
-        if (escapedBytes.has(byte)) [[unlikely]] {
+        if (escapedBytes.contains(byte)) [[unlikely]] {
             *end++ = '\\';
             *end++ = escapeLetter(byte);
         } else {
@@ -184,8 +184,8 @@ void appendValue(Text& text, const JsonValue& value, std::uint64_t level)
     case JsonType::integer:
         appendInteger(text, value.integer());
         break;
-    case JsonType::number:
-        appendNumber(text, value.number());
+    case JsonType::real:
+        appendNumber(text, value.real());
         break;
     case JsonType::boolean:
         if (value.boolean()) {

@@ -325,9 +325,9 @@ std::string outcomeOf(const std::string& text)
     JsonObject root;
     JsonValue earlier;
     earlier.setString("earlier");
-    root.store("a", earlier);
+    root.insertOrAssign("a", earlier);
     JsonObject target = root;
-    target.store("k", earlier);
+    target.insertOrAssign("k", earlier);
 
     std::uint64_t position = untouchedPosition;
     const JsonCode code = JsonParser::parse(root, text, position);

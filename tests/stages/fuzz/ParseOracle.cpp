@@ -65,7 +65,7 @@ bool fits(JsonCode code, const std::string& text, std::size_t position)
             return text.size() < 2 || text.front() != '{' || text.back() != '}';
         }
         return !isOneOf(whitespace, byte) && byte != '"' && byte != '}';
-    case JsonCode::textBehindObject:
+    case JsonCode::trailingText:
         return before == '}' && byte != '\0';
     case JsonCode::badKey:
         return isControl(byte) || isEscaped;
@@ -226,7 +226,7 @@ std::string checkParse(const std::string& bytes)
     // A failure at the end of the text, or at an end that came too early, has no counterpart inside
     // another document.
     if (fault.empty() && bytes.size() >= 2 && bytes.starts_with('{') && bytes.ends_with('}') &&
-        bytes.find('\0') == std::string::npos && whole.code != JsonCode::textBehindObject &&
+        bytes.find('\0') == std::string::npos && whole.code != JsonCode::trailingText &&
         (accepted || whole.position < bytes.size())) {
         fault = checkInside(bytes, whole);
     }

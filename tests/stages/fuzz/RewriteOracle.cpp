@@ -77,8 +77,8 @@ bool hasNan(JsonObject tree)
 {
     bool found = false;
     forEachValue(tree, [&found](const JsonValue& value) {
-        found = found || (value.type() == JsonType::number && std::isnan(value.number()) &&
-                          !std::signbit(value.number()));
+        found = found || (value.type() == JsonType::real && std::isnan(value.real()) &&
+                          !std::signbit(value.real()));
     });
     return found;
 }
@@ -90,10 +90,10 @@ JsonObject afterRoundTrip(JsonObject tree)
     constexpr double lastWithoutExponent = 1e34;  // as a double it is a little less than that
     constexpr double firstTooLarge = 0x1p63;
     forEachValue(tree, [](JsonValue& value) {
-        if (value.type() != JsonType::number) {
+        if (value.type() != JsonType::real) {
             return;
         }
-        const double number = value.number();
+        const double number = value.real();
         if (!(std::fabs(number) <= lastWithoutExponent) || std::trunc(number) != number) {
             return;
         }

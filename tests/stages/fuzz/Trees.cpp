@@ -26,8 +26,8 @@ bool alikeValues(const JsonValue& left, const JsonValue& right)
     switch (left.type()) {
     case JsonType::integer:
         return left.integer() == right.integer();
-    case JsonType::number:
-        return alikeNumbers(left.number(), right.number());
+    case JsonType::real:
+        return alikeNumbers(left.real(), right.real());
     case JsonType::boolean:
         return left.boolean() == right.boolean();
     case JsonType::string:

@@ -94,8 +94,8 @@ void describeValue(const JsonValue& value, Answer& answer)
     case JsonType::integer:
         answer.description += std::to_string(value.integer());
         break;
-    case JsonType::number:
-        describeNumber(value.number(), answer.description);
+    case JsonType::real:
+        describeNumber(value.real(), answer.description);
         break;
     case JsonType::boolean:
         answer.description += value.boolean() ? "1" : "0";

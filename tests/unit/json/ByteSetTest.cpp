@@ -13,7 +13,7 @@ std::string bytesIn(const ByteSet& set)
 {
     std::string bytes;
     for (int number = 0; number < 256; ++number) {
-        if (set.has(static_cast<char>(number))) {
+        if (set.contains(static_cast<char>(number))) {
             bytes += static_cast<char>(number);
         }
     }

@@ -41,7 +41,7 @@ std::vector<Kind> kinds()
     return {
         {"null", JsonValue(), [](JsonValue& value) { value.reset(); }},
         {"integer", integer(1), [](JsonValue& value) { value.setInteger(1); }},
-        {"number", number(1.5), [](JsonValue& value) { value.setNumber(1.5); }},
+        {"number", real(1.5), [](JsonValue& value) { value.setReal(1.5); }},
         {"boolean", boolean(true), [](JsonValue& value) { value.setBoolean(true); }},
         {"string", string(longText), [](JsonValue& value) { value.setString(longText); }},
         {"object", object({{longText, string(longText)}}), setObject},
@@ -131,9 +131,9 @@ TEST(JsonMemory, IsGivenBackByAMemberThatIsReplacedOrErased)
     const std::int64_t before = liveBlocks();
     {
         JsonObject object;
-        object.store(longText, string(longText));
+        object.insertOrAssign(longText, string(longText));
         const std::int64_t one = liveBlocks();
-        object.store(longText, string(longText));
+        object.insertOrAssign(longText, string(longText));
         EXPECT_EQ(liveBlocks(), one);
         EXPECT_EQ(object.erase(longText), 1);
         EXPECT_LT(liveBlocks(), one);

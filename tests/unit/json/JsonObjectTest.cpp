@@ -44,7 +44,7 @@ TEST(JsonObject, OrdersKeysByUnsignedBytesAndShorterFirst)
         "b",    "\x7f", "\x80",  "\x80z", "\xc3\xa4", "\xff", "\xff\xff"};
     JsonObject tree;
     for (auto key = ordered.rbegin(); key != ordered.rend(); ++key) {
-        tree.store(*key, JsonValue());
+        tree.insertOrAssign(*key, JsonValue());
     }
     EXPECT_EQ(keysOf(tree), ordered);
 }
@@ -53,7 +53,7 @@ TEST(JsonObject, ListsItsMembersByKeyWhateverTheOrderTheyWereStoredIn)
 {
     JsonObject tree;
     for (const char* key : {"b", "a", "ab"}) {
-        tree.store(key, JsonValue());
+        tree.insertOrAssign(key, JsonValue());
     }
     EXPECT_EQ(keysOf(tree), (std::vector<std::string>{"a", "ab", "b"}));
 }
@@ -91,7 +91,7 @@ TEST(JsonObject, IsEmptyOnceItIsCleared)
     EXPECT_EQ(tree.find("a"), nullptr);
 }
 
-TEST(JsonObjectOfText, OrdersMembersByKeyAndKeepsTheLastOfEach)
+TEST(JsonObjectFromMembers, OrdersMembersByKeyAndKeepsTheLastOfEach)
 {
     struct Row {
         const char* name;
@@ -126,26 +126,26 @@ TEST(JsonObjectOfText, OrdersMembersByKeyAndKeepsTheLastOfEach)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         std::vector<JsonMember> text = row.text;
-        EXPECT_EQ(JsonObject::ofText(text), row.expected);
+        EXPECT_EQ(JsonObject::fromMembers(text), row.expected);
     }
 }
 
-TEST(JsonObjectOfText, KeepsTheLastOfManyWithTheSameKey)
+TEST(JsonObjectFromMembers, KeepsTheLastOfManyWithTheSameKey)
 {
     std::vector<JsonMember> text;
     for (int number = 0; number < 1000; ++number) {
         text.push_back({std::string(1, static_cast<char>('a' + number % 7)), integer(number)});
     }
-    EXPECT_EQ(JsonObject::ofText(text), members({{"a", integer(994)},
-                                                 {"b", integer(995)},
-                                                 {"c", integer(996)},
-                                                 {"d", integer(997)},
-                                                 {"e", integer(998)},
-                                                 {"f", integer(999)},
-                                                 {"g", integer(993)}}));
+    EXPECT_EQ(JsonObject::fromMembers(text), members({{"a", integer(994)},
+                                                      {"b", integer(995)},
+                                                      {"c", integer(996)},
+                                                      {"d", integer(997)},
+                                                      {"e", integer(998)},
+                                                      {"f", integer(999)},
+                                                      {"g", integer(993)}}));
 }
 
-TEST(JsonObjectOfText, OrdersManyKeysThatBeginAlike)
+TEST(JsonObjectFromMembers, OrdersManyKeysThatBeginAlike)
 {
     std::vector<JsonMember> text;
     JsonObject expected;
@@ -154,33 +154,33 @@ TEST(JsonObjectOfText, OrdersManyKeysThatBeginAlike)
         text.push_back({"key" + std::to_string(100 + scattered), integer(scattered)});
         expected["key" + std::to_string(100 + number)].value = integer(number);
     }
-    EXPECT_EQ(JsonObject::ofText(text), expected);
+    EXPECT_EQ(JsonObject::fromMembers(text), expected);
 }
 
-TEST(JsonObjectStore, AddsAMemberThatKnowsItsKey)
+TEST(JsonObjectInsertOrAssign, AddsAMemberThatKnowsItsKey)
 {
     JsonObject tree;
-    tree.store("key", integer(5));
+    tree.insertOrAssign("key", integer(5));
     ASSERT_EQ(keysOf(tree), std::vector<std::string>{"key"});
     EXPECT_EQ(tree["key"].name, "key");
     EXPECT_EQ(tree["key"].value, integer(5));
 }
 
-TEST(JsonObjectStore, AddsAMemberAtEveryPlaceAmongOthers)
+TEST(JsonObjectInsertOrAssign, AddsAMemberAtEveryPlaceAmongOthers)
 {
     for (const std::string key : {"", "a", "c", "bb", "z"}) {
         SCOPED_TRACE(key);
         JsonObject tree = members({{"b", integer(1)}, {"d", integer(2)}});
-        tree.store(key, boolean(true));
+        tree.insertOrAssign(key, boolean(true));
         EXPECT_EQ(tree, members({{"b", integer(1)}, {"d", integer(2)}, {key, boolean(true)}}));
     }
 }
 
-TEST(JsonObjectStore, TakesAKeyOfAnyBytes)
+TEST(JsonObjectInsertOrAssign, TakesAKeyOfAnyBytes)
 {
     JsonObject tree;
     for (const std::string& key : {""s, "\0"s, "a"s, "a\0b"s, "\xff"s, "\"\\\n"s}) {
-        tree.store(key, string(key));
+        tree.insertOrAssign(key, string(key));
     }
     EXPECT_EQ(tree, members({{"", string("")},
                              {"\0"s, string("\0"s)},
@@ -190,25 +190,25 @@ TEST(JsonObjectStore, TakesAKeyOfAnyBytes)
                              {"\"\\\n", string("\"\\\n")}}));
 }
 
-TEST(JsonObjectStore, GivesAMemberThatIsThereTheNewValue)
+TEST(JsonObjectInsertOrAssign, GivesAMemberThatIsThereTheNewValue)
 {
     for (const char* key : {"a", "b", "c"}) {
         SCOPED_TRACE(key);
         JsonObject tree = members({{"a", integer(1)}, {"b", string("old")}, {"c", object({})}});
         JsonObject expected = tree;
         expected[key].value = array({boolean(true)});
-        tree.store(key, array({boolean(true)}));
+        tree.insertOrAssign(key, array({boolean(true)}));
         EXPECT_EQ(tree, expected);
     }
 }
 
-TEST(JsonObjectStore, TakesTheNameInsideAMemberAsItsKey)
+TEST(JsonObjectInsertOrAssign, TakesTheNameInsideAMemberAsItsKey)
 {
     const std::string key(100, 'k');
     JsonObject tree = members({{"a", integer(1)}, {key, integer(2)}});
-    tree.store(tree[key].name, integer(3));
+    tree.insertOrAssign(tree[key].name, integer(3));
     EXPECT_EQ(tree, members({{"a", integer(1)}, {key, integer(3)}}));
-    tree.store(tree["a"].name + key, integer(4));
+    tree.insertOrAssign(tree["a"].name + key, integer(4));
     EXPECT_EQ(tree, members({{"a", integer(1)}, {"a" + key, integer(4)}, {key, integer(3)}}));
 }
 

@@ -25,7 +25,7 @@ TEST(JsonParser, HasAFixedNumberForEachCode)
         {"ok", JsonCode::ok, 0},
         {"not an object", JsonCode::notAnObject, -1},
         {"key expected", JsonCode::keyExpected, -1},
-        {"text behind object", JsonCode::textBehindObject, -2},
+        {"text behind object", JsonCode::trailingText, -2},
         {"bad key", JsonCode::badKey, -3},
         {"colon expected", JsonCode::colonExpected, -4},
         {"member separator expected", JsonCode::memberSeparatorExpected, -5},
@@ -130,7 +130,7 @@ TEST(JsonParser, RefusesTextBehindTheClosedObject)
                    {R"({"a":1})", " }"},
                    {R"({"a":{}})", R"(,"b":{}})"},
                    {R"({"a":[1,]})", "]}"}},
-                  JsonCode::textBehindObject);
+                  JsonCode::trailingText);
 }
 
 TEST(JsonParser, RefusesAKeyThatIsNoString)
@@ -358,7 +358,7 @@ TEST(JsonParser, ReportsTheFirstOfSeveralFaults)
     EXPECT_EQ(parse(R"({"a":1x,"b":tru,c})"), refused(JsonCode::badNumber, 5));
     EXPECT_EQ(parse(R"({"a":[tru,nul],"b\q":1})"), refused(JsonCode::badTrue, 6));
     EXPECT_EQ(parse(R"({"a\q" 1}})"), refused(JsonCode::badKey, 4));
-    EXPECT_EQ(parse(R"({}}tru})"), refused(JsonCode::textBehindObject, 2));
+    EXPECT_EQ(parse(R"({}}tru})"), refused(JsonCode::trailingText, 2));
 }
 
 // NUL, and the end of the text.
@@ -373,7 +373,7 @@ TEST(JsonParser, TakesANulByteForTheEndOfTheText)
     EXPECT_EQ(parse("{\"a\":1 \0}"sv), refused(JsonCode::memberSeparatorExpected, 7));
     EXPECT_EQ(parse("{\"a\":1\0}"sv), refused(JsonCode::badNumber, 5));
     EXPECT_EQ(parse("{\"a\":[1.5\0]}"sv), refused(JsonCode::badNumber, 6));
-    EXPECT_EQ(parse("{} \0}"sv), refused(JsonCode::textBehindObject, 2));
+    EXPECT_EQ(parse("{} \0}"sv), refused(JsonCode::trailingText, 2));
 }
 
 // With 16 blanks before them the texts are too long for the buffer inside a std::string, and
@@ -414,7 +414,7 @@ TEST(JsonParser, NeverReadsBehindTheEndOfTheText)
         {"\"a\":1e}", JsonCode::badNumber, 4},
         {"\"a\":infinit}", JsonCode::badNumber, 4},
         {"\"a\":NaN(}", JsonCode::badNumber, 4},
-        {"}}", JsonCode::textBehindObject, 1},
+        {"}}", JsonCode::trailingText, 1},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.rest);

@@ -38,7 +38,7 @@ TEST(JsonParser, ReadsAValueOfEachKind)
                     R"("obj":{"k":1},"vec":[1,"two",null]})"),
               accepted(members({{"null", JsonValue()},
                                 {"int", integer(-17)},
-                                {"dbl", number(150.0)},
+                                {"dbl", real(150.0)},
                                 {"yes", boolean(true)},
                                 {"no", boolean(false)},
                                 {"str", string("text")},
@@ -60,7 +60,7 @@ TEST(JsonParser, ReadsObjectsAndArraysInsideEachOther)
                   {"e", integer(3)}})},
         {R"({"a":[1,true,false,null,"s",1.5,[2],{"k":3}]})",
          members({{"a", array({integer(1), boolean(true), boolean(false), JsonValue(), string("s"),
-                               number(1.5), array({integer(2)}), object({{"k", integer(3)}})})}})},
+                               real(1.5), array({integer(2)}), object({{"k", integer(3)}})})}})},
         {R"({"":{"":""}})", members({{"", object({{"", string("")}})}})},
     });
 }
@@ -93,7 +93,7 @@ TEST(JsonParser, KeepsNothingBetweenCalls)
 {
     EXPECT_EQ(parse(R"({"a":[1,{"b":tru}]})"), refused(JsonCode::badTrue, 13));
     EXPECT_EQ(parse(R"({"c":1})"), accepted(members({{"c", integer(1)}})));
-    EXPECT_EQ(parse("{}}"), refused(JsonCode::textBehindObject, 2));
+    EXPECT_EQ(parse("{}}"), refused(JsonCode::trailingText, 2));
 }
 
 TEST(JsonParser, KeepsTheLastValueOfADuplicateKey)
@@ -247,13 +247,13 @@ TEST(JsonParser, ReadsWhatWasWritten)
         everyByteThatCanBeRead += static_cast<char>(number);
     }
     everyByteThatCanBeRead += "\b\f\n\r\t";
-    const JsonObject tree = members(
-        {{everyByteThatCanBeRead, string(everyByteThatCanBeRead)},
-         {"", array({array({}), object({}), JsonValue(), boolean(true), boolean(false)})},
-         {"numbers", array({integer(std::numeric_limits<std::int64_t>::min()), number(0.1),
-                            number(1e300), number(std::numeric_limits<double>::denorm_min()),
-                            number(std::numeric_limits<double>::infinity())})},
-         {"object", object({{"a", object({{"b", array({string("x\ty")})}})}})}});
+    const JsonObject tree =
+        members({{everyByteThatCanBeRead, string(everyByteThatCanBeRead)},
+                 {"", array({array({}), object({}), JsonValue(), boolean(true), boolean(false)})},
+                 {"numbers", array({integer(std::numeric_limits<std::int64_t>::min()), real(0.1),
+                                    real(1e300), real(std::numeric_limits<double>::denorm_min()),
+                                    real(std::numeric_limits<double>::infinity())})},
+                 {"object", object({{"a", object({{"b", array({string("x\ty")})}})}})}});
     for (const std::uint64_t level : {0U, 1U, 2U}) {
         SCOPED_TRACE("level " + std::to_string(level));
         // Above level 1 the last brace is indented, and the text behind it is nothing all the same.

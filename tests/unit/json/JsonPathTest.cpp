@@ -56,7 +56,7 @@ JsonMember memberHolding(JsonValue value)
 JsonMember& sharedEmptyMember()
 {
     static JsonMember holdsNothing;
-    return memberOf(holdsNothing, "any");
+    return findMember(holdsNothing, "any");
 }
 
 }  // namespace
@@ -116,7 +116,7 @@ TEST_P(JsonPathTest, LeadsNowhereThroughAValueThatIsNoObject)
     };
     const std::vector<Row> rows = {
         {"null", JsonValue()},           {"integer", integer(5)},
-        {"number", number(1.5)},         {"boolean", boolean(true)},
+        {"number", real(1.5)},           {"boolean", boolean(true)},
         {"string", string("isEncoder")}, {"array", array({object({{"isEncoder", boolean(true)}})})},
         {"unknown", unknown()},
     };
@@ -132,7 +132,7 @@ TEST_P(JsonPathTest, LeadsNowhereThroughAValueThatIsNoObject)
 TEST_P(JsonPathTest, LeadsToAValueOfAnyKind)
 {
     for (const JsonValue& value :
-         {JsonValue(), integer(5), number(1.5), boolean(false), string("true"),
+         {JsonValue(), integer(5), real(1.5), boolean(false), string("true"),
           object({{"isEncoder", boolean(true)}}), array({boolean(true)}), unknown()}) {
         SCOPED_TRACE(shortName(value.type()));
         JsonObject root = members({{"App", object({{"isEncoder", value}})}});
@@ -260,9 +260,9 @@ TEST(MemberOf, GivesTheMemberInsideTheTree)
 {
     JsonMember container = memberHolding(object({{"a", integer(1)}, {"b", string("s")}}));
     JsonObject& tree = container.value.object();
-    EXPECT_EQ(&memberOf(container, "a"), &tree["a"]);
-    EXPECT_EQ(&memberOf(container, "b"), &tree["b"]);
-    memberOf(container, "a").value.setBoolean(true);
+    EXPECT_EQ(&findMember(container, "a"), &tree["a"]);
+    EXPECT_EQ(&findMember(container, "b"), &tree["b"]);
+    findMember(container, "a").value.setBoolean(true);
     EXPECT_EQ(tree, members({{"a", boolean(true)}, {"b", string("s")}}));
 }
 
@@ -270,9 +270,9 @@ TEST(MemberOf, FindsAKeyOfAnyBytes)
 {
     JsonMember container =
         memberHolding(object({{"", integer(1)}, {"a", integer(2)}, {"a\0b"s, integer(3)}}));
-    EXPECT_EQ(memberOf(container, "").value, integer(1));
-    EXPECT_EQ(memberOf(container, "a").value, integer(2));
-    EXPECT_EQ(memberOf(container, "a\0b"s).value, integer(3));
+    EXPECT_EQ(findMember(container, "").value, integer(1));
+    EXPECT_EQ(findMember(container, "a").value, integer(2));
+    EXPECT_EQ(findMember(container, "a\0b"s).value, integer(3));
 }
 
 TEST(MemberOf, GivesTheSharedEmptyMemberOnEveryMiss)
@@ -281,11 +281,11 @@ TEST(MemberOf, GivesTheSharedEmptyMemberOnEveryMiss)
     (void)findPath(nothing, Keys{"any"});
     JsonMember& shared = sharedEmptyMember();
     for (const JsonValue& value :
-         {JsonValue(), integer(5), number(1.5), boolean(true), string("a"), object({}),
+         {JsonValue(), integer(5), real(1.5), boolean(true), string("a"), object({}),
           object({{"b", integer(1)}}), array({integer(1)}), unknown()}) {
         SCOPED_TRACE(testing::PrintToString(value));
         JsonMember container = memberHolding(value);
-        EXPECT_EQ(&memberOf(container, "a"), &shared);
+        EXPECT_EQ(&findMember(container, "a"), &shared);
         EXPECT_EQ(shared.name, "");
         EXPECT_EQ(shared.value.type(), JsonType::null);
         EXPECT_EQ(container, memberHolding(value)) << "nothing is added to the container";
@@ -297,19 +297,19 @@ TEST(MemberOf, GoesOnFromAMissToAnotherMiss)
     const JsonObject nothing;
     (void)findPath(nothing, Keys{"any"});
     JsonMember container = memberHolding(object({}));
-    JsonMember& first = memberOf(container, "a");
-    EXPECT_EQ(&memberOf(first, "b"), &first);
+    JsonMember& first = findMember(container, "a");
+    EXPECT_EQ(&findMember(first, "b"), &first);
 }
 
 TEST(MemberOf, ShowsWhatWasWrittenThroughAMissUntilTheNextLookup)
 {
     JsonMember container = memberHolding(object({}));
     JsonMember other = memberHolding(integer(1));
-    memberOf(container, "a").value.setString("written");
-    EXPECT_EQ(memberOf(other, "b").value, string("written"));
+    findMember(container, "a").value.setString("written");
+    EXPECT_EQ(findMember(other, "b").value, string("written"));
     EXPECT_EQ(container, memberHolding(object({})));
 
     JsonObject root;
     (void)findPath(root, flag);
-    EXPECT_EQ(memberOf(other, "b").value.type(), JsonType::null);
+    EXPECT_EQ(findMember(other, "b").value.type(), JsonType::null);
 }

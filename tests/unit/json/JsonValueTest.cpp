@@ -32,7 +32,7 @@ std::vector<Kind> kinds()
     return {
         {"null", JsonType::null, JsonValue(), JsonValue()},
         {"integer", JsonType::integer, integer(-5), integer(7)},
-        {"number", JsonType::number, number(1.5), number(-0.0)},
+        {"number", JsonType::real, real(1.5), real(-0.0)},
         {"boolean", JsonType::boolean, boolean(true), boolean(false)},
         {"string", JsonType::string, string("short"), string(longText)},
         {"object", JsonType::object, object({{"a", array({string("deep")})}, {"b", integer(1)}}),
@@ -49,8 +49,8 @@ const void* payloadOf(JsonValue& value)
     switch (value.type()) {
     case JsonType::integer:
         return &value.integer();
-    case JsonType::number:
-        return &value.number();
+    case JsonType::real:
+        return &value.real();
     case JsonType::boolean:
         return &value.boolean();
     case JsonType::string:
@@ -71,8 +71,8 @@ void scramble(JsonValue& value)
     case JsonType::integer:
         value.integer() += 1000;
         break;
-    case JsonType::number:
-        value.number() = 1000.25;
+    case JsonType::real:
+        value.real() = 1000.25;
         break;
     case JsonType::boolean:
         value.boolean() = !value.boolean();
@@ -118,7 +118,7 @@ TEST(JsonType, HasAFixedNumberAndAShortName)
     const std::array<Row, 8> rows = {{
         {JsonType::null, 0, "nul"},
         {JsonType::integer, 1, "int"},
-        {JsonType::number, 2, "dbl"},
+        {JsonType::real, 2, "dbl"},
         {JsonType::boolean, 3, "boo"},
         {JsonType::string, 4, "str"},
         {JsonType::object, 5, "obj"},
@@ -151,9 +151,9 @@ TEST(JsonValue, HoldsWhatItsSettersAreGiven)
     EXPECT_EQ(value.type(), JsonType::integer);
     EXPECT_EQ(value.integer(), std::numeric_limits<std::int64_t>::min());
 
-    value.setNumber(std::numeric_limits<double>::denorm_min());
-    EXPECT_EQ(value.type(), JsonType::number);
-    EXPECT_EQ(value.number(), std::numeric_limits<double>::denorm_min());
+    value.setReal(std::numeric_limits<double>::denorm_min());
+    EXPECT_EQ(value.type(), JsonType::real);
+    EXPECT_EQ(value.real(), std::numeric_limits<double>::denorm_min());
 
     value.setBoolean(true);
     EXPECT_EQ(value.type(), JsonType::boolean);
@@ -182,13 +182,13 @@ TEST(JsonValue, HoldsWhatItsSettersAreGiven)
 TEST(JsonValue, GivesItsContentToReadersOfAConstValue)
 {
     const JsonValue anInteger = integer(-5);
-    const JsonValue aNumber = number(1.5);
+    const JsonValue aNumber = real(1.5);
     const JsonValue aBoolean = boolean(true);
     const JsonValue aString = string("s");
     const JsonValue anObject = object({{"k", integer(1)}});
     const JsonValue anArray = array({integer(1)});
     EXPECT_EQ(anInteger.integer(), -5);
-    EXPECT_EQ(aNumber.number(), 1.5);
+    EXPECT_EQ(aNumber.real(), 1.5);
     EXPECT_TRUE(aBoolean.boolean());
     EXPECT_EQ(aString.string(), "s");
     EXPECT_EQ(anObject.object(), members({{"k", integer(1)}}));
@@ -203,8 +203,8 @@ TEST(JsonValue, ChangesKindByAnySetterFromAnyKind)
         value.setInteger(3);
         EXPECT_EQ(value, integer(3));
         value = from.value;
-        value.setNumber(3.5);
-        EXPECT_EQ(value, number(3.5));
+        value.setReal(3.5);
+        EXPECT_EQ(value, real(3.5));
         value = from.value;
         value.setBoolean(true);
         EXPECT_EQ(value, boolean(true));
@@ -236,8 +236,8 @@ TEST(JsonValue, KeepsItsPayloadInPlaceWhereASetterKeepsTheKind)
         case JsonType::integer:
             value.setInteger(7);
             break;
-        case JsonType::number:
-            value.setNumber(-0.0);
+        case JsonType::real:
+            value.setReal(-0.0);
             break;
         case JsonType::boolean:
             value.setBoolean(false);

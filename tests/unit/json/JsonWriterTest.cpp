@@ -25,7 +25,7 @@ JsonObject sample()
 {
     return members({{"f", array({})},
                     {"e", object({})},
-                    {"b", array({integer(1), number(2.5), string("x\ty")})},
+                    {"b", array({integer(1), real(2.5), string("x\ty")})},
                     {"a", JsonValue()},
                     {"App", object({{"isEncoder", boolean(true)}, {"Name", string("dec")}})}});
 }
@@ -77,7 +77,7 @@ TEST(JsonWriter, WritesAValueWithoutChildrenAlikeAtEveryLevel)
     };
     const std::vector<Row> rows = {
         {"null", JsonValue(), "null"},        {"integer", integer(-17), "-17"},
-        {"number", number(2.5), "2.5"},       {"true", boolean(true), "true"},
+        {"number", real(2.5), "2.5"},         {"true", boolean(true), "true"},
         {"false", boolean(false), "false"},   {"string", string("a b"), "\"a b\""},
         {"empty string", string(""), "\"\""}, {"empty object", object({}), "{}"},
         {"empty array", array({}), "[]"},     {"unknown", unknown(), "null"},
@@ -327,8 +327,8 @@ TEST(JsonWriter, WritesDoublesWithUpTo34Digits)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
-        EXPECT_EQ(JsonWriter::writeValue(number(row.number), 0), row.text);
-        EXPECT_EQ(JsonWriter::writeValue(number(row.number), 2), row.text);
+        EXPECT_EQ(JsonWriter::writeValue(real(row.number), 0), row.text);
+        EXPECT_EQ(JsonWriter::writeValue(real(row.number), 2), row.text);
     }
 }
 
@@ -340,7 +340,7 @@ TEST(JsonWriter, WritesDoublesAsAStreamOfPrecision34Does)
     const auto expectAlike = [&stream](double sampled) {
         stream.str("");
         stream << sampled;
-        ASSERT_EQ(JsonWriter::writeValue(number(sampled), 0), stream.str());
+        ASSERT_EQ(JsonWriter::writeValue(real(sampled), 0), stream.str());
     };
     for (int i = 0; i < 100000 && !HasFatalFailure(); ++i) {
         const std::uint64_t bits = random();

@@ -27,10 +27,10 @@ inline JsonValue integer(std::int64_t content)
     return value;
 }
 
-inline JsonValue number(double content)
+inline JsonValue real(double content)
 {
     JsonValue value;
-    value.setNumber(content);
+    value.setReal(content);
     return value;
 }
 
@@ -99,10 +99,10 @@ inline bool operator==(const JsonValue& left, const JsonValue& right)
     switch (left.type()) {
     case JsonType::integer:
         return left.integer() == right.integer();
-    case JsonType::number:
-        return std::bit_cast<std::uint64_t>(left.number()) ==
-                   std::bit_cast<std::uint64_t>(right.number()) ||
-               (std::isnan(left.number()) && std::isnan(right.number()));
+    case JsonType::real:
+        return std::bit_cast<std::uint64_t>(left.real()) ==
+                   std::bit_cast<std::uint64_t>(right.real()) ||
+               (std::isnan(left.real()) && std::isnan(right.real()));
     case JsonType::boolean:
         return left.boolean() == right.boolean();
     case JsonType::string:
@@ -135,8 +135,8 @@ inline void PrintTo(const JsonValue& value, std::ostream* stream)
     case JsonType::integer:
         *stream << ' ' << value.integer();
         break;
-    case JsonType::number:
-        *stream << ' ' << testing::PrintToString(value.number());
+    case JsonType::real:
+        *stream << ' ' << testing::PrintToString(value.real());
         break;
     case JsonType::boolean:
         *stream << ' ' << testing::PrintToString(value.boolean());
