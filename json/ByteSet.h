@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-/// A set of bytes. To ask whether it has a byte costs the same however many it has.
+/// A set of bytes. Membership is tested in constant time.
 class ByteSet {
 public:
     constexpr explicit ByteSet(std::string_view bytes)

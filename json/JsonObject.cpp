@@ -4,6 +4,8 @@
 #include "json/JsonObject.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string>
 #include <utility>
 
 #include "json/JsonValue.h"
@@ -24,37 +26,84 @@ constexpr auto precedes = [](const JsonMember* left, const JsonMember* right) {
 
 }  // namespace
 
+JsonObject::JsonObject() noexcept = default;
+JsonObject::~JsonObject() = default;
+JsonObject::JsonObject(const JsonObject& other) = default;
+JsonObject::JsonObject(JsonObject&& other) noexcept = default;
+
+JsonObject& JsonObject::operator=(const JsonObject& other)
+{
+    return *this = JsonObject(other);
+}
+
+JsonObject& JsonObject::operator=(JsonObject&& other) noexcept
+{
+    // Other may be a part of this object, which goes with the old members.
+    auto taken = std::move(other.members);
+    members = std::move(taken);
+    return *this;
+}
+
 JsonObject JsonObject::fromMembers(std::span<JsonMember> members)
 {
-    std::vector<JsonMember*> places(members.size());
-    std::transform(members.begin(), members.end(), places.begin(),
+    std::vector<JsonMember*> byKey(members.size());
+    std::transform(members.begin(), members.end(), byKey.begin(),
                    [](JsonMember& member) { return &member; });
-    std::sort(places.begin(), places.end(), precedes);
+    std::sort(byKey.begin(), byKey.end(), precedes);
     JsonObject object;
-    object.members.reserve(places.size());
-    for (JsonMember* const place : places) {
-        if (!object.empty() && object.members.back().name == place->name) {
-            object.members.back() = std::move(*place);
+    object.members.reserve(byKey.size());
+    for (JsonMember* const member : byKey) {
+        if (!object.empty() && object.members.back().name == member->name) {
+            object.members.back() = std::move(*member);
         } else {
-            object.members.push_back(std::move(*place));
+            object.members.push_back(std::move(*member));
         }
     }
     return object;
 }
 
+bool JsonObject::empty() const noexcept
+{
+    return members.empty();
+}
+
+std::size_t JsonObject::size() const noexcept
+{
+    return members.size();
+}
+
+JsonMember* JsonObject::begin() noexcept
+{
+    return members.data();
+}
+
+JsonMember* JsonObject::end() noexcept
+{
+    return members.data() + members.size();
+}
+
+const JsonMember* JsonObject::begin() const noexcept
+{
+    return members.data();
+}
+
+const JsonMember* JsonObject::end() const noexcept
+{
+    return members.data() + members.size();
+}
+
 std::size_t JsonObject::lowerBound(std::string_view key) const
 {
-    const JsonMember* const place =
-        std::lower_bound(begin(), end(), key, [](const JsonMember& member, std::string_view name) {
-            return member.name < name;
-        });
-    return static_cast<std::size_t>(place - begin());
+    const auto found = std::lower_bound(
+        members.begin(), members.end(), key,
+        [](const JsonMember& member, std::string_view name) { return member.name < name; });
+    return static_cast<std::size_t>(found - members.begin());
 }
 
 const JsonMember* JsonObject::find(std::string_view key) const
 {
-    const JsonMember* const place = begin() + lowerBound(key);
-    return place != end() && place->name == key ? place : nullptr;
+    const JsonMember* const member = begin() + lowerBound(key);
+    return member != end() && member->name == key ? member : nullptr;
 }
 
 JsonMember* JsonObject::find(std::string_view key)
@@ -65,12 +114,12 @@ JsonMember* JsonObject::find(std::string_view key)
 
 JsonMember& JsonObject::operator[](std::string_view key)
 {
-    const std::size_t place = lowerBound(key);
-    if (place == size() || members[place].name != key) {
-        members.insert(members.begin() + static_cast<std::ptrdiff_t>(place),
+    const std::size_t index = lowerBound(key);
+    if (index == size() || members[index].name != key) {
+        members.insert(members.begin() + static_cast<std::ptrdiff_t>(index),
                        JsonMember{std::string(key), JsonValue()});
     }
-    return members[place];
+    return members[index];
 }
 
 void JsonObject::insertOrAssign(std::string_view key, JsonValue value)
@@ -96,7 +145,12 @@ void JsonObject::clear() noexcept
 void JsonObject::merge(const JsonObject& source)
 {
     JsonObject copy(source);
-    for (JsonMember& member : copy) {
-        insertOrAssign(member.name, std::move(member.value));
-    }
+    std::vector<JsonMember> merged;
+    merged.reserve(size() + copy.size());
+    // Of two members with the same key set_union takes the first range's.
+    std::set_union(
+        std::move_iterator(copy.begin()), std::move_iterator(copy.end()),
+        std::move_iterator(begin()), std::move_iterator(end()), std::back_inserter(merged),
+        [](const JsonMember& left, const JsonMember& right) { return left.name < right.name; });
+    members = std::move(merged);
 }

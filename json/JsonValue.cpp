@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <utility>
 
 const char* shortName(JsonType type) noexcept
@@ -22,44 +21,8 @@ JsonValue& JsonValue::operator=(const JsonValue& other)
 
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept
 {
-    // Other may be the value itself or a part of it, which a reset would destroy.
-    JsonValue taken(std::move(other));
-    reset();
-    take(std::move(taken));
+    // Other may be a part of this value, which goes with the old content.
+    auto taken = std::move(other.content);
+    content = std::move(taken);
     return *this;
-}
-
-template <typename Value>
-void JsonValue::takePayload(Value&& other)
-{
-    switch (other.tag) {
-    case JsonType::string:
-        std::construct_at(&payload.string, std::forward<Value>(other).payload.string);
-        break;
-    case JsonType::object:
-        std::construct_at(&payload.object, std::forward<Value>(other).payload.object);
-        break;
-    default:
-        std::construct_at(&payload.array, std::forward<Value>(other).payload.array);
-        break;
-    }
-}
-
-template void JsonValue::takePayload(const JsonValue& other);
-template void JsonValue::takePayload(JsonValue&& other);
-
-void JsonValue::destroyPayload() noexcept
-{
-    switch (tag) {
-    case JsonType::string:
-        std::destroy_at(&payload.string);
-        break;
-    case JsonType::object:
-        std::destroy_at(&payload.object);
-        break;
-    default:
-        std::destroy_at(&payload.array);
-        break;
-    }
-    payload.scalar = {};
 }

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/unit/json/Trees.h"
@@ -80,6 +82,71 @@ TEST(JsonObject, IsUnchangedByAssignmentToItself)
     const JsonObject content = members({{"a", object({{"x", integer(1)}})}});
     JsonObject tree = content;
     tree = same(tree);
+    EXPECT_EQ(tree, content);
+}
+
+namespace {
+
+struct Overlap {
+    const char* name;
+    JsonObject whole;
+    JsonObject expectedWhole;  // after the assignment of the part "a" to the whole
+    JsonObject expectedPart;   // after the assignment of the whole to the part "a"
+};
+
+/// Objects whose member "a" is an object, with short strings and with strings of their own memory.
+std::vector<Overlap> overlaps()
+{
+    std::vector<Overlap> rows;
+    for (const std::size_t length : {1U, 60U}) {
+        const JsonValue text = string(std::string(length, 'x'));
+        const JsonObject part = members({{"b", text}, {"c", integer(2)}});
+        const JsonObject sameKey = members({{"a", text}, {"y", text}});
+        const JsonObject outer =
+            members({{"a", object({{"b", text}, {"c", integer(2)}})}, {"z", text}});
+        const JsonObject outerSameKey = members({{"a", object({{"a", text}, {"y", text}})}});
+        rows.push_back({"keys of its own", outer, part, outer});
+        rows.push_back({"a key of the whole", outerSameKey, sameKey, outerSameKey});
+    }
+    return rows;
+}
+
+JsonObject& partOf(JsonObject& whole)
+{
+    return whole.find("a")->value.object();
+}
+
+}  // namespace
+
+TEST(JsonObjectAssignment, TakesAPartOfTheObject)
+{
+    for (const Overlap& row : overlaps()) {
+        SCOPED_TRACE(row.name);
+        JsonObject copied = row.whole;
+        copied = partOf(copied);
+        EXPECT_EQ(copied, row.expectedWhole);
+        JsonObject moved = row.whole;
+        moved = std::move(partOf(moved));
+        EXPECT_EQ(moved, row.expectedWhole) << "by a move";
+    }
+}
+
+TEST(JsonObjectAssignment, CopiesTheObjectIntoAPartOfIt)
+{
+    for (const Overlap& row : overlaps()) {
+        SCOPED_TRACE(row.name);
+        JsonObject tree = row.whole;
+        partOf(tree) = tree;
+        EXPECT_EQ(partOf(tree), row.expectedPart);
+        EXPECT_EQ(tree.size(), row.whole.size());
+    }
+}
+
+TEST(JsonObjectAssignment, ChangesNothingByAMoveToItself)
+{
+    const JsonObject content = members({{"a", object({{"x", string(std::string(60, 'x'))}})}});
+    JsonObject tree = content;
+    tree = std::move(same(tree));
     EXPECT_EQ(tree, content);
 }
 
