@@ -41,8 +41,7 @@ JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
         return JsonCode::notAnObject;
     }
     JsonParser parser(text.c_str() + 1);
-    JsonValue root;
-    JsonCode code = parser.readMembers(root);
+    JsonCode code = parser.readMembers();
     if (code == JsonCode::ok && *parser.cursor != '\0') {
         code = JsonCode::trailingText;
     }
@@ -50,19 +49,18 @@ JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
         position = static_cast<std::uint64_t>(parser.cursor - text.c_str());
         return code;
     }
-    destination = std::move(root.object());
+    destination = std::move(parser.value().object());
     return JsonCode::ok;
 }
 
-JsonCode JsonParser::readMembers(JsonValue& destination)
+JsonCode JsonParser::readMembers()
 {
-    const std::size_t outer = members.size();
+    const std::size_t first = pending.size();
     for (skipWhitespace(); !accept('}'); skipWhitespace()) {
         if (!accept('"')) {
             return JsonCode::keyExpected;
         }
-        JsonMember member;
-        if (readString(member.name) != JsonCode::ok) {
+        if (readString(pending.emplace_back().name) != JsonCode::ok) {
             return JsonCode::badKey;
         }
         skipWhitespace();
@@ -70,64 +68,66 @@ JsonCode JsonParser::readMembers(JsonValue& destination)
             return JsonCode::colonExpected;
         }
         skipWhitespace();
-        if (const JsonCode code = readValue(member.value); code != JsonCode::ok) {
+        if (const JsonCode code = readValue(); code != JsonCode::ok) {
             return code;
         }
         skipWhitespace();
         if (!accept(',') && *cursor != '}') {
             return JsonCode::memberSeparatorExpected;
         }
-        members.push_back(std::move(member));
     }
-    destination.setObject(JsonObject::fromMembers(std::span(members).subspan(outer)));
-    members.resize(outer);
+    JsonObject object = JsonObject::fromMembers(std::span(pending).subspan(first));
+    pending.resize(first);
+    value().setObject(std::move(object));
     return JsonCode::ok;
 }
 
-JsonCode JsonParser::readElements(JsonValue& destination)
+JsonCode JsonParser::readElements()
 {
-    const std::size_t outer = elements.size();
+    const std::size_t first = pending.size();
     for (skipWhitespace(); !accept(']'); skipWhitespace()) {
-        JsonValue element;
-        if (const JsonCode code = readValue(element); code != JsonCode::ok) {
+        pending.emplace_back();
+        if (const JsonCode code = readValue(); code != JsonCode::ok) {
             return code;
         }
         skipWhitespace();
         if (!accept(',') && *cursor != ']') {
             return JsonCode::elementSeparatorExpected;
         }
-        elements.push_back(std::move(element));
     }
-    const auto first = elements.begin() + static_cast<std::ptrdiff_t>(outer);
-    destination.setArray({std::move_iterator(first), std::move_iterator(elements.end())});
-    elements.resize(outer);
+    JsonArray array;
+    array.reserve(pending.size() - first);
+    for (JsonMember& element : std::span(pending).subspan(first)) {
+        array.push_back(std::move(element.value));
+    }
+    pending.resize(first);
+    value().setArray(std::move(array));
     return JsonCode::ok;
 }
 
-JsonCode JsonParser::readValue(JsonValue& destination)
+JsonCode JsonParser::readValue()
 {
     switch (*cursor) {
     case '[':
         ++cursor;
-        return readElements(destination);
+        return readElements();
     case '{':
         ++cursor;
-        return readMembers(destination);
-    case '"': {
+        return readMembers();
+    case '"':
         ++cursor;
-        std::string string;
-        const JsonCode code = readString(string);
-        destination.setString(std::move(string));
-        return code;
-    }
+        value().setString({});
+        return readString(value().string());
     case 't':
-        return readTrue(destination);
+        value().setBoolean(true);
+        return acceptLiteral("true") ? JsonCode::ok : JsonCode::badTrue;
     case 'f':
-        return readFalse(destination);
+        value().setBoolean(false);
+        return acceptLiteral("false") ? JsonCode::ok : JsonCode::badFalse;
     case 'n':
-        return readNull(destination);
+        return acceptLiteral("null") ? JsonCode::ok : JsonCode::badNull;
     default: {
-        const char* const end = readNumber(cursor, destination);
+        const char* const end = readNumber(cursor, value());
         if (end == nullptr) {
             return JsonCode::badNumber;
         }
@@ -186,34 +186,6 @@ JsonCode JsonParser::readEscape(std::string& destination)
     return JsonCode::ok;
 }
 
-// What stands behind a word is for the caller to judge: "truex" fails at the "x".
-JsonCode JsonParser::readTrue(JsonValue& destination)
-{
-    if (!acceptLiteral("true")) {
-        return JsonCode::badTrue;
-    }
-    destination.setBoolean(true);
-    return JsonCode::ok;
-}
-
-JsonCode JsonParser::readFalse(JsonValue& destination)
-{
-    if (!acceptLiteral("false")) {
-        return JsonCode::badFalse;
-    }
-    destination.setBoolean(false);
-    return JsonCode::ok;
-}
-
-JsonCode JsonParser::readNull(JsonValue& destination)
-{
-    if (!acceptLiteral("null")) {
-        return JsonCode::badNull;
-    }
-    destination.reset();
-    return JsonCode::ok;
-}
-
 void JsonParser::skipWhitespace()
 {
     while (whitespace.contains(*cursor)) {
@@ -230,12 +202,12 @@ bool JsonParser::accept(char byte)
     return true;
 }
 
-bool JsonParser::acceptLiteral(std::string_view word)
+bool JsonParser::acceptLiteral(std::string_view literal)
 {
     // strncmp(3) stops at the text's NUL; comparing by length alone could read past it.
-    if (std::strncmp(cursor, word.data(), word.size()) != 0) {
+    if (std::strncmp(cursor, literal.data(), literal.size()) != 0) {
         return false;
     }
-    cursor += word.size();
+    cursor += literal.size();
     return true;
 }

@@ -16,17 +16,17 @@ enum class JsonCode : std::int32_t {
     ok = 0,
     notAnObject = -1,              ///< the text does not begin with "{" and end with "}"
     keyExpected = -1,              ///< a member that does not begin with a double quote
-    trailingText = -2,             ///< the object of the text is closed and more text follows
+    trailingText = -2,             ///< more text follows the closed object
     badKey = -3,                   ///< a key with a fault that a string value reports as -21 or -22
-    colonExpected = -4,            ///< a key without ":" behind it
-    memberSeparatorExpected = -5,  ///< a member's value without "," or "}" behind it
+    colonExpected = -4,            ///< a key that no ":" follows
+    memberSeparatorExpected = -5,  ///< a member's value that neither "," nor "}" follows
     badTrue = -10,                 ///< begins with "t" and is not "true"
     badFalse = -11,                ///< begins with "f" and is not "false"
     badNull = -20,                 ///< begins with "n" and is not "null"
     controlByteInString = -21,     ///< a byte below 32, or the end of the text, inside a string
-    unknownEscape = -22,           ///< a backslash before a byte that makes no escape with it
+    unknownEscape = -22,           ///< a backslash and a byte that is no escape letter
     badNumber = -30,               ///< a value of no other kind, and no number either
-    elementSeparatorExpected = -41  ///< an element without "," or "]" behind it
+    elementSeparatorExpected = -41  ///< an element that neither "," nor "]" follows
 };
 
 /// Reads a text of a narrow dialect of JSON into a tree.
@@ -37,48 +37,46 @@ enum class JsonCode : std::int32_t {
 /// refuses: "\/" and "\u" escapes, and any text that is not an object from its first byte to its
 /// last. A key that occurs twice in an object keeps its last value.
 ///
-/// Each reading function begins with the cursor on the first byte that it has not read (behind the
-/// opening quote or bracket, where there is one). It ends with the cursor behind what it read, or,
-/// on failure, on the byte that made it fail. The text's terminating NUL fits no rule: the cursor
-/// never moves past it, and a NUL byte inside the text is taken for it.
+/// A reading function begins with the cursor after the opening quote or bracket, if there is one.
+/// It ends with the cursor after what it read or, on failure, on the byte that made it fail. The
+/// text's terminating NUL fits no rule: the cursor never moves past it, and a NUL byte inside the
+/// text is taken for it.
 class JsonParser {
 public:
     /// Reads the text. On success the destination holds exactly the members of the text, and the
-    /// position is left as it was. On failure the destination is left as it was, and the position
-    /// is the offset in bytes, from 0, of the byte that the code speaks of.
+    /// position is unchanged. On failure the destination is unchanged, and the position is the
+    /// offset in bytes, from 0, of the byte that the code is about.
     ///
-    /// It recurses as deep as the text is nested, with no limit of its own.
+    /// Recurses as deep as the text is nested, with no limit of its own.
     [[nodiscard]] static JsonCode parse(JsonObject& destination, const std::string& text,
                                         std::uint64_t& position);
 
 private:
     explicit JsonParser(const char* text) : cursor(text)
     {
-        members.reserve(initialCapacity);
-        elements.reserve(initialCapacity);
+        pending.reserve(initialCapacity);
+        pending.emplace_back();
     }
 
-    // What a function has left in its destination when it fails, its caller discards.
-    JsonCode readMembers(JsonValue& destination);
-    JsonCode readElements(JsonValue& destination);
-    JsonCode readValue(JsonValue& destination);
+    JsonCode readMembers();
+    JsonCode readElements();
+    JsonCode readValue();
     JsonCode readString(std::string& destination);
     JsonCode readEscape(std::string& destination);
-    JsonCode readTrue(JsonValue& destination);
-    JsonCode readFalse(JsonValue& destination);
-    JsonCode readNull(JsonValue& destination);
 
     void skipWhitespace();
     [[nodiscard]] bool accept(char byte);
-    [[nodiscard]] bool acceptLiteral(std::string_view word);
+    [[nodiscard]] bool acceptLiteral(std::string_view literal);
 
-    /// As much as most documents need, so that the two vectors do not have to grow.
+    /// The value that is being read.
+    [[nodiscard]] JsonValue& value() { return pending.back().value; }
+
+    /// As much as most documents need.
     static constexpr std::size_t initialCapacity = 64;
 
     const char* cursor;
 
-    /// What has been read of the objects and arrays that are still open, the outer ones first. A
-    /// closing bracket takes away what belongs to its own.
-    std::vector<JsonMember> members;
-    std::vector<JsonValue> elements;
+    /// The values that are being read, from the root inwards, each followed by the members or
+    /// elements that have been read of it. The names of the root and of elements are empty.
+    std::vector<JsonMember> pending;
 };

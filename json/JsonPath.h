@@ -8,18 +8,17 @@
 
 #include "json/JsonValue.h"
 
-// The two operations of this file share one empty member that stands for every member that is
-// missing. It is process-wide and unguarded: neither operation may run beside another.
+// The operations of this file share one empty member, which stands for every missing one. It is
+// process-wide and unguarded: no two of them may run at the same time.
 
-/// The member of this key in the object that the container's value is. Where there is none, or
-/// where the value is no object, the result is the shared empty member. What a caller writes into
-/// that stays visible until the next findPath
-/// that has a key to look up: that clears it.
+/// The member of this key in the object that the container holds. If there is none, or if the
+/// container holds no object, the result is the shared empty member. What a caller writes into that
+/// stays visible until the next findPath with at least one key, which clears it.
 [[nodiscard]] JsonMember& findMember(JsonMember& container, std::string_view key);
 
-/// The value that the keys lead to, each looked up in the value that the one before it led to and
-/// the first one in the root; or null when a key is missing, when a value on the way is no object,
-/// or when there are no keys. The value stays a part of the tree, of whatever kind it is.
+/// Follows the keys from the root, looking each one up in the object that the one before led to.
+/// Returns the value that the last key names, of whatever kind it is; it stays a part of the tree.
+/// Returns null if a key is missing, if a value on the way is no object, or without any key.
 ///
 /// The keys are NUL-terminated. A null pointer among those that are looked at throws
 /// std::logic_error.
