@@ -16,8 +16,8 @@ namespace {
 
 constexpr ByteSet valueTerminators(" \n\t\r,]}");
 
-// The conversions of newer C libraries read "0b101" as binary (C23, 7.24.1.7) and some will read
-// "0o17" as octal. Here neither is a number, whichever library the program runs with.
+/// Whether the conversions of newer C libraries read the number as binary, "0b101" (C23, 7.24.1.7),
+/// or octal, "0o17". Here neither is a number, whichever library the program runs with.
 bool hasBinaryOrOctalPrefix(const char* text)
 {
     text += std::strspn(text, " \t\n\v\f\r");
@@ -38,18 +38,19 @@ const char* readDigits(const char* text, std::uint64_t& value)
 }
 
 // The two plain spellings that nearly all numbers have are read here, at a tenth of what the
-// library's functions cost and with the same result. Each returns the place behind the number, or
-// null for any other text.
+// library's functions cost and with the same result. Each returns the end of the number, or the
+// beginning of any other text.
 
-/// A decimal integer without prefix, of so few digits that whatever they are they fit.
+/// A decimal integer of so few digits that it fits whatever they are.
 const char* readPlainInteger(const char* text, std::int64_t& integer)
 {
     const bool negative = *text == '-';
     const char* const digits = negative ? text + 1 : text;
     std::uint64_t value = 0;
     const char* const end = readDigits(digits, value);
-    if (end == digits || end - digits > 18 || *digits == '0' || !valueTerminators.contains(*end)) {
-        return nullptr;
+    // A zero in front makes the digits octal.
+    if (end == digits || end - digits > 18 || *digits == '0') {
+        return text;
     }
     integer = static_cast<std::int64_t>(negative ? -value : value);
     return end;
@@ -57,7 +58,7 @@ const char* readPlainInteger(const char* text, std::int64_t& integer)
 
 /// Digits, a point, and more digits, of so few that a double holds them and the power of ten that
 /// divides them exactly: then the quotient is the nearest double.
-const char* readPlainDecimal(const char* text, double& number)
+const char* readPlainDecimal(const char* text, double& real)
 {
     static constexpr std::array<double, 16> powersOfTen = {
         1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
@@ -67,16 +68,16 @@ const char* readPlainDecimal(const char* text, double& number)
     std::uint64_t value = 0;
     const char* const point = readDigits(digits, value);
     if (*point != '.') {
-        return nullptr;
+        return text;
     }
     const char* const end = readDigits(point + 1, value);
     // A point alone is no number.
-    if (end - digits < 2 || end - digits > 16 || !valueTerminators.contains(*end)) {
-        return nullptr;
+    if (end - digits < 2 || end - digits > 16) {
+        return text;
     }
-    number = static_cast<double>(value) / powersOfTen[static_cast<std::size_t>(end - point - 1)];
+    real = static_cast<double>(value) / powersOfTen[static_cast<std::size_t>(end - point - 1)];
     if (negative) {
-        number = -number;
+        real = -real;
     }
     return end;
 }
@@ -85,32 +86,29 @@ const char* readPlainDecimal(const char* text, double& number)
 
 const char* readNumber(const char* text, JsonValue& value)
 {
-    if (valueTerminators.contains(*text)) {
-        value.setInteger(0);
-        return text;
-    }
-    std::int64_t integer = 0;
-    if (const char* const plainEnd = readPlainInteger(text, integer); plainEnd != nullptr) {
+    const auto endsValue = [](const char* end) { return valueTerminators.contains(*end); };
+    std::int64_t integer = 0;  // also what a missing value reads as
+    double real = 0;
+    if (const char* const end = readPlainInteger(text, integer); endsValue(end)) {
         value.setInteger(integer);
-        return plainEnd;
+        return end;
     }
-    double number = 0;
-    if (const char* const plainEnd = readPlainDecimal(text, number); plainEnd != nullptr) {
-        value.setReal(number);
-        return plainEnd;
+    if (const char* const end = readPlainDecimal(text, real); endsValue(end)) {
+        value.setReal(real);
+        return end;
     }
     if (hasBinaryOrOctalPrefix(text)) {
         return nullptr;
     }
     char* end = nullptr;
     integer = std::strtoll(text, &end, 0);
-    if (valueTerminators.contains(*end)) {
+    if (endsValue(end)) {
         value.setInteger(integer);
         return end;
     }
-    number = std::strtod(text, &end);
-    if (valueTerminators.contains(*end)) {
-        value.setReal(number);
+    real = std::strtod(text, &end);
+    if (endsValue(end)) {
+        value.setReal(real);
         return end;
     }
     return nullptr;
