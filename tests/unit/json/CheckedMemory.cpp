@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 
 namespace {
@@ -36,6 +37,7 @@ struct alignas(std::max_align_t) Header {
 };
 
 std::int64_t live = 0;
+std::size_t largestBlock = std::numeric_limits<std::size_t>::max();
 
 void* take(std::size_t size)
 {
@@ -55,7 +57,7 @@ void giveBack(void* memory)
     auto* const block = static_cast<unsigned char*>(memory);
     auto* const header = static_cast<Header*>(memory) - 1;
     if (!std::equal(fence.begin(), fence.end(), block + header->size)) {
-        (void)std::fputs("Something was written behind the end of a block of memory.\n", stderr);
+        (void)std::fputs("Something was written past the end of a block of memory.\n", stderr);
         std::abort();
     }
     std::memset(block, junk, header->size);
@@ -69,10 +71,23 @@ std::int64_t liveBlocks()
     return live;
 }
 
+MemoryLimit::MemoryLimit(std::size_t bytes)
+{
+    largestBlock = bytes;
+}
+
+MemoryLimit::~MemoryLimit()
+{
+    largestBlock = std::numeric_limits<std::size_t>::max();
+}
+
 // The forms for arrays and those that do not throw come down to these.
 
 void* operator new(std::size_t size)
 {
+    if (size > largestBlock) {
+        throw std::bad_alloc();
+    }
     void* const block = fenced ? take(size) : std::malloc(std::max<std::size_t>(size, 1));
     if (block == nullptr) {
         throw std::bad_alloc();
