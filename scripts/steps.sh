@@ -26,7 +26,7 @@ show_progress() {
 
 # usage: step NAME COMMAND…
 # Runs a command with its output in $log. If it fails, shows the output and exits with 1. A terminal
-# sees the step's name, progress and time. A function that is run so has to chain its commands by &&.
+# sees the step's name, progress and time. If the command is a function, set -e does not hold in it.
 step() {
     step_name=$1
     shift

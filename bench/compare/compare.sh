@@ -40,7 +40,8 @@ if cmp -s "$work/before/hashes" "$work/after/hashes"; then
     echo "$count texts (seed $seed): the same at $revision and here."
     exit 0
 fi
-first=$(diff "$work/before/hashes" "$work/after/hashes" | sed -n 's/^< \([0-9]*\) .*/\1/p' | head -n 1)
+first=$(diff "$work/before/hashes" "$work/after/hashes" |
+    sed -n 's/^< \([0-9]*\) .*/\1/p' | head -n 1)
 for side in before after; do
     "$work/$side/outcomes" --texts "$first" "$seed" >"$work/$side/texts"
 done

@@ -20,9 +20,9 @@
 //    outcomes COUNT [SEED]             the hashes
 //    outcomes --texts FIRST [SEED]     the thousand texts from FIRST on, and what comes of each
 //
-// A text depends on its number, the seed and the compiler (the order in which operands are taken). A third are well-formed, written in every way
-// that the dialect allows; a third are such texts with a few bytes changed; the others are single
-// numbers and strings, and heaps of fragments.
+// A text depends on its number, the seed and the compiler (the order in which operands are taken).
+// A third are well-formed, written in every way that the dialect allows; a third are such texts
+// with a few bytes changed; the others are single numbers and strings, and heaps of fragments.
 namespace {
 
 constexpr std::uint64_t blockSize = 1000;

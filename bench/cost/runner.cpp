@@ -190,7 +190,7 @@ int main(int argc, char** argv)
             writeFile(config, options.document);
             const Measured measured = run(options.commands[command], options.memory);
             static_cast<void>(appliance.systemLog.drain());
-            struct stat about {};
+            struct stat about = {};
             stat(config.c_str(), &about);
             std::cout << command << '\t' << measured.status << '\t' << measured.nanoseconds << '\t'
                       << measured.peakKilobytes << '\t' << measured.faults << '\t' << about.st_size

@@ -32,8 +32,11 @@ TYPED = [
 
 # What is offered for a line whose last word is empty.
 OFFERED = [
-    ("first word", ["switch-querier", ""],
-     {"-query", "my-config.json", "with blank.json", "folder"}),
+    (
+        "first word",
+        ["switch-querier", ""],
+        {"-query", "my-config.json", "with blank.json", "folder"},
+    ),
     ("second word", ["switch-querier", "a", ""], {"-enc", "-dec", "-flip", "-query"}),
     ("behind -query", ["switch-querier", "-query", ""], set()),
     ("third word", ["switch-querier", "a", "-enc", ""], set()),
@@ -53,13 +56,20 @@ def words_of(folder, typed):
     child, terminal = pty.fork()
     if child == 0:
         os.chdir(folder)
-        environment = {"PATH": os.environ["PATH"], "TERM": "dumb", "INPUTRC": "/dev/null",
-                       "HISTFILE": "/dev/null", "PS1": PROMPT.decode()}
+        environment = {
+            "PATH": os.environ["PATH"],
+            "TERM": "dumb",
+            "INPUTRC": "/dev/null",
+            "HISTFILE": "/dev/null",
+            "PS1": PROMPT.decode(),
+        }
         os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], environment)
     read_until(terminal, PROMPT)
-    os.write(terminal, b"bind 'set bell-style none'; bind 'set enable-bracketed-paste off'; "
-                       b"switch-querier() { printf '<%s>' \"$@\"; echo; }; "
-                       + f". '{source}'\n".encode())
+    os.write(
+        terminal,
+        b"bind 'set bell-style none'; bind 'set enable-bracketed-paste off'; "
+        b"switch-querier() { printf '<%s>' \"$@\"; echo; }; " + f". '{source}'\n".encode(),
+    )
     read_until(terminal, PROMPT)
     os.write(terminal, b"switch-querier " + typed.encode() + b"\n")
     line = [line for line in read_until(terminal, PROMPT).splitlines() if line.startswith("<")]
@@ -75,10 +85,17 @@ def words_of(folder, typed):
 
 
 def offered_for(folder, words):
-    script = ('. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
-              '_switch_querier; printf "%s\\n" "${COMPREPLY[@]}"')
-    run = subprocess.run(["bash", "-c", script, "bash", str(source), *words], cwd=folder,
-                         capture_output=True, text=True, check=True)
+    script = (
+        '. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
+        '_switch_querier; printf "%s\\n" "${COMPREPLY[@]}"'
+    )
+    run = subprocess.run(
+        ["bash", "-c", script, "bash", str(source), *words],
+        cwd=folder,
+        capture_output=True,
+        text=True,
+        check=True,
+    )
     return set(run.stdout.splitlines()) - {""}
 
 

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Runs the snippet for init scripts under set -e in each shell that is here, with a stub in the place
-# of the program, and compares what it makes of the stub's end.
+# Runs the function for init scripts under set -e in each installed shell, with a stub in place of
+# the program, and compares the status and the output.
 # The snippets for the other shell are quoted on purpose.
 # shellcheck disable=SC2016
 set -eu
@@ -18,7 +18,8 @@ expect() {
     printf '#!/bin/sh\n%s\n' "$3" >"$folder/stub"
     chmod +x "$folder/stub"
     status=0
-    output=$(SWITCH_MODE_PROGRAM=$folder/stub SWITCH_MODE_LOCK=$folder/lock SWITCH_MODE_SECONDS=1         "$1" -c 'set -eu
+    output=$(SWITCH_MODE_PROGRAM=$folder/stub SWITCH_MODE_LOCK=$folder/lock SWITCH_MODE_SECONDS=1 \
+        "$1" -c 'set -eu
             . packaging/init/switch-mode.sh
             switch_mode "a b.json" -enc || exit
             echo "working as $mode"' 2>&1) || status=$?
@@ -34,12 +35,18 @@ for shell in dash bash; do
     shells="$shells $shell"
     expect "$shell" decoder 'exit 0' 0 'working as decoder'
     expect "$shell" encoder 'exit 1' 0 'working as encoder'
-    expect "$shell" 'a failure' 'exit 163' 163         'switch-querier: failed with status 163, see switch-querier(8)'
-    expect "$shell" 'a failure whose number could be a signal' 'exit 152' 152         'switch-querier: failed with status 152, see switch-querier(8)'
-    expect "$shell" 'wrong use' 'exit 96' 96         'switch-querier: failed with status 96, see switch-querier(8)'
-    expect "$shell" 'a program that is killed' 'kill -KILL $$' 137         'switch-querier: killed by signal 9'
-    expect "$shell" 'a program that is terminated' 'kill -TERM $$' 143         'switch-querier: killed by signal 15'
-    expect "$shell" 'a program that does not end' 'exec sleep 100' 124         'switch-querier: stopped after 1 s'
+    expect "$shell" 'a failure' 'exit 163' 163 \
+        'switch-querier: failed with status 163, see switch-querier(8)'
+    expect "$shell" 'a failure whose number could be a signal' 'exit 152' 152 \
+        'switch-querier: failed with status 152, see switch-querier(8)'
+    expect "$shell" 'wrong use' 'exit 96' 96 \
+        'switch-querier: failed with status 96, see switch-querier(8)'
+    expect "$shell" 'a program that is killed' 'kill -KILL $$' 137 \
+        'switch-querier: killed by signal 9'
+    expect "$shell" 'a program that is terminated' 'kill -TERM $$' 143 \
+        'switch-querier: killed by signal 15'
+    expect "$shell" 'a program that does not end' 'exec sleep 100' 124 \
+        'switch-querier: stopped after 1 s'
     expect "$shell" 'arguments and umask' '[ "$1" = "a b.json" ] && [ "$2" = -enc ] && [ $# = 2 ] &&
         [ "$(umask)" = 0077 ] || exit 3' 0 'working as decoder'
     status=0

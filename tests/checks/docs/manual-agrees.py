@@ -40,21 +40,38 @@ def unescaped(text):
 
 # Options: what the second parameter is compared with, and the list in DESCRIPTION.
 options = set(re.findall(r'"(-[a-z]+)"', command_line))
-agree("option", options, {"-" + word for word in re.findall(r"^\.It Fl (\w+)$", page, re.M)},
-      "the list of the manual")
+agree(
+    "option",
+    options,
+    {"-" + word for word in re.findall(r"^\.It Fl (\w+)$", page, re.M)},
+    "the list of the manual",
+)
 synopsis = re.search(r"^\.Op Fl (.*)$", section("SYNOPSIS"), re.M).group(1)
 usage = re.search(r"<([\w-]+)\|'-query'> \[(.*)\]", command_line)
-agree("option", set(usage.group(2).replace("'", "").split("|")),
-      {"-" + word for word in synopsis.split(" | ")}, "SYNOPSIS")
-agree("file", {usage.group(1)}, set(re.findall(r"^\.Ar (.*)$", section("SYNOPSIS"), re.M)), "SYNOPSIS")
+agree(
+    "option",
+    set(usage.group(2).replace("'", "").split("|")),
+    {"-" + word for word in synopsis.split(" | ")},
+    "SYNOPSIS",
+)
+agree(
+    "file", {usage.group(1)}, set(re.findall(r"^\.Ar (.*)$", section("SYNOPSIS"), re.M)), "SYNOPSIS"
+)
 
 # Exit statuses.
 statuses = set(re.findall(r"^ *exit\w+ = (\d+),", sources[pathlib.Path("app/ExitStatus.h")], re.M))
-statuses |= set(re.findall(r"^inline constexpr Mode (?:de|en)coder = (\d);",
-                           sources[pathlib.Path("app/Mode.h")], re.M))
-agree("exit status", statuses, set(re.findall(r"^\.It (\d+)$", section("EXIT STATUS"), re.M)),
-      "EXIT STATUS")
-table = readme[readme.index("## Exit statuses"):].split("\n## ")[0]
+statuses |= set(
+    re.findall(
+        r"^inline constexpr Mode (?:de|en)coder = (\d);", sources[pathlib.Path("app/Mode.h")], re.M
+    )
+)
+agree(
+    "exit status",
+    statuses,
+    set(re.findall(r"^\.It (\d+)$", section("EXIT STATUS"), re.M)),
+    "EXIT STATUS",
+)
+table = readme[readme.index("## Exit statuses") :].split("\n## ")[0]
 agree("exit status", statuses, set(re.findall(r"^\| (\d+) \|", table, re.M)), "the README")
 
 # Messages: each statement that inserts into a log, its literals joined with % for what is between.
@@ -79,7 +96,7 @@ agree("code", codes, set(re.findall(r"-\d+", unescaped(inner))), "DIAGNOSTICS")
 dialect = pathlib.Path("docs/json-dialect.md").read_text()
 agree("code", codes, set(re.findall(r"^\| (-\d+) \|", dialect, re.M)), "docs/json-dialect.md")
 
-# Files: the literals that are paths, the attributes of line 17, and the two that libc and a name give.
+# Files: the literals that are paths, the attributes of line 17, /dev/log and the temporary file.
 files = {"/dev/log"}
 for text in sources.values():
     files |= set(re.findall(r'"(/(?:config|dev)/\w+)"', text))
@@ -94,7 +111,9 @@ files.add(usage.group(1) + suffix.group(1))
 agree("file", files, set(re.findall(r"^\.It Pa (.*)$", section("FILES"), re.M)), "FILES")
 
 # The lines of the report.
-labels = set(re.findall(r'printLine\(out, "(.*?) *: *"', sources[pathlib.Path("app/StatusReport.cpp")]))
+labels = set(
+    re.findall(r'printLine\(out, "(.*?) *: *"', sources[pathlib.Path("app/StatusReport.cpp")])
+)
 shown = re.search(r"^\.Ss Report$.*?^\.Bd.*?$(.*?)^\.Ed", page, re.M | re.S).group(1)
 agree("report", labels, set(re.findall(r"^(.*?) *:", shown, re.M)), "Report")
 

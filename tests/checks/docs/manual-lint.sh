@@ -9,7 +9,8 @@ command -v mandoc >/dev/null || {
     exit 1
 }
 # Which other manuals are installed here says nothing about ours.
-found=$(mandoc -T lint -W style man/switch-querier.8 2>&1 | grep -vE 'outdated mandoc.db|referenced manual not found')
+found=$(mandoc -T lint -W style man/switch-querier.8 2>&1 |
+    grep -vE 'outdated mandoc.db|referenced manual not found')
 [ -z "$found" ] || {
     echo "$found"
     exit 1

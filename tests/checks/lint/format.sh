@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Fails when clang-format would change a file.
+# Fails if clang-format would change a file.
 set -eu
-find app json gpio log fileio demo tests -name '*.h' -o -name '*.cpp' | sort |
-    xargs clang-format --dry-run --Werror
+. tests/checks/lint/files.sh
+files | grep -E '\.(h|c|cpp)$' | xargs clang-format --dry-run --Werror

@@ -21,9 +21,11 @@ for leaf in json gpio log fileio; do
         "$(grep -nE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$leaf"/*.h "$leaf"/*.cpp |
             grep -v "include *\"$leaf/")"
 done
+streams='cout|cerr|clog|stdout|stderr|STDOUT_FILENO|STDERR_FILENO'
+functions='f?printf|puts|fputs|putchar|perror|syslog'
 for leaf in json gpio fileio; do
     report "$leaf/ speaks to the console or the system log" \
-        "$(grep -nE '<(iostream|syslog\.h)|\b(cout|cerr|clog|stdout|stderr|STDOUT_FILENO|STDERR_FILENO|f?printf|puts|fputs|putchar|perror|syslog)\b' \
+        "$(grep -nE "<(iostream|syslog\.h)|\\b($streams|$functions)\\b" \
             "$leaf"/*.h "$leaf"/*.cpp | grep -vE '^[^:]*:[0-9]+: *//')"
 done
 exit "$found"

@@ -71,8 +71,11 @@ def condition_text(source, first, first_column, last, last_column):
     """The text between two places, on one line."""
     if first == last:
         return source[first - 1][first_column - 1 : last_column - 1]
-    pieces = [source[first - 1][first_column - 1 :], *source[first : last - 1],
-              source[last - 1][: last_column - 1]]
+    pieces = [
+        source[first - 1][first_column - 1 :],
+        *source[first : last - 1],
+        source[last - 1][: last_column - 1],
+    ]
     return " ".join(piece.strip() for piece in pieces)
 
 
@@ -86,8 +89,14 @@ def read_sides(exported, top, sources):
                 continue
             # An inline function has an entry for each program that it is in.
             for first, first_column, last, last_column, true, false, *_ in file["branches"]:
-                place = (file["filename"], files[file["filename"]], first, first_column, last,
-                         last_column)
+                place = (
+                    file["filename"],
+                    files[file["filename"]],
+                    first,
+                    first_column,
+                    last,
+                    last_column,
+                )
                 before = counts.get(place, (0, 0))
                 counts[place] = (before[0] + true, before[1] + false)
     untaken = []
@@ -130,10 +139,12 @@ def judge(lines, sides, listed):
             faults.append(f"no {what} of the product were found")
     untaken = lines[0] + sides[0]
     report.append(f"listed with a reason: {len(listed)}")
-    faults += [f"not taken, and not listed:\n    {row_of(row)}"
-               for row in untaken if row not in listed]
-    faults += [f"listed, and taken or gone:\n    {row_of(row)}"
-               for row in listed if row not in untaken]
+    faults += [
+        f"not taken, and not listed:\n    {row_of(row)}" for row in untaken if row not in listed
+    ]
+    faults += [
+        f"listed, and taken or gone:\n    {row_of(row)}" for row in listed if row not in untaken
+    ]
     return report + faults, bool(faults)
 
 
@@ -152,7 +163,8 @@ def main():
     report, failed = judge(
         read_lines(info.read_text(encoding="utf-8"), top, sources),
         read_sides(json.loads(branches.read_text(encoding="utf-8")), top, sources),
-        read_list(listed.read_text(encoding="utf-8")))
+        read_list(listed.read_text(encoding="utf-8")),
+    )
     print("\n".join(report))
     sys.exit(1 if failed else 0)
 

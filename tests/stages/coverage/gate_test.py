@@ -11,8 +11,15 @@ import unittest
 import gate
 
 SOURCE = {
-    "/top/json/A.cpp": ["int f(int a, int b)", "{", "    if (a || b) {", "        return 1;", "    }",
-                        "    return 0;", "}"],
+    "/top/json/A.cpp": [
+        "int f(int a, int b)",
+        "{",
+        "    if (a || b) {",
+        "        return 1;",
+        "    }",
+        "    return 0;",
+        "}",
+    ],
     "/top/tests/T.cpp": ["int g();"],
 }
 
@@ -20,13 +27,29 @@ SOURCE = {
 def info(**counts):
     """What lcov's format says of A.cpp, a count a line, and of a test."""
     lines = [f"DA:{number},{counts.get(f'line{number}', 1)}" for number in (1, 3, 4, 5, 6)]
-    return "\n".join(["SF:/top/json/A.cpp", *lines, "end_of_record", "SF:/top/tests/T.cpp", "DA:1,0",
-                      "end_of_record"])
+    return "\n".join(
+        [
+            "SF:/top/json/A.cpp",
+            *lines,
+            "end_of_record",
+            "SF:/top/tests/T.cpp",
+            "DA:1,0",
+            "end_of_record",
+        ]
+    )
 
 
 def export(*branches):
-    return {"data": [{"files": [{"filename": "/top/json/A.cpp", "branches": list(branches)},
-                                {"filename": "/top/tests/T.cpp", "branches": [[1, 1, 1, 4, 0, 0]]}]}]}
+    return {
+        "data": [
+            {
+                "files": [
+                    {"filename": "/top/json/A.cpp", "branches": list(branches)},
+                    {"filename": "/top/tests/T.cpp", "branches": [[1, 1, 1, 4, 0, 0]]},
+                ]
+            }
+        ]
+    }
 
 
 def first(true, false):
@@ -38,9 +61,11 @@ def second(true, false):
 
 
 def judged(lines, branches, table=""):
-    report, failed = gate.judge(gate.read_lines(lines, "/top", SOURCE.get),
-                                gate.read_sides(branches, "/top", SOURCE.get),
-                                gate.read_list(table))
+    report, failed = gate.judge(
+        gate.read_lines(lines, "/top", SOURCE.get),
+        gate.read_sides(branches, "/top", SOURCE.get),
+        gate.read_list(table),
+    )
     return "\n".join(report), failed
 
 
@@ -69,9 +94,11 @@ class Gate(unittest.TestCase):
         self.assertFalse(judged(info(), export(first(1, 0), first(0, 1)))[1])
 
     def test_passes_for_what_is_listed(self):
-        table = "| file | line | side | why |\n|---|---|---|---|\n" \
-                "| `json/A.cpp` | `if (a \\|\\| b) {` | `b false` | because |\n" \
-                "| `json/A.cpp` | `return 0;` | `line` | because |"
+        table = (
+            "| file | line | side | why |\n|---|---|---|---|\n"
+            "| `json/A.cpp` | `if (a \\|\\| b) {` | `b false` | because |\n"
+            "| `json/A.cpp` | `return 0;` | `line` | because |"
+        )
         report, failed = judged(info(line6=0), export(first(1, 2), second(3, 0)), table)
         self.assertFalse(failed, report)
 
@@ -93,7 +120,9 @@ class Gate(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    result = unittest.main(exit=False, testRunner=unittest.TextTestRunner(stream=io.StringIO())).result
+    result = unittest.main(
+        exit=False, testRunner=unittest.TextTestRunner(stream=io.StringIO())
+    ).result
     for _, trace in result.errors + result.failures:
         print(trace)
     sys.exit(0 if result.wasSuccessful() else 1)

@@ -17,7 +17,7 @@ can_mount() {
 step "mounting in a namespace" can_mount
 build "$build" --preset dev -D SWITCH_QUERIER_FAULTS=ON
 
-# Most runs sleep for 20 ms before they read the switch, so a processor can take two. To run one test
+# Most runs sleep for 20 ms before they read the switch, so a processor can take two. To run one
 # again by hand: build/faults/faults-test --gtest_filter=NAME
 rm -rf "$build/faults-results"
 run_tests --test-dir "$build" -L faults -j "$(($(nproc) * 2))" --output-on-failure \

@@ -6,9 +6,9 @@
 #include <limits>
 #include <string_view>
 
+#include "json/JsonParser.h"
 #include "tests/stages/fuzz/Oracles.h"
 #include "tests/stages/fuzz/Trees.h"
-#include "json/JsonParser.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <string_view>
 
 #include "app/ConfigUpdate.h"
-#include "tests/stages/fuzz/Oracles.h"
-#include "tests/stages/fuzz/Trees.h"
 #include "json/JsonParser.h"
 #include "json/JsonWriter.h"
+#include "tests/stages/fuzz/Oracles.h"
+#include "tests/stages/fuzz/Trees.h"
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "app/ConfigUpdate.h"
+#include "json/JsonParser.h"
+#include "json/JsonWriter.h"
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/stages/fuzz/Oracles.h"
-#include "json/JsonParser.h"
-#include "json/JsonWriter.h"
 
 namespace fs = std::filesystem;
 

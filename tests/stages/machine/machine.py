@@ -40,7 +40,7 @@ class MachineError(Exception):
 
 
 class Disk:
-    """A disk of the machine, found there by its name; with a log of its writes where one is named."""
+    """A disk of the machine, found there by its name; with a log of its writes if one is named."""
 
     def __init__(self, name, path, log=None):
         self.name = name
@@ -50,12 +50,18 @@ class Disk:
     def arguments(self):
         if self.log:
             Path(self.log).write_bytes(b"")
-            block = (f"driver=blklogwrites,file.driver=file,file.filename={self.path},"
-                     f"log.driver=file,log.filename={self.log},log-super-update-interval=1")
+            block = (
+                f"driver=blklogwrites,file.driver=file,file.filename={self.path},"
+                f"log.driver=file,log.filename={self.log},log-super-update-interval=1"
+            )
         else:
             block = f"driver=file,filename={self.path}"
-        return ["-blockdev", f"{block},node-name={self.name}",
-                "-device", f"virtio-blk-device,drive={self.name},serial={self.name}"]
+        return [
+            "-blockdev",
+            f"{block},node-name={self.name}",
+            "-device",
+            f"virtio-blk-device,drive={self.name},serial={self.name}",
+        ]
 
 
 class Result:
@@ -81,24 +87,45 @@ class Machine:
             shutil.rmtree(self.packages, ignore_errors=True)
             self.packages.mkdir(parents=True)
             for package in (kernel_package, busybox_package):
-                with subprocess.Popen(["dpkg-deb", "--fsys-tarfile", package],
-                                      stdout=subprocess.PIPE) as tar:
-                    run(["tar", "-x", "-C", self.packages, "--wildcards", "--no-wildcards-match-slash",
-                         "--exclude=*/kernel/drivers/[a-ac-uw-z]*", "--exclude=*/kernel/sound",
-                         "--exclude=*/kernel/net", "--exclude=*/usr/share"], stdin=tar.stdout)
+                with subprocess.Popen(
+                    ["dpkg-deb", "--fsys-tarfile", package], stdout=subprocess.PIPE
+                ) as tar:
+                    run(
+                        [
+                            "tar",
+                            "-x",
+                            "-C",
+                            self.packages,
+                            "--wildcards",
+                            "--no-wildcards-match-slash",
+                            "--exclude=*/kernel/drivers/[a-ac-uw-z]*",
+                            "--exclude=*/kernel/sound",
+                            "--exclude=*/kernel/net",
+                            "--exclude=*/usr/share",
+                        ],
+                        stdin=tar.stdout,
+                    )
             if not (self.packages / "lib").exists():
                 (self.packages / "lib").symlink_to("usr/lib")
             stamp.write_text(names)
         self.kernel = self.only("boot/vmlinuz-*")
         self.version = self.kernel.name.removeprefix("vmlinuz-")
-        self.busybox = self.only("*bin/busybox") if (self.packages / "bin").exists() \
+        self.busybox = (
+            self.only("*bin/busybox")
+            if (self.packages / "bin").exists()
             else self.only("usr/bin/busybox")
+        )
         config = self.only("boot/config-*").read_text()
-        missing = [option for option in NEEDED
-                   if not re.search(rf"^CONFIG_{option}=[ym]$", config, re.MULTILINE)]
+        missing = [
+            option
+            for option in NEEDED
+            if not re.search(rf"^CONFIG_{option}=[ym]$", config, re.MULTILINE)
+        ]
         if missing:
-            raise MachineError(f"kernel {self.version} lacks " +
-                               ", ".join("CONFIG_" + option for option in missing))
+            raise MachineError(
+                f"kernel {self.version} lacks "
+                + ", ".join("CONFIG_" + option for option in missing)
+            )
         run(["/sbin/depmod", "-b", self.packages, self.version])
 
     def only(self, pattern):
@@ -111,8 +138,17 @@ class Machine:
         """The modules' files, each behind those that it needs."""
         files = []
         for module in filter(None, NEEDED.values()):
-            lines = run(["/sbin/modprobe", "-d", self.packages, "-S", self.version,
-                         "--show-depends", module]).splitlines()
+            lines = run(
+                [
+                    "/sbin/modprobe",
+                    "-d",
+                    self.packages,
+                    "-S",
+                    self.version,
+                    "--show-depends",
+                    module,
+                ]
+            ).splitlines()
             for line in lines:
                 words = line.split()
                 if words[0] == "insmod" and words[1] not in files:
@@ -143,8 +179,13 @@ class Machine:
         image = self.folder / "initramfs"
         names = "".join(f"{path.relative_to(root)}\n" for path in sorted(root.rglob("*")))
         with image.open("wb") as out:
-            subprocess.run(["cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0"], cwd=root,
-                           input=names.encode(), stdout=out, check=True)
+            subprocess.run(
+                ["cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0"],
+                cwd=root,
+                input=names.encode(),
+                stdout=out,
+                check=True,
+            )
         return image
 
     def device_tree(self, chip):
@@ -158,23 +199,47 @@ class Machine:
         run(["dtc", "-q", "-I", "dts", "-O", "dtb", "-o", binary, text])
         return binary
 
-    def boot(self, console, scripts, disks, options="", chip="gpio0", seconds=900,
-             cut_at=None, cut_after=0.0):
+    def boot(
+        self,
+        console,
+        scripts,
+        disks,
+        options="",
+        chip="gpio0",
+        seconds=900,
+        cut_at=None,
+        cut_after=0.0,
+    ):
         """Runs the guest's scripts to their end, or cuts the power so many seconds after the first
         line that begins like cut_at. Returns the results and the other lines that begin with "@";
         the console is kept in the file."""
-        command = ["qemu-system-aarch64", *HARDWARE, "-display", "none", "-monitor", "none",
-                   "-serial", "stdio", "-no-reboot", "-kernel", self.kernel,
-                   "-initrd", self.initramfs, "-dtb", self.device_tree(chip), "-append",
-                   f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts} {options}"]
+        command = [
+            "qemu-system-aarch64",
+            *HARDWARE,
+            "-display",
+            "none",
+            "-monitor",
+            "none",
+            "-serial",
+            "stdio",
+            "-no-reboot",
+            "-kernel",
+            self.kernel,
+            "-initrd",
+            self.initramfs,
+            "-dtb",
+            self.device_tree(chip),
+            "-append",
+            f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts} {options}",
+        ]
         for disk in disks:
             command += disk.arguments()
         lines = []
         cut = False
         deadline = time.monotonic() + seconds
         with console.open("wb") as kept, subprocess.Popen(
-                command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                stderr=subprocess.STDOUT) as emulator:
+            command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT
+        ) as emulator:
             try:
                 pending = b""
                 while True:
@@ -198,9 +263,9 @@ class Machine:
         told = []
         for line in lines:
             if line.startswith("@pass "):
-                results.append(Result(line[len("@pass "):]))
+                results.append(Result(line[len("@pass ") :]))
             elif line.startswith("@fail "):
-                case, _, problem = line[len("@fail "):].partition(": ")
+                case, _, problem = line[len("@fail ") :].partition(": ")
                 results.append(Result(case, problem or "failed"))
             elif line.startswith("@") and line not in ("@end", "@cut"):
                 told.append(line[1:])
@@ -212,8 +277,14 @@ class Machine:
 def run(command, **options):
     """Runs a tool of the host and returns what it printed."""
     try:
-        done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, check=False, **options)
+        done = subprocess.run(
+            [str(word) for word in command],
+            text=True,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            check=False,
+            **options,
+        )
     except FileNotFoundError as error:
         raise MachineError(f"{command[0]} is not installed") from error
     if done.returncode != 0:

@@ -89,7 +89,7 @@ def read_log(path):
         place += SECTOR
         if (sector, sectors, flags) == (0, 0, 0) or flags & DISCARD:
             raise MachineError(f"{path}: entry {len(writes)} is not understood")
-        writes.append(Write(sector, data[place:place + sectors * SECTOR], flags))
+        writes.append(Write(sector, data[place : place + sectors * SECTOR], flags))
         place += sectors * SECTOR
     return writes
 
@@ -129,15 +129,19 @@ def crashes(file_system, log, replacements):
             found.append(Crash(f"behind write {number}{what}", kept, reported))
 
         safe = writes[:flushed]
-        pending = [write for write in writes[flushed:number]
-                   if write.data and write.sector < marks_at]
+        pending = [
+            write for write in writes[flushed:number] if write.data and write.sector < marks_at
+        ]
         add("", safe + pending)
         if pending and not any(write.flags & FUA for write in pending):
             add(", cache lost", safe)
             if len(pending) > 1 and file_system.system != "vfat":
                 add(", of the cache only the last kept", safe + pending[-1:])
                 for gone in range(len(pending)):
-                    add(f", of the cache {gone + 1} lost", safe + pending[:gone] + pending[gone + 1:])
+                    add(
+                        f", of the cache {gone + 1} lost",
+                        safe + pending[:gone] + pending[gone + 1 :],
+                    )
     return without_repetitions(found, marks_at)
 
 
@@ -150,7 +154,7 @@ def without_repetitions(found, marks_at):
             if write.sector >= marks_at:
                 continue
             for offset in range(0, len(write.data), SECTOR):
-                state[write.sector + offset // SECTOR] = write.data[offset:offset + SECTOR]
+                state[write.sector + offset // SECTOR] = write.data[offset : offset + SECTOR]
         key = (hash(frozenset(state.items())), crash.reported)
         if key not in seen:
             seen.add(key)

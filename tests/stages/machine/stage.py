@@ -9,8 +9,13 @@ from pathlib import Path
 import powercuts
 from machine import HERE, Disk, Machine, MachineError, Result, run
 
-PROGRAMS = ("switch-querier", "switch-querier-unsynced", "expected-run", "hold-line",
-            "gpio-on-the-kernel-test")
+PROGRAMS = (
+    "switch-querier",
+    "switch-querier-unsynced",
+    "expected-run",
+    "hold-line",
+    "gpio-on-the-kernel-test",
+)
 
 
 def text(replacements):
@@ -75,8 +80,10 @@ class Stage:
         self.check_count("program.cases", "line ")
         self.boot("gone", "gone", self.disks_for_program(), chip="gpio1")
         self.check_count("gone.cases", "line gone")
-        print(f"GpioLine: {self.count('GpioOnTheKernel.')} tests; the program: "
-              f"{self.count('line ')} runs")
+        print(
+            f"GpioLine: {self.count('GpioOnTheKernel.')} tests; the program: "
+            f"{self.count('line ')} runs"
+        )
 
     def disks_for_program(self):
         disks = []
@@ -112,8 +119,11 @@ class Stage:
                 if states.get((f"{system.name}-images", place)) not in allowed_at(cut, 1):
                     found.add(system.name)
         print(f"without the sync of the {sync}: found out on {', '.join(sorted(found)) or 'none'}")
-        self.claim(f"a program without the sync of the {sync} is found out on {finders or 'none'}",
-                   found == finders, f"on {found or 'none'}")
+        self.claim(
+            f"a program without the sync of the {sync} is found out on {finders or 'none'}",
+            found == finders,
+            f"on {found or 'none'}",
+        )
 
     def cut_power(self, replacements, options):
         """Yields each file system with its crashes, and the state found behind each."""
@@ -160,9 +170,14 @@ class Stage:
         found = {"old": 0, "new": 0}
         for number in range(count + 1):
             if number < count:
-                told = self.boot(f"kill-{number + 1}", "flip", disks,
-                                 "document=small flips=" + ("first" if number == 0 else "more"),
-                                 cut_at="@flipped", cut_after=moments.uniform(0.0, 1.5))
+                told = self.boot(
+                    f"kill-{number + 1}",
+                    "flip",
+                    disks,
+                    "document=small flips=" + ("first" if number == 0 else "more"),
+                    cut_at="@flipped",
+                    cut_after=moments.uniform(0.0, 1.5),
+                )
             else:
                 told = self.boot(f"kill-{number + 1}", "flip", disks, "document=small flips=none")
             states = dict(line.split()[1:4:2] for line in told if line.startswith("state "))
@@ -172,15 +187,20 @@ class Stage:
                 allowed = {text(done): "old"}
                 if number > 0:
                     allowed[text(done + 1)] = "new"
-                self.claim(f"{disk.name}: kill {number}, behind {done} replacements",
-                           state in allowed, f"{state}, not {' or '.join(allowed)}")
+                self.claim(
+                    f"{disk.name}: kill {number}, behind {done} replacements",
+                    state in allowed,
+                    f"{state}, not {' or '.join(allowed)}",
+                )
                 if number > 0 and state in allowed:
                     found[allowed[state]] += 1
                 if allowed.get(state) == "new":
                     flips[disk.name] += 1
                 flips[disk.name] += told.count(f"flipped {disk.name}")
-        print(f"power cut at {count} moments of {sum(flips.values())} replacements: "
-              f"{found['old']} files as last reported, {found['new']} one ahead")
+        print(
+            f"power cut at {count} moments of {sum(flips.values())} replacements: "
+            f"{found['old']} files as last reported, {found['new']} one ahead"
+        )
         for disk in disks:
             disk.path.unlink()
 
@@ -188,22 +208,31 @@ class Stage:
         name = system.name
         synced = states.get((f"{name}-synced", 0))
         unsynced = states.get((f"{name}-unsynced", 0))
-        self.claim(f"{name}: the new text behind a reported success",
-                   synced == text(replacements), f"{synced}")
-        self.claim(f"{name}: a program that syncs nothing is found out",
-                   unsynced in ("0", "empty", "unreadable"), f"{unsynced}")
+        self.claim(
+            f"{name}: the new text behind a reported success",
+            synced == text(replacements),
+            f"{synced}",
+        )
+        self.claim(
+            f"{name}: a program that syncs nothing is found out",
+            unsynced in ("0", "empty", "unreadable"),
+            f"{unsynced}",
+        )
         found = {}
         for number, cut in enumerate(cuts):
             state = states.get((f"{name}-images", number))
             allowed = allowed_at(cut, replacements)
-            self.claim(f"{name}: cut {cut.name}", state in allowed,
-                       f"{state}, not {' or '.join(allowed)}")
+            self.claim(
+                f"{name}: cut {cut.name}", state in allowed, f"{state}, not {' or '.join(allowed)}"
+            )
             word = allowed.get(state, state)
             found[word] = found.get(word, 0) + 1
-        print(f"power cut, {name}: {'new text' if synced == text(replacements) else synced}; "
-              f"with nothing synced {'old text' if unsynced == '0' else unsynced}; at "
-              f"{len(cuts)} other moments: " +
-              ", ".join(f"{count} {word}" for word, count in sorted(found.items(), key=str)))
+        print(
+            f"power cut, {name}: {'new text' if synced == text(replacements) else synced}; "
+            f"with nothing synced {'old text' if unsynced == '0' else unsynced}; at "
+            f"{len(cuts)} other moments: "
+            + ", ".join(f"{count} {word}" for word, count in sorted(found.items(), key=str))
+        )
 
 
 def main(folder, extent, *packages):
@@ -216,8 +245,12 @@ def main(folder, extent, *packages):
         stage.run_all()
     except MachineError as error:
         stage.claim("the stage", False, f"{error}")
-    (stage.folder / "results.txt").write_text("".join(
-        f"{'failed' if result.problem else 'passed'} {result.name}\n" for result in stage.results))
+    (stage.folder / "results.txt").write_text(
+        "".join(
+            f"{'failed' if result.problem else 'passed'} {result.name}\n"
+            for result in stage.results
+        )
+    )
     failed = sum(1 for result in stage.results if result.problem)
     print(f"{len(stage.results) - failed} passed, {failed} failed")
     return 1 if failed else 0

@@ -3,13 +3,10 @@
 # SPDX-License-Identifier: MIT
 """Compares the C++ parser, writer and program with the model in dialect.py. See README.md."""
 
-import sys
-
-sys.dont_write_bytecode = True
-
 import argparse
 import itertools
 import shlex
+import sys
 import threading
 import time
 from collections.abc import Callable, Iterable, Iterator
@@ -73,7 +70,13 @@ class Sides:
     def report(self, part: str, found: tuple) -> str:
         """Told of a text as short as can be, or of the one found where it does not happen again."""
         text, expected, reply = self.difference([self.shortened(found[0])]) or found
-        again = ["tests/stages/model/compare.py", self.option, *self.command, "--text", escaped(text)]
+        again = [
+            "tests/stages/model/compare.py",
+            self.option,
+            *self.command,
+            "--text",
+            escaped(text),
+        ]
         lines = [
             f"DIFFERENCE in {part}",
             f"text, {len(text)} bytes: {escaped(text)}",

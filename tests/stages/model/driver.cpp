@@ -10,10 +10,10 @@
 #include <iostream>
 #include <string>
 
-#include "tests/stages/model/Frames.h"
 #include "json/JsonParser.h"
 #include "json/JsonValue.h"
 #include "json/JsonWriter.h"
+#include "tests/stages/model/Frames.h"
 
 // Parses and writes each text of standard input. The answer to a text is, in this order: the code
 // (32 bits), the position (64 bits, 0 on success), the broken promises (8 bits), and three texts:

@@ -13,7 +13,7 @@ log=build/model.log
 targets="dialect-driver dialect-runner switch-querier"
 
 compare() {
-    python3 tests/stages/model/compare.py --driver "$build/dialect-driver" \
+    python3 -B tests/stages/model/compare.py --driver "$build/dialect-driver" \
         --runner "$build/dialect-runner" "$@"
 }
 

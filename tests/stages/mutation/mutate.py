@@ -50,7 +50,13 @@ WALL_LIMIT_SECONDS = 60
 MEMORY_LIMIT_BYTES = 2 << 30
 CANNOT_TEST = 99  # the tests' own status where they get no private root
 
-KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = "killed", "survived", "equal code", "not compiling", "known"
+KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = (
+    "killed",
+    "survived",
+    "equal code",
+    "not compiling",
+    "known",
+)
 
 
 class Failure(Exception):
@@ -156,9 +162,11 @@ class Project:
         text = "".join(f"#include <{h}>\n" for h in headers)
         command = self.flags(like)
         text += f"// {' '.join(command)}\n"
-        if not header.exists() or header.read_text() != text or not header.with_suffix(
-            ".h.gch"
-        ).exists():
+        if (
+            not header.exists()
+            or header.read_text() != text
+            or not header.with_suffix(".h.gch").exists()
+        ):
             header.write_text(text)
             call_or_fail([*command, "-x", "c++-header", header, "-o", f"{header}.gch"])
         return header
@@ -386,13 +394,15 @@ def mutant_text(mutant, reason=None):
 def read_survivors(path):
     """The reasons by the mutants' keys."""
     found = {}
-    text = "\n".join(l for l in path.read_text().splitlines() if not l.startswith("#"))
+    text = "\n".join(line for line in path.read_text().splitlines() if not line.startswith("#"))
     for block in re.split(r"\n\s*\n", text.strip()):
         lines = block.splitlines()
         if not lines:
             continue
         file, _, function = lines[0].partition(" ")
-        part = {sign: "\n".join(l[2:] for l in lines[1:] if l[:1] == sign) for sign in "-+="}
+        part = {
+            sign: "\n".join(line[2:] for line in lines[1:] if line[:1] == sign) for sign in "-+="
+        }
         if not part["="]:
             raise Failure(f"{path}: no reason is given for\n{block}")
         found[(file, function, part["-"], part["+"])] = part["="]

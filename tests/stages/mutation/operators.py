@@ -181,8 +181,10 @@ class Source:
 
     def header(self, brace):
         i = brace
-        while i > 0 and self.tokens[i - 1].text not in (";", "}", "{", ":") or (
-            i > 1 and self.tokens[i - 1].text == "}" and self.partner[i - 1] is None
+        while (
+            i > 0
+            and self.tokens[i - 1].text not in (";", "}", "{", ":")
+            or (i > 1 and self.tokens[i - 1].text == "}" and self.partner[i - 1] is None)
         ):
             i -= 1
         return [t for n, t in enumerate(self.tokens[i:brace], i) if n not in self.ignored]
@@ -348,7 +350,10 @@ class Source:
         end = colon + 1
         while self.tokens[end].text not in (";", ",", ")", "]", "}"):
             end = self.partner[end] + 1 if self.tokens[end].text in OPEN else end + 1
-        piece = lambda first, last: self.text[self.tokens[first].start : self.tokens[last].end]
+
+        def piece(first, last):
+            return self.text[self.tokens[first].start : self.tokens[last].end]
+
         swapped = piece(colon + 1, end - 1) + " : " + piece(i + 1, colon - 1)
         self.add(i, self.tokens[i + 1].start, self.tokens[end - 1].end, swapped)
 
@@ -368,9 +373,7 @@ class Source:
             return self.replace(i, '"x"')
         self.add(i, first, last, "")
         middle = (first + last) // 2
-        while middle > first and (
-            self.text[middle] in '\\"\n' or self.text[middle - 1] == "\\"
-        ):
+        while middle > first and (self.text[middle] in '\\"\n' or self.text[middle - 1] == "\\"):
             middle -= 1
         if self.text[middle] == "\\":
             self.add(i, middle, middle + 2, "#")
@@ -398,8 +401,11 @@ class Source:
         defined = self.tokens[i + 1].text == "=" and self.function[i] is None
         if not defined:
             for scope, other in self.kindred.get(text, ()):
-                if scope is None and before not in ("::", ".", "->") or before == scope or (
-                    before == "::" and self.tokens[i - 2].text == scope
+                if (
+                    scope is None
+                    and before not in ("::", ".", "->")
+                    or before == scope
+                    or (before == "::" and self.tokens[i - 2].text == scope)
                 ):
                     self.replace(i, other)
             if before == "::" and self.tokens[i - 2].text == "ios" and text in STREAM_FLAGS:

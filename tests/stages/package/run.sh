@@ -87,8 +87,10 @@ for package in "$amd64" "$arm64"; do
 done
 mkdir -p "$build/debian"
 printf 'Source: any\n\nPackage: any\nArchitecture: any\n' >"$build/debian/control"
-needed=$(cd "$build" && dpkg-shlibdeps -O "switch-querier_${version}_amd64/usr/sbin/switch-querier" \
-    2>"$log" | sed 's/^shlibs:Depends=//') || needed=
+installed=usr/sbin/switch-querier
+needed=$(cd "$build" &&
+    dpkg-shlibdeps -O "switch-querier_${version}_amd64/$installed" 2>"$log" |
+    sed 's/^shlibs:Depends=//') || needed=
 [ -n "$needed" ] || {
     cat "$log"
     fail "dpkg-shlibdeps tells nothing"
@@ -102,7 +104,7 @@ for library in $(echo "$needed" | sed 's/([^)]*)//g; s/,/ /g'); do
     dpkg --compare-versions "${named:-0}" ge "$(release "$library" "$needed")" ||
         fail "Depends is $depends, but the program needs $needed"
 done
-symbols=$(aarch64-linux-gnu-readelf -VW "$build/switch-querier_${version}_arm64/usr/sbin/switch-querier" |
+symbols=$(aarch64-linux-gnu-readelf -VW "$build/switch-querier_${version}_arm64/$installed" |
     grep -o 'GLIBC_[0-9.]*' | sed 's/GLIBC_//' | sort -Vu | tail -n 1)
 dpkg --compare-versions "$(release libc6 "$depends")" ge "${symbols:-9999}" ||
     fail "Depends is $depends, but the program for arm64 needs glibc $symbols"
@@ -122,7 +124,8 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 cp "$amd64" "$build/switch-querier.deb"
 # The hooks get the root as their first argument.
 # shellcheck disable=SC2016
-step "installing in a fresh root" mmdebstrap --variant=essential --include=libstdc++6 --dpkgopt=force-unsafe-io \
+step "installing in a fresh root" mmdebstrap --variant=essential --include=libstdc++6 \
+    --dpkgopt=force-unsafe-io \
     --skip=download/empty,essential/unlink \
     --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
     --setup-hook="sync-in '$cache' /var/cache/apt/archives" \

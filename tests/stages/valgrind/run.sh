@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Builds in build/valgrind and runs all suites, and the program in its own, under valgrind, in two
-# halves at a time. Fails for a failed test, a memory error, a leak, and a descriptor open at the end.
+# halves at a time. Fails on a failed test, a memory error, a leak, or a descriptor open at the end.
 # usage: run.sh
 set -eu
 cd "$(dirname "$0")/../../.."

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "tests/unit/json/CheckedMemory.h"
-#include "tests/unit/json/Trees.h"
 #include "json/JsonParser.h"
 #include "json/JsonValue.h"
+#include "tests/unit/json/CheckedMemory.h"
+#include "tests/unit/json/Trees.h"
 
 // That everything is given back in the end, whatever happened to it before. The sanitizers and
 // valgrind tell too, where they are to be had; here it is a property of the tree.

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "json/JsonWriter.h"
 #include "tests/unit/json/JsonParserOutcome.h"
 #include "tests/unit/json/Trees.h"
-#include "json/JsonWriter.h"
 
 using namespace std::string_view_literals;
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/unit/json/Trees.h"
 #include "json/JsonParser.h"
+#include "tests/unit/json/Trees.h"
 
 /// All that a call of the parser leaves behind.
 struct Outcome {

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/unit/json/Trees.h"
 #include "json/JsonWriter.h"
+#include "tests/unit/json/Trees.h"
 
 using namespace std::string_literals;
 

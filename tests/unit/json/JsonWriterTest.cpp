@@ -165,7 +165,8 @@ TEST(JsonWriter, WritesAnEmptyRootAsTwoBraces)
 
 namespace {
 
-/// Levels that ask for more spaces than any memory has, and their sums for more than a number holds.
+/// Levels that ask for more spaces than any memory has, and their sums for more than a number
+/// holds.
 const std::vector<std::uint64_t> hugeLevels = {
     std::uint64_t{1} << 60, std::uint64_t{1} << 61,       (std::uint64_t{1} << 62) - 1,
     std::uint64_t{1} << 62, (std::uint64_t{1} << 62) + 1, (std::uint64_t{1} << 63) - 1,

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -11,8 +13,6 @@
 #include <ostream>
 #include <string>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 #include "json/JsonParser.h"
 #include "json/JsonValue.h"
