@@ -12,36 +12,24 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
+#include <memory>
 #include <ostream>
 #include <string>
 
 #include "tests/appliance/Files.h"
+#include "tests/unit/calls/Calls.h"
 
 namespace {
 
-/// Whether the open(2) of this executable finds the null device.
-bool hasNullDevice = true;
-
-}  // namespace
-
-// The null device of the machine could be hidden only in a private root directory, and not every
-// machine grants one.
-extern "C" int open(const char* path, int flags, ...)
-{
-    if (!hasNullDevice && std::strcmp(path, "/dev/null") == 0) {
-        errno = ENOENT;
-        return -1;
+/// The machine's null device can be taken away in a root directory of one's own only, and not every
+/// machine grants one.
+class NoNullDevice : public Calls {
+    int opening(const char* path, int /*flags*/) override
+    {
+        return std::strcmp(path, "/dev/null") == 0 ? ENOENT : 0;
     }
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return openat(AT_FDCWD, path, flags, mode);
-}
-
-namespace {
+};
 
 /// A child is started with its open descriptors on files of this name, followed by their number.
 const std::string ownFile = "/appliance/descriptor-";
@@ -104,8 +92,11 @@ std::string openInChild(unsigned closed, bool withNullDevice)
             }
         }
 
-        hasNullDevice = withNullDevice;
-        openClosedStandardDescriptors();
+        {
+            const std::unique_ptr<Calls> calls =
+                withNullDevice ? std::make_unique<Calls>() : std::make_unique<NoNullDevice>();
+            openClosedStandardDescriptors();
+        }
 
         std::string report;
         for (int fd = 0; fd <= 3; ++fd) {

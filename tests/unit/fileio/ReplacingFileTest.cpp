@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,6 +22,7 @@
 #include <vector>
 
 #include "tests/appliance/Files.h"
+#include "tests/unit/calls/Calls.h"
 
 namespace fs = std::filesystem;
 
@@ -33,28 +33,6 @@ const std::string path = directory + "/config.json";
 const std::string temporaryPath = directory + "/config.json.filsec";
 
 using Names = std::vector<std::string>;
-
-/// The path at each fsync(2) of this executable, followed by the size of a file; oldest first.
-Names synced;
-
-/// The flags that each of these descriptors was opened with.
-std::vector<int> syncedFlags;
-
-}  // namespace
-
-// A unit test cannot cut the power, so it records the calls that make the contents durable.
-extern "C" int fsync(int fd)
-{
-    const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd));
-    struct stat status = {};
-    fstat(fd, &status);
-    const bool isFile = S_ISREG(status.st_mode);
-    synced.push_back(target.string() + (isFile ? " " + std::to_string(status.st_size) : ""));
-    syncedFlags.push_back(fcntl(fd, F_GETFL) | (fcntl(fd, F_GETFD) == FD_CLOEXEC ? O_CLOEXEC : 0));
-    return static_cast<int>(syscall(SYS_fsync, fd));
-}
-
-namespace {
 
 ino_t inodeOf(const std::string& name)
 {
@@ -93,11 +71,39 @@ protected:
         chmod(directory.c_str(), 0755);
         emptyDirectory(directory);
         writeFile(path, "old");
-        synced.clear();
-        syncedFlags.clear();
     }
 
     ~ReplacingFileFixture() override { chmod(directory.c_str(), 0755); }
+
+    /// The bytes that a power cut would take cannot be looked at from here, only the calls that
+    /// keep them.
+    class Syncs : public Calls {
+    public:
+        /// What each fsync(2) was called for, oldest first: the path that the file had then and, if
+        /// it is a regular file, its size.
+        Names synced;
+
+        /// What the descriptors were opened with.
+        std::vector<int> syncedFlags;
+
+    private:
+        int syncing(int fd) override
+        {
+            const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd));
+            struct stat status = {};
+            fstat(fd, &status);
+            const bool isFile = S_ISREG(status.st_mode);
+            synced.push_back(target.string() +
+                             (isFile ? " " + std::to_string(status.st_size) : ""));
+            syncedFlags.push_back(fcntl(fd, F_GETFL) |
+                                  (fcntl(fd, F_GETFD) == FD_CLOEXEC ? O_CLOEXEC : 0));
+            return 0;
+        }
+    };
+
+    Syncs syncs;
+    Names& synced = syncs.synced;
+    std::vector<int>& syncedFlags = syncs.syncedFlags;
 };
 
 // The stream can be destroyed through its bases.

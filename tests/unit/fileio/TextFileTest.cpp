@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -21,6 +20,7 @@
 #include <vector>
 
 #include "tests/appliance/Files.h"
+#include "tests/unit/calls/Calls.h"
 
 namespace fs = std::filesystem;
 
@@ -29,29 +29,30 @@ namespace {
 const std::string directory = "/appliance";
 const std::string path = directory + "/config.json";
 
-/// Called before each read(2) of this executable. It may change the file, and returns whether the
-/// read goes on; if not, it fails with EIO.
-std::function<bool()> beforeRead;
-
-}  // namespace
-
-// The streams of the standard library call this function. Only here can a test act between the
-// moment when the size is taken and the read.
-extern "C" ssize_t read(int fd, void* buffer, size_t count)
-{
-    if (beforeRead && !beforeRead()) {
-        errno = EIO;
-        return -1;
-    }
-    return syscall(SYS_read, fd, buffer, count);
-}
-
-namespace {
-
 class TextFile : public testing::Test {
 protected:
     TextFile() { emptyDirectory(directory); }
-    ~TextFile() override { beforeRead = nullptr; }
+
+    /// Decides what happens at each read(2), before the kernel reads: it may change the file, and
+    /// returns whether the read is done or fails with EIO. That is the only moment between taking a
+    /// file's size and reading its bytes that a test can get hold of.
+    std::function<bool()> beforeRead;
+
+private:
+    class Reads : public Calls {
+    public:
+        explicit Reads(TextFile& owner) : test(owner) {}
+
+    private:
+        int reading(int /*descriptor*/) override
+        {
+            return test.beforeRead && !test.beforeRead() ? EIO : 0;
+        }
+
+        TextFile& test;
+    };
+
+    Reads calls{*this};
 };
 
 TEST_F(TextFile, ReadsBytesUnchanged)

@@ -67,12 +67,6 @@ GpioLineFixture::GpioLineFixture()
     writeFile(root + "export", "");
     writeFile(root + "unexport", "");
     makeLine(17);
-    kernelCalls = &calls;
-}
-
-GpioLineFixture::~GpioLineFixture()
-{
-    kernelCalls = nullptr;
 }
 
 void GpioLineFixture::makeLine(std::int32_t number, const std::string& value)

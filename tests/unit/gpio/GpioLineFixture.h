@@ -59,7 +59,6 @@ private:
 class GpioLineFixture : public testing::Test {
 protected:
     GpioLineFixture();
-    ~GpioLineFixture() override;
 
     static void makeLine(std::int32_t number, const std::string& value = "0\n");
 

@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/appliance/CommaLocale.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "tests/appliance/Command.h"
+#include "tests/appliance/Files.h"
+
+namespace fs = std::filesystem;
+
+void makeCommaLocale()
+{
+    const fs::path folder = commaLocalePath;
+    const fs::path locale = folder / commaLocale;
+    if (fs::exists(locale)) {
+        return;
+    }
+    fs::create_directories(folder);
+    const std::string source = folder / "source";
+    writeFile(source, "LC_NUMERIC\n"
+                      "decimal_point \",\"\n"
+                      "thousands_sep \".\"\n"
+                      "grouping 3;3\n"
+                      "END LC_NUMERIC\n");
+    const pid_t child = fork();
+    if (child == 0) {
+        // The other categories are missing, which it takes with --force and tells.
+        becomeProgram("localedef", {"localedef", "--force", "--quiet", "--charmap=UTF-8",
+                                    "--inputfile=" + source, locale.string()});
+    }
+    waitpid(child, nullptr, 0);
+    if (!fs::exists(locale / "LC_NUMERIC")) {
+        std::fputs("cannot make a locale; is the package locales installed?\n", stderr);
+        std::abort();
+    }
+}

@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <locale>
+#include <new>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/appliance/CommaLocale.h"
+#include "tests/unit/app/RunKinds.h"
+#include "tests/unit/calls/Calls.h"
+
+namespace fs = std::filesystem;
+
+// What a run shares with the process around it: nothing of that is changed, not even for a while,
+// and nothing of that changes the run.
+namespace {
+
+/// What the process has, one line for each item.
+std::string surroundings()
+{
+    std::ostringstream text;
+    text << "locale " << std::setlocale(LC_ALL, nullptr) << ", " << std::locale().name() << '\n';
+    const mode_t mask = umask(0);
+    umask(mask);
+    text << "umask " << mask << '\n';
+    for (int number = 1; number < SIGRTMIN; ++number) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0) {
+            text << "signal " << number << ' ' << reinterpret_cast<void*>(action.sa_handler)
+                 << '\n';
+        }
+    }
+    sigset_t blocked;
+    sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    for (int number = 1; number < SIGRTMIN; ++number) {
+        text << sigismember(&blocked, number);
+    }
+    text << "\ntime zone " << tzname[0] << ' ' << timezone << '\n'
+         << "directory " << fs::current_path() << '\n';
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        text << "environment " << *variable << '\n';
+    }
+    for (int resource = 0; resource < RLIM_NLIMITS; ++resource) {
+        rlimit limit{};
+        getrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+        text << "limit " << resource << ' ' << limit.rlim_cur << ' ' << limit.rlim_max << '\n';
+    }
+    text << "user " << getuid() << ' ' << geteuid() << ' ' << getgid() << ' ' << getegid() << '\n'
+         << "priority " << getpriority(PRIO_PROCESS, 0) << '\n';
+    return text.str();
+}
+
+/// Surroundings that a run may find and that are unlike the usual ones.
+class Unusual {
+public:
+    Unusual()
+        : maskBefore(umask(0077)), handlerBefore(std::signal(SIGPIPE, SIG_IGN)),
+          directoryBefore(fs::current_path())
+    {
+        setenv("LOCPATH", commaLocalePath, 1);
+        setenv("LC_ALL", commaLocale, 1);
+        std::setlocale(LC_ALL, "");
+        setenv("TZ", "EAST-5:30", 1);
+        setenv("POSIXLY_CORRECT", "1", 1);
+        setenv("TMPDIR", "/missing", 1);
+        tzset();
+        fs::current_path("/config");
+    }
+
+    ~Unusual()
+    {
+        fs::current_path(directoryBefore);
+        for (const char* const name : {"TZ", "LC_ALL", "LOCPATH", "POSIXLY_CORRECT", "TMPDIR"}) {
+            unsetenv(name);
+        }
+        tzset();
+        std::signal(SIGPIPE, handlerBefore);
+        umask(maskBefore);
+        std::setlocale(LC_ALL, "C");
+    }
+
+    Unusual(const Unusual&) = delete;
+    Unusual& operator=(const Unusual&) = delete;
+
+private:
+    mode_t maskBefore;
+    void (*handlerBefore)(int);
+    fs::path directoryBefore;
+};
+
+class Surroundings : public testing::TestWithParam<RunKind> {
+protected:
+    Surroundings()
+    {
+        makeCommaLocale();
+        resetAppliance();
+        GetParam().arrange();
+    }
+};
+
+TEST_P(Surroundings, AreTheSameAtEachCall)
+{
+    const std::string atStart = surroundings();
+    Calls calls;
+    calls.before = [&atStart](const std::string& line) {
+        EXPECT_EQ(surroundings(), atStart) << line;
+    };
+
+    EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+}
+
+TEST_P(Surroundings, DoNotChangeARun)
+{
+    const Unusual unusual;
+    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+    const std::string atStart = surroundings();
+    Calls calls;
+    calls.before = [&atStart](const std::string& line) {
+        EXPECT_EQ(surroundings(), atStart) << line;
+    };
+
+    EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Surroundings, testing::ValuesIn(runKinds()),
+                         [](const auto& row) { return row.param.name; });
+
+}  // namespace

@@ -1,0 +1,182 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "fileio/ReplacingFile.h"
+#include "fileio/TextFile.h"
+#include "tests/appliance/Files.h"
+#include "tests/unit/calls/Calls.h"
+
+namespace fs = std::filesystem;
+
+// Reading and replacing a file as the sequence of calls that it makes.
+namespace {
+
+const std::string folder = "/appliance";
+const std::string path = folder + "/config.json";
+const std::string temporaryPath = path + ".filsec";
+
+class FileCalls : public testing::Test {
+protected:
+    FileCalls()
+    {
+        emptyDirectory(folder);
+        writeFile(path, "0123456789");
+    }
+
+    Calls calls;
+};
+
+TEST_F(FileCalls, OfReadingAskForTheSizeBeforeTheBytes)
+{
+    std::string text;
+    bool result = false;
+
+    EXPECT_EQ(calls.record([&] { result = readTextFile(path, text, 10); }),
+              "fopen /appliance/config.json rb\n"
+              "lseek /appliance/config.json end\n"
+              "lseek /appliance/config.json start\n"
+              "read /appliance/config.json \"0123456789\"\n"
+              "fclose /appliance/config.json\n");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(FileCalls, OfReadingAFileThatIsTooLargeEndWithItsSize)
+{
+    std::string text;
+    bool result = true;
+
+    EXPECT_EQ(calls.record([&] { result = readTextFile(path, text, 9); }),
+              "fopen /appliance/config.json rb\n"
+              "lseek /appliance/config.json end\n"
+              "fclose /appliance/config.json\n");
+    EXPECT_FALSE(result);
+}
+
+TEST_F(FileCalls, OfReadingAFileThatIsMissingEndWithTheOpening)
+{
+    fs::remove(path);
+    std::string text;
+    bool result = true;
+
+    EXPECT_EQ(calls.record([&] { result = readTextFile(path, text, 10); }),
+              "fopen /appliance/config.json rb = ENOENT\n");
+    EXPECT_FALSE(result);
+}
+
+const std::string syncFlags = " O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY\n";
+
+std::string synced(const std::string& name)
+{
+    return "open " + name + syncFlags + "fsync " + name + "\nclose " + name + "\n";
+}
+
+std::string written(const std::string& text)
+{
+    return "fopen /appliance/config.json.filsec wb\n"
+           "write /appliance/config.json.filsec \"" +
+           text +
+           "\"\n"
+           "fclose /appliance/config.json.filsec\n";
+}
+
+const std::string renamed = "rename /appliance/config.json.filsec /appliance/config.json\n";
+
+TEST_F(FileCalls, OfReplacingSyncTheBytesRenameAndSyncTheName)
+{
+    const std::string expected =
+        written("new") + synced(temporaryPath) + renamed + synced(path) + synced(folder + "/");
+
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        EXPECT_EQ(file.finish(), 0);
+        EXPECT_EQ(file.finish(), 0);
+    }),
+              expected)
+        << "finished twice";
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+    }),
+              expected)
+        << "destroyed";
+}
+
+TEST_F(FileCalls, OfReplacingEndWithTheWriteThatFails)
+{
+    const std::string transcript = calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        file.setstate(std::ios::badbit);
+        EXPECT_EQ(file.finish(), 1);
+    });
+
+    EXPECT_EQ(transcript, written("new"));
+}
+
+TEST_F(FileCalls, OfReplacingEndWithTheRenameThatFails)
+{
+    fs::remove(path);
+    fs::create_directory(path);
+
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        EXPECT_EQ(file.finish(), -3);
+    }),
+              written("new") + synced(temporaryPath) +
+                  "rename /appliance/config.json.filsec /appliance/config.json = EISDIR\n");
+}
+
+TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
+{
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        const Calls::Inside inside;
+        EXPECT_EQ(chmod(temporaryPath.c_str(), 0200), 0);
+    }),
+              written("new") + "open /appliance/config.json.filsec" +
+                  syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n" + renamed +
+                  "open /appliance/config.json" + syncFlags.substr(0, syncFlags.size() - 1) +
+                  " = EACCES\n" + synced(folder + "/"));
+}
+
+TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
+{
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "one";
+        EXPECT_EQ(file.open("/appliance/other"), 0);
+        file.setstate(std::ios::failbit);
+    }),
+              written("one") + synced(temporaryPath) + renamed + synced(path) +
+                  synced(folder + "/") +
+                  "fopen /appliance/other.filsec wb\n"
+                  "fclose /appliance/other.filsec\n");
+}
+
+TEST_F(FileCalls, OfAnObjectThatIsNeverOpenedAreNone)
+{
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.finish(), 0);
+    }),
+              "");
+}
+
+}  // namespace
