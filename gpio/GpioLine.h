@@ -22,7 +22,7 @@ public:
     static constexpr std::int32_t requestInput = -1;
     static constexpr std::int32_t requestLow = 0;   ///< an output that starts low
     static constexpr std::int32_t requestHigh = 1;  ///< an output that starts high
-    static constexpr std::int32_t requestKeep = 2;  ///< an output as it is; else requestHigh
+    static constexpr std::int32_t requestKeep = 2;  ///< keeps an output as it is; else requestHigh
 
     /// Constructs a handle without a line. Touches no file.
     GpioLine() = default;
