@@ -38,7 +38,7 @@ HERE = pathlib.Path("tests/stages/mutation").absolute()
 
 PRODUCT_HEADERS = """array cerrno charconv chrono cstdint cstdio cstdlib cstring ctime fstream
 functional iomanip ios iostream map optional ostream span sstream string string_view utility
-vector""".split()
+variant vector""".split()
 TEST_HEADERS = [*PRODUCT_HEADERS, "filesystem", "set", "thread", "memory", "gtest/gtest.h"]
 
 # A function that lost its return could do anything: no mutant, but a text that makes no sense.
