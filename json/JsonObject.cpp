@@ -12,9 +12,9 @@
 
 namespace {
 
-/// The order of members in an object, and of those with one name the order of their places.
+/// The order of members in an object; members with the same name keep the order of the text.
 constexpr auto precedes = [](const JsonMember* left, const JsonMember* right) {
-    // Most names differ in their first byte, and to ask for that costs a fraction.
+    // Most names differ in their first byte, which costs a fraction of a comparison of strings.
     const auto leftByte = static_cast<unsigned char>(left->name.c_str()[0]);
     const auto rightByte = static_cast<unsigned char>(right->name.c_str()[0]);
     if (leftByte != rightByte) {

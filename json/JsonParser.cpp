@@ -16,7 +16,7 @@ namespace {
 
 constexpr ByteSet whitespace(" \n\t\r");
 
-/// What ends a string, or has a meaning of its own inside one, or may not be there.
+/// The bytes inside a string that are not copied as they are.
 constexpr ByteSet specialInString = [] {
     ByteSet set("\"\\");
     for (char control = 0; control < 32; ++control) {

@@ -146,7 +146,7 @@ void Builder::append(const JsonValue& value)
 template <typename Items>
 void Builder::append(char opening, const Items& items, char closing)
 {
-    const std::size_t lineBreak = compact ? separator.size() : 1;  // where it begins in there
+    const std::size_t lineBreak = compact ? separator.size() : 1;  // its index in the separator
     text += opening;
     if (!items.empty()) {
         setLevel(level + 1);

@@ -21,7 +21,7 @@
 // empty.
 namespace {
 
-// What a caller is promised beside the result.
+// What a caller is promised besides the result.
 constexpr std::uint8_t positionTouchedOnSuccess = 1;
 constexpr std::uint8_t destinationTouchedOnFailure = 2;
 constexpr std::uint8_t keysOutOfOrder = 4;

@@ -11,8 +11,8 @@
 #include "tests/stages/model/Frames.h"
 
 // Runs the program with "-flip" on a configuration file of each text of standard input. The answer
-// to a text is, in this order: the exit status (32 bits, -1 where a signal ended the run), and
-// three texts: the last line on standard error, the file, and the names of the files beside it.
+// to a text is, in this order: the exit status (32 bits, -1 if a signal ended the run), and
+// three texts: the last line on standard error, the file, and the names of the other files.
 namespace {
 
 constexpr char configName[] = "config.json";
@@ -27,13 +27,13 @@ std::string lastLine(std::string text)
 
 std::string namesBeside()
 {
-    std::string beside;
+    std::string others;
     for (const std::string& name : namesIn(Appliance::directory)) {
         if (name != configName) {
-            beside += name + "\n";
+            others += name + "\n";
         }
     }
-    return beside;
+    return others;
 }
 
 }  // namespace

@@ -13,8 +13,8 @@
 #include "tests/unit/json/CheckedMemory.h"
 #include "tests/unit/json/Trees.h"
 
-// That everything is given back in the end, whatever happened to it before. The sanitizers and
-// valgrind tell too, where they are to be had; here it is a property of the tree.
+// That all memory is released in the end, whatever happened to it before. The sanitizers and
+// valgrind tell too, where they run; here it is a property of the tree.
 
 namespace {
 
@@ -50,7 +50,7 @@ std::vector<Kind> kinds()
     };
 }
 
-TEST(JsonMemory, IsTakenForStringsObjectsAndArraysOnly)
+TEST(JsonMemory, IsAllocatedForStringsObjectsAndArraysOnly)
 {
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
@@ -62,7 +62,7 @@ TEST(JsonMemory, IsTakenForStringsObjectsAndArraysOnly)
     }
 }
 
-TEST(JsonMemory, IsGivenBackByADestroyedValue)
+TEST(JsonMemory, IsReleasedByADestroyedValue)
 {
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
@@ -90,7 +90,7 @@ void moveTo(JsonValue& value, const Kind& kind)
     value = std::move(source);
 }
 
-/// How many blocks are left where a value of the one kind becomes one of the other and dies.
+/// How many blocks remain when a value of the one kind becomes one of the other and is destroyed.
 std::int64_t blocksLeft(const Kind& old, const Kind& fresh,
                         void (*become)(JsonValue& value, const Kind& kind))
 {
@@ -102,7 +102,7 @@ std::int64_t blocksLeft(const Kind& old, const Kind& fresh,
     return liveBlocks() - before;
 }
 
-TEST(JsonMemory, IsGivenBackByAValueThatBecomesAnother)
+TEST(JsonMemory, IsReleasedByAValueThatBecomesAnother)
 {
     for (const Kind& old : kinds()) {
         SCOPED_TRACE(old.name);
@@ -114,7 +114,7 @@ TEST(JsonMemory, IsGivenBackByAValueThatBecomesAnother)
     }
 }
 
-TEST(JsonMemory, IsGivenBackByAValueThatTakesAPartOfItself)
+TEST(JsonMemory, IsReleasedByAValueThatTakesAPartOfItself)
 {
     const std::int64_t before = liveBlocks();
     {
@@ -126,7 +126,7 @@ TEST(JsonMemory, IsGivenBackByAValueThatTakesAPartOfItself)
     EXPECT_EQ(liveBlocks(), before);
 }
 
-TEST(JsonMemory, IsGivenBackByAMemberThatIsReplacedOrErased)
+TEST(JsonMemory, IsReleasedByAMemberThatIsReplacedOrErased)
 {
     const std::int64_t before = liveBlocks();
     {
@@ -141,12 +141,12 @@ TEST(JsonMemory, IsGivenBackByAMemberThatIsReplacedOrErased)
     EXPECT_EQ(liveBlocks(), before);
 }
 
-TEST(JsonMemory, IsGivenBackForWhatWasReadOfARefusedText)
+TEST(JsonMemory, IsReleasedForWhatWasReadOfARefusedText)
 {
-    const std::string inFront = R"({")" + longText + R"(":{"a":[1,{"b":")" + longText + R"("},)";
-    for (const char* const behind : {R"(x]}})", R"({"c":"\q"}]}})", R"([tru]]}})", R"(")", "]}"}) {
-        SCOPED_TRACE(behind);
-        const std::string text = inFront + behind;
+    const std::string prefix = R"({")" + longText + R"(":{"a":[1,{"b":")" + longText + R"("},)";
+    for (const char* const rest : {R"(x]}})", R"({"c":"\q"}]}})", R"([tru]]}})", R"(")", "]}"}) {
+        SCOPED_TRACE(rest);
+        const std::string text = prefix + rest;
         const std::int64_t before = liveBlocks();
         {
             JsonObject object;
@@ -157,7 +157,7 @@ TEST(JsonMemory, IsGivenBackForWhatWasReadOfARefusedText)
     }
 }
 
-TEST(JsonMemory, IsGivenBackForWhatAReadTextReplaces)
+TEST(JsonMemory, IsReleasedForWhatAReadTextReplaces)
 {
     const std::int64_t before = liveBlocks();
     {

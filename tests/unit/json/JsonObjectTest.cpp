@@ -292,7 +292,7 @@ TEST(JsonObjectErase, RemovesTheMemberAndReturnsOne)
     }
 }
 
-TEST(JsonObjectErase, ReturnsZeroAndChangesNothingWhereTheKeyIsMissing)
+TEST(JsonObjectErase, ReturnsZeroAndChangesNothingIfTheKeyIsMissing)
 {
     const JsonObject content = members({{"a", integer(1)}, {"ab", integer(2)}});
     for (const std::string& key : {""s, "A"s, "b"s, "abc"s, "a\0"s}) {
@@ -379,7 +379,7 @@ TEST(JsonObjectMerge, CopiesDeeply)
     EXPECT_EQ(source, members({{"a", array({string("changed")})}}));
 }
 
-TEST(JsonObjectMerge, ChangesNothingWhereTheSourceIsTheTarget)
+TEST(JsonObjectMerge, ChangesNothingIfTheSourceIsTheTarget)
 {
     const JsonObject content =
         members({{"a", array({string("s")})}, {"b", object({{"c", integer(1)}})}});

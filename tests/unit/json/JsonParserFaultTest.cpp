@@ -25,7 +25,7 @@ TEST(JsonParser, HasAFixedNumberForEachCode)
         {"ok", JsonCode::ok, 0},
         {"not an object", JsonCode::notAnObject, -1},
         {"key expected", JsonCode::keyExpected, -1},
-        {"text behind object", JsonCode::trailingText, -2},
+        {"trailing text", JsonCode::trailingText, -2},
         {"bad key", JsonCode::badKey, -3},
         {"colon expected", JsonCode::colonExpected, -4},
         {"member separator expected", JsonCode::memberSeparatorExpected, -5},
@@ -116,7 +116,7 @@ TEST(JsonParser, RefusesAMemberThatBeginsWithoutAQuote)
                   JsonCode::keyExpected);
 }
 
-TEST(JsonParser, RefusesTextBehindTheClosedObject)
+TEST(JsonParser, RefusesTextAfterTheClosedObject)
 {
     expectRefused({{"{}", "}"},
                    {"{}", " {}"},
@@ -376,9 +376,9 @@ TEST(JsonParser, TakesANulByteForTheEndOfTheText)
     EXPECT_EQ(parse("{} \0}"sv), refused(JsonCode::trailingText, 2));
 }
 
-// With 16 blanks before them the texts are too long for the buffer inside a std::string, and
+// With 16 spaces before them the texts are too long for the buffer inside a std::string, and
 // stand alone in an allocation that ends with their NUL.
-TEST(JsonParser, NeverReadsBehindTheEndOfTheText)
+TEST(JsonParser, NeverReadsPastTheEndOfTheText)
 {
     struct Row {
         const char* rest;

@@ -78,7 +78,7 @@ TEST(JsonParser, ReadsNumbersAsStrtollAndStrtodDo)
         {"1000000000000000000", integer(1000000000000000000)},
         {"-1000000000000000000", integer(-1000000000000000000)},
         {"+1234567890123456789", integer(1234567890123456789)},
-        // A leading zero: octal, or a double where a digit is not octal.
+        // A leading zero: octal, or a double if a digit is not octal.
         {"00", integer(0)},
         {"007", integer(7)},
         {"010", integer(8)},
@@ -224,7 +224,7 @@ TEST(JsonParser, ReadsNoBinaryAndNoPrefixedOctalNumbers)
     }
 }
 
-TEST(JsonParser, LooksForNoPrefixBehindAMissingValue)
+TEST(JsonParser, LooksForNoPrefixAfterAMissingValue)
 {
     EXPECT_EQ(parse(R"({"a":[,0b1]})"), refused(JsonCode::badNumber, 7));
     EXPECT_EQ(parse(R"({"a":,0b1})"), refused(JsonCode::keyExpected, 6));
@@ -248,7 +248,7 @@ TEST(JsonParser, EndsANumberAtWhitespaceCommaAndClosingBrackets)
         }
         SCOPED_TRACE(text);
         expectNumber(text, row.expected);
-        // Each closing bracket ends the number also where it is not the one that fits.
+        // Each closing bracket ends the number, even the one that does not fit.
         EXPECT_EQ(parse("{\"a\":" + text + "]}"),
                   refused(JsonCode::memberSeparatorExpected, 5 + text.size()));
         EXPECT_EQ(parse("{\"a\":[" + text + "}"),
@@ -306,7 +306,7 @@ TEST(JsonParser, LeavesFormFeedAndVerticalTabBeforeANumberToTheConversion)
     }
 }
 
-TEST(JsonParser, RefusesFormFeedAndVerticalTabWithoutANumberBehindThem)
+TEST(JsonParser, RefusesFormFeedAndVerticalTabWithoutANumberAfterThem)
 {
     expectRefused({{"{\"a\":", "\f}"},
                    {"{\"a\":", "\v}"},

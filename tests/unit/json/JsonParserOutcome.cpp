@@ -25,7 +25,7 @@ JsonObject destinationBefore()
 Outcome parse(std::string_view text)
 {
     // A copy has room for the bytes of the text and its NUL alone, so that AddressSanitizer notices
-    // a read behind them.
+    // a read past them.
     const std::string exact(text);
     Outcome outcome{JsonCode::ok, positionBefore, destinationBefore()};
     outcome.code = JsonParser::parse(outcome.destination, exact, outcome.position);

@@ -12,7 +12,7 @@
 #include "json/JsonParser.h"
 #include "tests/unit/json/Trees.h"
 
-/// All that a call of the parser leaves behind.
+/// All that a call of the parser leaves.
 struct Outcome {
     JsonCode code;
     std::uint64_t position;

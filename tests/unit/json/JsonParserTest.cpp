@@ -177,35 +177,35 @@ std::vector<Place> placesBetweenTokens()
     return {
         {"in an empty object", R"({)", R"(})", {}, JsonCode::keyExpected},
         {"before a key", R"({)", R"("a":"x"})", text, JsonCode::keyExpected},
-        {"behind a key", R"({"a")", R"(:"x"})", text, JsonCode::colonExpected},
+        {"after a key", R"({"a")", R"(:"x"})", text, JsonCode::colonExpected},
         {"before a value", R"({"a":)", R"("x"})", text, JsonCode::badNumber},
-        {"behind a value", R"({"a":"x")", R"(})", text, JsonCode::memberSeparatorExpected},
-        {"behind an object", R"({"a":{})", R"(})", members({{"a", object({})}}),
+        {"after a value", R"({"a":"x")", R"(})", text, JsonCode::memberSeparatorExpected},
+        {"after an object", R"({"a":{})", R"(})", members({{"a", object({})}}),
          JsonCode::memberSeparatorExpected},
-        {"behind an array", R"({"a":[])", R"(})", members({{"a", array({})}}),
+        {"after an array", R"({"a":[])", R"(})", members({{"a", array({})}}),
          JsonCode::memberSeparatorExpected},
-        {"behind true", R"({"a":true)", R"(})", members({{"a", boolean(true)}}),
+        {"after true", R"({"a":true)", R"(})", members({{"a", boolean(true)}}),
          JsonCode::memberSeparatorExpected},
-        {"behind null", R"({"a":null)", R"(})", members({{"a", JsonValue()}}),
+        {"after null", R"({"a":null)", R"(})", members({{"a", JsonValue()}}),
          JsonCode::memberSeparatorExpected},
         {"before a comma", R"({"a":"x")", R"(,"b":1})",
          members({{"a", string("x")}, {"b", integer(1)}}), JsonCode::memberSeparatorExpected},
-        {"behind a comma", R"({"a":"x",)", R"("b":1})",
+        {"after a comma", R"({"a":"x",)", R"("b":1})",
          members({{"a", string("x")}, {"b", integer(1)}}), JsonCode::keyExpected},
-        {"behind the last comma", R"({"a":"x",)", R"(})", text, JsonCode::keyExpected},
+        {"after the last comma", R"({"a":"x",)", R"(})", text, JsonCode::keyExpected},
         {"in an inner object", R"({"a":{)", R"(}})", members({{"a", object({})}}),
          JsonCode::keyExpected},
         {"in an empty array", R"({"a":[)", R"(]})", members({{"a", array({})}}),
          JsonCode::badNumber},
         {"before an element", R"({"a":[)", R"("x"]})", one, JsonCode::badNumber},
-        {"behind an element", R"({"a":["x")", R"(]})", one, JsonCode::elementSeparatorExpected},
-        {"behind an inner array", R"({"a":[[])", R"(]})", members({{"a", array({array({})})}}),
+        {"after an element", R"({"a":["x")", R"(]})", one, JsonCode::elementSeparatorExpected},
+        {"after an inner array", R"({"a":[[])", R"(]})", members({{"a", array({array({})})}}),
          JsonCode::elementSeparatorExpected},
         {"before an array's comma", R"({"a":["x")", R"(,"y"]})",
          members({{"a", array({string("x"), string("y")})}}), JsonCode::elementSeparatorExpected},
-        {"behind an array's comma", R"({"a":["x",)", R"("y"]})",
+        {"after an array's comma", R"({"a":["x",)", R"("y"]})",
          members({{"a", array({string("x"), string("y")})}}), JsonCode::badNumber},
-        {"behind an array's last comma", R"({"a":["x",)", R"(]})", one, JsonCode::badNumber},
+        {"after an array's last comma", R"({"a":["x",)", R"(]})", one, JsonCode::badNumber},
     };
 }
 
@@ -256,7 +256,7 @@ TEST(JsonParser, ReadsWhatWasWritten)
                  {"object", object({{"a", object({{"b", array({string("x\ty")})}})}})}});
     for (const std::uint64_t level : {0U, 1U, 2U}) {
         SCOPED_TRACE("level " + std::to_string(level));
-        // Above level 1 the last brace is indented, and the text behind it is nothing all the same.
+        // Above level 1 the last brace is indented, and the text after it is nothing all the same.
         EXPECT_EQ(parse(JsonWriter::writeObject(tree, level)), accepted(tree));
     }
 }

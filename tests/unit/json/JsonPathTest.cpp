@@ -93,7 +93,7 @@ TEST_P(JsonPathTest, LeadsNowhereInAnEmptyObject)
     EXPECT_TRUE(root.empty());
 }
 
-TEST_P(JsonPathTest, LeadsNowhereWhereAKeyIsMissing)
+TEST_P(JsonPathTest, LeadsNowhereIfAKeyIsMissing)
 {
     JsonObject root =
         members({{"App", object({{"Name", string("dec")}})}, {"isEncoder", boolean(true)}});
@@ -176,7 +176,7 @@ TEST_P(JsonPathTest, ThrowsOnANullKey)
     EXPECT_EQ(find(root, flag), &root["App"].value.object()["isEncoder"].value);
 }
 
-TEST_P(JsonPathTest, NeverLooksAtANullKeyBehindAMiss)
+TEST_P(JsonPathTest, NeverLooksAtANullKeyAfterAMiss)
 {
     JsonObject root = members({{"App", object({})}, {"n", integer(1)}});
     EXPECT_EQ(find(root, {"missing", nullptr}), nullptr);

@@ -21,7 +21,7 @@ struct Kind {
     const char* name;
     JsonType type;
     JsonValue value;
-    JsonValue other;  // of the same kind with another content, where the kind has any
+    JsonValue other;  // of the same kind with another content, if the kind has any
 };
 
 const std::string longText(100, 'x');
@@ -226,7 +226,7 @@ TEST(JsonValue, ChangesKindByAnySetterFromAnyKind)
     }
 }
 
-TEST(JsonValue, KeepsItsPayloadInPlaceWhereASetterKeepsTheKind)
+TEST(JsonValue, KeepsItsPayloadInPlaceIfASetterKeepsTheKind)
 {
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
@@ -333,7 +333,7 @@ TEST(JsonValue, TakesACopyByAssignmentWhateverTheTwoKindsAre)
     }
 }
 
-TEST(JsonValue, KeepsItsPayloadInPlaceWhereAnAssignmentKeepsTheKind)
+TEST(JsonValue, KeepsItsPayloadInPlaceIfAnAssignmentKeepsTheKind)
 {
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
@@ -362,7 +362,7 @@ TEST(JsonValue, IsUnchangedByAssignmentToItself)
     }
 }
 
-TEST(JsonValue, LeavesAUsableValueBehindWhereItIsMoved)
+TEST(JsonValue, LeavesAUsableValueAfterAMove)
 {
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
@@ -392,7 +392,7 @@ TEST(JsonValue, TakesAMovedValueByAssignmentWhateverTheTwoKindsAre)
     }
 }
 
-TEST(JsonValue, IsMovedWithoutCopyingWhereAnArrayGrows)
+TEST(JsonValue, IsMovedWithoutCopyingWhenAnArrayGrows)
 {
     JsonArray elements;
     elements.push_back(string(longText));

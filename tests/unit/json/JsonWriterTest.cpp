@@ -325,7 +325,7 @@ TEST(JsonWriter, WritesStringsInDoubleQuotes)
     const std::vector<Row> rows = {
         {"empty", "", R"("")"},
         {"plain", "decoder", R"("decoder")"},
-        {"blanks", "  a b  ", R"("  a b  ")"},
+        {"spaces", "  a b  ", R"("  a b  ")"},
         {"solidus", "/config/DECODER", R"("/config/DECODER")"},
         {"quote and backslash", R"(say "\")", R"("say \"\\\"")"},
         {"what looks like an escape", R"(\n)", R"("\\n")"},

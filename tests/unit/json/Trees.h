@@ -17,7 +17,7 @@
 #include "json/JsonParser.h"
 #include "json/JsonValue.h"
 
-// Trees as expressions: made in one line, compared whole, printed readably where a test fails.
+// Trees as expressions: made in one line, compared whole, printed readably when a test fails.
 // Nothing here goes through the operations under test other than the value's own setters.
 
 inline JsonValue integer(std::int64_t content)
@@ -90,7 +90,7 @@ inline bool operator==(const JsonObject& left, const JsonObject& right)
     return std::equal(left.begin(), left.end(), right.begin(), right.end());
 }
 
-/// Doubles are alike bit by bit, which tells -0.0 from 0.0, or where both are not a number.
+/// Doubles are alike bit by bit, which tells -0.0 from 0.0, unless both are not a number.
 inline bool operator==(const JsonValue& left, const JsonValue& right)
 {
     if (left.type() != right.type()) {
