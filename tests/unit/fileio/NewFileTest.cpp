@@ -147,7 +147,7 @@ TEST_F(NewFile, IsAllThatChangesInTheDirectory)
 {
     for (const char* const name :
          {"config", "config.json~", "config.json.bak", "config.json.old", "config.json.tmp",
-          "config.json.filse", "config.json.filsec.filsec", ".config.json", ".filsec"}) {
+          "config.json.fil", "config.json.filsec.filsec", ".config.json", ".filsec"}) {
         writeFile(folder + "/" + name, name);
     }
     for (const bool leftOver : {false, true}) {

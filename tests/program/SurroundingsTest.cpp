@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/appliance/Appliance.h"
+#include "tests/appliance/CommaLocale.h"
+#include "tests/appliance/Files.h"
+#include "tests/program/Documents.h"
+
+namespace fs = std::filesystem;
+
+// What the caller hands on to the program.
+namespace {
+
+RunOptions preparedBy(const std::function<void()>& prepare)
+{
+    return {.name = "switch-querier", .prepare = prepare, .wrapper = {}};
+}
+
+void useCommaLocale()
+{
+    setenv("LOCPATH", commaLocalePath, 1);
+    setenv("LC_ALL", commaLocale, 1);
+    setenv("LANG", commaLocale, 1);
+}
+
+/// That the locale is there, and that a program which asked for it would get the comma.
+void expectCommaLocale()
+{
+    makeCommaLocale();
+    useCommaLocale();
+    EXPECT_NE(std::setlocale(LC_ALL, ""), nullptr);
+    EXPECT_STREQ(std::localeconv()->decimal_point, ",");
+    std::setlocale(LC_ALL, "C");
+    for (const char* const name : {"LOCPATH", "LC_ALL", "LANG"}) {
+        unsetenv(name);
+    }
+}
+
+TEST(Surroundings, ALocaleWithADecimalCommaLeavesNumbersAndMessages)
+{
+    expectCommaLocale();
+    const std::string before = "{\"App\":{\"isEncoder\":false},\"n\":[1.5,-0.25e3,12345.678]}";
+    std::vector<std::string> afterwards;
+    std::vector<RunResult> runs;
+    for (const std::function<void()>& prepare :
+         {std::function<void()>([] {}), std::function<void()>(useCommaLocale)}) {
+        Appliance appliance;
+        appliance.setSwitch(Switch::low);
+        writeFile(configPath, before);
+        runs.push_back(appliance.run({configPath}, preparedBy(prepare)));
+        afterwards.push_back(readFile(configPath));
+        EXPECT_EQ(runs.back().status, 1);
+    }
+    EXPECT_NE(afterwards[0].find("      1.5,\n"), std::string::npos) << afterwards[0];
+    EXPECT_EQ(afterwards[1], afterwards[0]);
+    EXPECT_EQ(runs[1].out, runs[0].out);
+    EXPECT_EQ(runs[1].err, runs[0].err);
+    EXPECT_EQ(runs[1].log, runs[0].log);
+}
+
+TEST(Surroundings, TheUmaskDecidesTheModeOfTheNewFile)
+{
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0133U}) {
+        SCOPED_TRACE(mask);
+        Appliance appliance;
+        writeFile(configPath, handwritten("false"));
+        chmod(configPath.c_str(), 0600);
+
+        EXPECT_EQ(appliance.run({configPath, "-enc"}, preparedBy([mask] { umask(mask); })).status,
+                  1);
+
+        struct stat status = {};
+        ASSERT_EQ(lstat(configPath.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
+        EXPECT_EQ(status.st_uid, geteuid());
+        chmod(configPath.c_str(), 0600);
+        EXPECT_EQ(readFile(configPath), rewritten("true"));
+        EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
+    }
+}
+
+TEST(Surroundings, ARelativePathIsTakenFromTheCurrentDirectory)
+{
+    Appliance appliance;
+    fs::create_directory("/appliance/sub");
+    writeFile("/appliance/sub/config.json", handwritten("false"));
+
+    const RunResult run =
+        appliance.run({"config.json", "-enc"}, preparedBy([] {
+                          static_cast<void>(chdir("/appliance/sub") == 0 || (std::abort(), true));
+                      }));
+
+    EXPECT_EQ(run.status, 1) << run.err;
+    EXPECT_EQ(readFile("/appliance/sub/config.json"), rewritten("true"));
+    EXPECT_EQ(namesIn("/appliance/sub"), std::vector<std::string>{"config.json"});
+}
+
+// Only "-query" itself is no file.
+TEST(FirstParameter, ThatBeginsLikeAParameterIsAFile)
+{
+    for (const char* const name : {"-queryx", "-query ", "-query.json", "-quer", "-Query",
+                                   "--query", "query", "-enc", "-dec", "-flip"}) {
+        SCOPED_TRACE(name);
+        Appliance appliance;
+        appliance.setSwitch(Switch::low);
+        const std::string path = std::string(Appliance::directory) + "/" + name;
+
+        const RunResult missing = appliance.run({name});
+        EXPECT_EQ(missing.status, 163);
+        EXPECT_EQ(missing.err, std::string("ERROR: Cannot read Json config file '") + name + "'\n");
+
+        writeFile(path, handwritten("false"));
+        EXPECT_EQ(appliance.run({name}).status, 1);
+        EXPECT_EQ(readFile(path), rewritten("true"));
+        EXPECT_EQ(appliance.run({name, "-query"}).status, 0);
+        EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{name});
+    }
+}
+
+// A path is written as it is, line ends and control bytes included.
+TEST(FirstParameter, IsShownUnchanged)
+{
+    Appliance appliance;
+    appliance.setSwitch(Switch::low);
+    const std::string path = "a\nERROR: b\t\x1b[31m%s\x7f";
+    const std::string message = "Cannot read Json config file '" + path + "'\n";
+
+    const RunResult run = appliance.run({path});
+
+    EXPECT_EQ(run.err, "ERROR: " + message);
+    ASSERT_EQ(run.log.size(), 1U);
+    EXPECT_EQ(run.log[0].text, message);
+}
+
+// With -flip the switch decides nothing, but it is exported and made an input all the same.
+TEST(SwitchLine, IsReleasedAndWaitedForWhateverDecides)
+{
+    for (const char* const parameter : {"-enc", "-dec", "-flip", "-query"}) {
+        SCOPED_TRACE(parameter);
+        Appliance appliance;
+        appliance.setSwitch(Switch::low);
+        writeFile("/sys/class/gpio/gpio17/direction", "out\n");
+        writeFile(configPath, handwritten("false"));
+
+        appliance.run({configPath, parameter});
+
+        EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+    }
+}
+
+}  // namespace

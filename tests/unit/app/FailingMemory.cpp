@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: The switch querier authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/unit/app/FailingMemory.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "tests/unit/calls/Calls.h"
+
+long allocationsLeft = -1;
+
+void* operator new(std::size_t size)
+{
+    const bool fails = allocationsLeft >= 0 && Calls::Inside::depth == 0 && allocationsLeft-- == 0;
+    void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
