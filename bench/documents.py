@@ -33,8 +33,9 @@ def layout(value, indentation=""):
     """The value as somebody would write it by hand: a list of plain values on one line."""
     inner = indentation + "  "
     if isinstance(value, dict):
-        members = [f"{inner}{quoted(key)}: {layout(member, inner)}"
-                   for key, member in value.items()]
+        members = [
+            f"{inner}{quoted(key)}: {layout(member, inner)}" for key, member in value.items()
+        ]
         return "{\n" + ",\n".join(members) + f"\n{indentation}}}" if members else "{}"
     if isinstance(value, list):
         if any(isinstance(element, (dict, list)) for element in value):
@@ -51,8 +52,17 @@ def layout(value, indentation=""):
 
 
 def channel(choices, number):
-    names = ["North stand", "Pitch side", "Studio 2", "Roof", "Press room", 'Camera "B"', "Gate\t4",
-             "Zürich HB", "Backup"]
+    names = [
+        "North stand",
+        "Pitch side",
+        "Studio 2",
+        "Roof",
+        "Press room",
+        'Camera "B"',
+        "Gate\t4",
+        "Zürich HB",
+        "Backup",
+    ]
     return {
         "name": f"{choices.of(names)} {number}",
         "enabled": choices.below(4) != 0,
@@ -136,6 +146,30 @@ def numbers():
         yield f"{choices.below(10 ** (1 + choices.below(9)))},"
 
 
+def many(keys):
+    return ("{" + FLAG + "".join(f',"{key}":1' for key in keys) + "}").encode()
+
+
+def shuffled(count):
+    choices = Choices(9)
+    numbers = list(range(count))
+    for last in range(count - 1, 0, -1):
+        place = choices.below(last + 1)
+        numbers[last], numbers[place] = numbers[place], numbers[last]
+    return numbers
+
+
+# Objects of a given number of members. Their text is equally long per member at every count.
+MANY = {
+    "members in random order": lambda count: many(f"{number:08}" for number in shuffled(count)),
+    "members in descending order": lambda count: many(
+        f"{number:08}" for number in range(count, 0, -1)
+    ),
+    "members of ten names": lambda count: many(f"{number % 10:08}" for number in shuffled(count)),
+    "members with a prefix of 64 bytes": lambda count: many(
+        "p" * 64 + f"{number:08}" for number in shuffled(count)
+    ),
+}
 NESTED = {
     "deep arrays": lambda size: nested(size, "[", "]"),
     "deep objects": lambda size: nested(size, '{"":', "}", "1"),

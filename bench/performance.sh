@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Measures the tool, the other JSON libraries and the other ways to do the job, and writes the
-# tables and plots of docs/performance.md anew. What is not installed is left out.
-# usage: performance.sh [BUILD-FOLDER]
+# Measures the tool, other JSON libraries and other ways to do the job, and rewrites the tables and
+# plots of docs/performance.md. What is not installed is left out.
+# usage: performance.sh [BUILD-DIRECTORY]
 set -eu
 cd "$(dirname "$0")/.."
 build=${1:-build/performance}
@@ -13,20 +13,21 @@ build=$(cd "$build" && pwd)
 sections="-ffunction-sections -fdata-sections"
 
 configure() {
-    folder=$1
+    directory=$1
     linker=$2
     shift 2
-    cmake -S bench -B "$folder" -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS="$sections" \
-        -DCMAKE_CXX_FLAGS="$sections" -DCMAKE_EXE_LINKER_FLAGS="$linker -Wl,--gc-sections" "$@"
+    cmake -S bench -B "$directory" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_C_FLAGS="$sections" -DCMAKE_CXX_FLAGS="$sections" \
+        -DCMAKE_EXE_LINKER_FLAGS="$linker -Wl,--gc-sections" "$@"
 }
 
 tool() {
     configure "$build" -static && cmake --build "$build" -j "$(nproc)" --target empty \
-        empty-iostream sleep cost-runner switch-querier
+        empty-iostream sleep cost-runner switch-querier flips
 }
 
-# Some libraries come only as shared ones, so all the drivers are linked alike: what binding them
-# takes is done at the start, and is part of what is subtracted.
+# Some libraries are packaged only as shared ones, so all drivers are linked alike. Symbols are
+# bound at the start, which is part of what is subtracted.
 libraries() {
     configure "$build/libraries" -Wl,-z,now -DBENCH_LIBRARIES=ON &&
         cmake --build "$build/libraries" -j "$(nproc)" --target libraries

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Compares what json/ makes of generated texts, here and at another revision. Exits 1 when it
-# differs, with the texts that show it.
+# Compares two versions of json/ on generated texts: the one in this directory and the one of a
+# revision. Exits 1 and prints the texts that show it if they differ.
 # usage: compare.sh REVISION [COUNT [SEED]]
 set -eu
 cd "$(dirname "$0")/../.."
@@ -14,7 +14,7 @@ work=build/compare
 rm -rf "$work"
 mkdir -p "$work/before" "$work/after"
 
-# Each with its own way of calling json/, whose interface may have changed too.
+# Each is called by its own outcomes.cpp, since the interface may differ too.
 git archive "$revision" json bench/compare | tar -x -C "$work/before"
 mkdir -p "$work/after/bench"
 cp -R json "$work/after"
@@ -31,7 +31,7 @@ wait
 # A crash would leave fewer lines.
 for side in before after; do
     [ $(($(wc -l <"$work/$side/hashes") * 1000)) -ge "$count" ] || {
-        echo "json/ $side $revision stopped on a text behind:" >&2
+        echo "json/ $side $revision stopped at a text after this one:" >&2
         tail -n 1 "$work/$side/hashes" >&2
         exit 1
     }
@@ -45,6 +45,6 @@ first=$(diff "$work/before/hashes" "$work/after/hashes" |
 for side in before after; do
     "$work/$side/outcomes" --texts "$first" "$seed" >"$work/$side/texts"
 done
-echo "json/ differs from $revision. $work/{before,after}/texts have this and more:"
+echo "json/ differs from $revision. $work/{before,after}/texts have all of them:"
 diff -a -U 4 "$work/before/texts" "$work/after/texts" | head -n 40
 exit 1

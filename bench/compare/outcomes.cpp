@@ -13,16 +13,16 @@
 #include "json/JsonParser.h"
 #include "json/JsonWriter.h"
 
-// Says in a few lines what json/ makes of very many texts, so that two versions of it can be
-// compared: a line of a hash for each thousand of them. The hash is of the code, the position and
-// the text that is written of the tree at levels 2 and 0, of a copy of it and after a merge.
+// Digests what json/ does with many texts, so that two versions of it can be compared: prints one
+// hash per thousand texts. It covers the code, the position, and the text written of the tree at
+// levels 2 and 0, of a copy of it and after a merge.
 //
 //    outcomes COUNT [SEED]             the hashes
-//    outcomes --texts FIRST [SEED]     the thousand texts from FIRST on, and what comes of each
+//    outcomes --texts FIRST [SEED]     the thousand texts from FIRST on, and the outcome of each
 //
-// A text depends on its number, the seed and the compiler (the order in which operands are taken).
-// A third are well-formed, written in every way that the dialect allows; a third are such texts
-// with a few bytes changed; the others are single numbers and strings, and heaps of fragments.
+// A text depends on its number, the seed and the compiler, which chooses the order of operands. A
+// third are well-formed, in every way that the dialect allows; a third are such texts with a few
+// bytes changed; the others are single numbers and strings, and sequences of fragments.
 namespace {
 
 constexpr std::uint64_t blockSize = 1000;
@@ -51,8 +51,8 @@ private:
     std::uint64_t state;
 };
 
-constexpr std::array<std::string_view, 8> blanks = {" ",  "\n",     "\t",   "\r",
-                                                    "  ", "\n    ", "\r\n", " \n"};
+constexpr std::array<std::string_view, 8> whitespaces = {" ",  "\n",     "\t",   "\r",
+                                                         "  ", "\n    ", "\r\n", " \n"};
 
 constexpr std::array<std::string_view, 64> numbers = {"0",
                                                       "-0",
@@ -150,16 +150,16 @@ public:
         case 9:
             return "{\"a\":" + string() + "}";
         case 10:
-            return "{" + heap() + "}";
+            return "{" + fragmentSequence() + "}";
         default:
-            return heap();
+            return fragmentSequence();
         }
     }
 
 private:
-    std::string blank()
+    std::string whitespace()
     {
-        return choices.oneIn(3) ? std::string(choices.of(blanks)) : std::string();
+        return choices.oneIn(3) ? std::string(choices.of(whitespaces)) : std::string();
     }
 
     std::string digits(std::size_t most)
@@ -206,7 +206,7 @@ private:
         return text + '"';
     }
 
-    /// Short ones meet again in the same object; those of 15 and 16 bytes are stored differently.
+    /// Short ones repeat within an object; those of 15 and 16 bytes are stored differently.
     std::string key()
     {
         switch (choices.below(4)) {
@@ -242,12 +242,12 @@ private:
 
     std::string separator(bool last)
     {
-        return last && !choices.oneIn(5) ? blank() : blank() + "," + blank();
+        return last && !choices.oneIn(5) ? whitespace() : whitespace() + "," + whitespace();
     }
 
     std::string array(std::size_t depth)
     {
-        std::string text = "[" + blank();
+        std::string text = "[" + whitespace();
         for (std::size_t left = choices.below(7); left > 0; --left) {
             text += value(depth) + separator(left == 1);
         }
@@ -256,9 +256,9 @@ private:
 
     std::string object(std::size_t depth)
     {
-        std::string text = "{" + blank();
+        std::string text = "{" + whitespace();
         for (std::size_t left = choices.below(7); left > 0; --left) {
-            text += key() + blank() + ":" + blank() + value(depth) + separator(left == 1);
+            text += key() + whitespace() + ":" + whitespace() + value(depth) + separator(left == 1);
         }
         return text + "}";
     }
@@ -307,7 +307,7 @@ private:
         return text;
     }
 
-    std::string heap()
+    std::string fragmentSequence()
     {
         std::string text;
         for (std::size_t left = choices.below(12); left > 0; --left) {
@@ -319,7 +319,7 @@ private:
     Choices choices;
 };
 
-/// All that can be seen of what comes of the text.
+/// Everything observable about parsing and writing the text.
 std::string outcomeOf(const std::string& text)
 {
     JsonObject root;

@@ -23,15 +23,15 @@
 #include "tests/appliance/PrivateRoot.h"
 
 // Runs commands on an appliance whose line 17 is exported and low, without marker files and with a
-// system log, and prints a line a run: the command's number, the exit status, nanoseconds, peak
+// system log, and prints one line per run: the command's number, the exit status, nanoseconds, peak
 // memory in kB, page faults, and the size of the configuration file afterwards.
 //
 //    cost-runner [-n TIMES] [-m] [-d DOCUMENT] WORD… [-- WORD…]…
 //
 // The commands run in turns, -n times each, with an empty environment and each with a fresh copy of
-// the document as "config.json" in its current folder. Peak memory and page faults are counted with
-// -m only, which slows the run down: the peak of whichever process had the highest, and the faults
-// of the command itself, not of its children.
+// the document as "config.json" in its current directory. Peak memory and page faults are counted
+// with -m only, which slows the run down: the highest peak of any process, and the faults of the
+// command itself, not of its children.
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -116,7 +116,7 @@ std::int64_t faultsOf(pid_t process)
     return std::stoll(stat.substr(place));
 }
 
-/// Follows the command and its children to the end; a process shows its peak only while it lives.
+/// Traces the command and its children until they exit: the peak is readable only before that.
 Measured follow(pid_t command)
 {
     constexpr int options = PTRACE_O_TRACEEXEC | PTRACE_O_TRACEEXIT | PTRACE_O_TRACEFORK |

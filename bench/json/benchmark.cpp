@@ -20,9 +20,19 @@ struct Library {
 };
 
 constexpr Library libraries[] = {
+    {"byte patch", jobOfBytePatch},
     {"json/", jobOfOurs},
 #ifdef BENCH_RAPIDJSON
     {"RapidJSON", jobOfRapidJson},
+#endif
+#ifdef BENCH_RAPIDJSON_SAME
+    {"RapidJSON, same bytes", jobOfRapidJsonSame},
+#endif
+#ifdef BENCH_YYJSON
+    {"yyjson", jobOfYyjson},
+#endif
+#ifdef BENCH_YYJSON_SAME
+    {"yyjson, same bytes", jobOfYyjsonSame},
 #endif
 #ifdef BENCH_NLOHMANN
     {"nlohmann-json", jobOfNlohmann},

@@ -32,11 +32,13 @@ namespace {
 
 std::string readDocument(const char* path)
 {
-    std::string document(20'000, '\0');
     std::FILE* const file = std::fopen(path, "rb");
     if (file == nullptr) {
         return {};
     }
+    std::fseek(file, 0, SEEK_END);
+    std::string document(static_cast<std::size_t>(std::ftell(file)), '\0');
+    std::rewind(file);
     document.resize(std::fread(document.data(), 1, document.size(), file));
     std::fclose(file);
     return document;

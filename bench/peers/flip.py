@@ -25,10 +25,10 @@ def write(path, text):
         os.fsync(file.fileno())
 
 
-def sync_folder(path):
-    folder = os.open(path, os.O_RDONLY)
-    os.fsync(folder)
-    os.close(folder)
+def sync_directory(path):
+    directory = os.open(path, os.O_RDONLY)
+    os.fsync(directory)
+    os.close(directory)
 
 
 def main():
@@ -48,7 +48,7 @@ def main():
     root["App"]["isEncoder"] = new
     write(config + ".new", json.dumps(root, indent=2, sort_keys=True, ensure_ascii=False))
     os.rename(config + ".new", config)
-    sync_folder(".")
+    sync_directory(".")
     text = f"Config file successfully updated to {MODES[new]} mode"
     print("INFO:", text)
     syslog.syslog(syslog.LOG_INFO, text)
