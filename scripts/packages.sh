@@ -34,7 +34,7 @@ install_packages() {
 }
 
 # Prints the packages that these files list, one a line; a line that begins with # is a comment.
-# The simulated appliance needs proot only where namespaces are refused.
+# The simulated appliance needs proot only if namespaces are refused.
 packages_of() {
     if unshare -m true 2>/dev/null || unshare -Urm true 2>/dev/null; then
         cat "$@" | grep -v -e '^#' -e '^proot$' | sort -u

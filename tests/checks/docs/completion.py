@@ -19,14 +19,14 @@ source = pathlib.Path("completion/switch-querier").resolve()
 TYPED = [
     ("first word: the query", "-q\t", ["-query"]),
     ("first word: a file", "my-c\t", ["my-config.json"]),
-    ("first word: a file with a blank", "with\t", ["with blank.json"]),
-    ("first word: a file in a folder", "fol\tin\t", ["folder/inner.json"]),
+    ("first word: a file with a space", "with\t", ["with space.json"]),
+    ("first word: a file in a directory", "dir\tin\t", ["directory/inner.json"]),
     ("second word: -enc", "my-config.json -e\t", ["my-config.json", "-enc"]),
     ("second word: -dec", "my-config.json -d\t", ["my-config.json", "-dec"]),
     ("second word: -flip", "my-config.json -f\t", ["my-config.json", "-flip"]),
     ("second word: -query", "my-config.json -q\t", ["my-config.json", "-query"]),
     ("second word: no file", "my-config.json my\t", ["my-config.json", "my"]),
-    ("second word: nothing behind -query", "-query -e\t", ["-query", "-e"]),
+    ("second word: nothing after -query", "-query -e\t", ["-query", "-e"]),
     ("third word: nothing", "my-config.json -enc -d\t", ["my-config.json", "-enc", "-d"]),
 ]
 
@@ -35,10 +35,10 @@ OFFERED = [
     (
         "first word",
         ["switch-querier", ""],
-        {"-query", "my-config.json", "with blank.json", "folder"},
+        {"-query", "my-config.json", "with space.json", "directory"},
     ),
     ("second word", ["switch-querier", "a", ""], {"-enc", "-dec", "-flip", "-query"}),
-    ("behind -query", ["switch-querier", "-query", ""], set()),
+    ("after -query", ["switch-querier", "-query", ""], set()),
     ("third word", ["switch-querier", "a", "-enc", ""], set()),
 ]
 
@@ -52,10 +52,10 @@ def read_until(terminal, end):
     return text.decode()
 
 
-def words_of(folder, typed):
+def words_of(directory, typed):
     child, terminal = pty.fork()
     if child == 0:
-        os.chdir(folder)
+        os.chdir(directory)
         environment = {
             "PATH": os.environ["PATH"],
             "TERM": "dumb",
@@ -84,14 +84,14 @@ def words_of(folder, typed):
     return line[0][1:-1].split("><") if line else None
 
 
-def offered_for(folder, words):
+def offered_for(directory, words):
     script = (
         '. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
         '_switch_querier; printf "%s\\n" "${COMPREPLY[@]}"'
     )
     run = subprocess.run(
         ["bash", "-c", script, "bash", str(source), *words],
-        cwd=folder,
+        cwd=directory,
         capture_output=True,
         text=True,
         check=True,
@@ -101,17 +101,17 @@ def offered_for(folder, words):
 
 def main():
     failed = False
-    with tempfile.TemporaryDirectory() as folder:
-        for name in ("my-config.json", "with blank.json"):
-            pathlib.Path(folder, name).touch()
-        pathlib.Path(folder, "folder").mkdir()
-        pathlib.Path(folder, "folder", "inner.json").touch()
+    with tempfile.TemporaryDirectory() as directory:
+        for name in ("my-config.json", "with space.json"):
+            pathlib.Path(directory, name).touch()
+        pathlib.Path(directory, "directory").mkdir()
+        pathlib.Path(directory, "directory", "inner.json").touch()
         for name, typed, expected in TYPED:
-            if (words := words_of(folder, typed)) != expected:
+            if (words := words_of(directory, typed)) != expected:
                 print(f"{name}: {typed!r} became {words}, not {expected}")
                 failed = True
         for name, words, expected in OFFERED:
-            if (offered := offered_for(folder, words)) != expected:
+            if (offered := offered_for(directory, words)) != expected:
                 print(f"{name}: offers {offered}, not {expected}")
                 failed = True
     sys.exit(1 if failed else 0)

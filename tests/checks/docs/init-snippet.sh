@@ -8,18 +8,18 @@
 # shellcheck disable=SC2016
 set -eu
 shellcheck packaging/init/switch-mode.sh completion/switch-querier
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
 failed=0
 
 # usage: expect SHELL NAME STUB STATUS OUTPUT
 # The stub's text is a shell script; the output is that of both streams.
 expect() {
-    printf '#!/bin/sh\n%s\n' "$3" >"$folder/stub"
-    chmod +x "$folder/stub"
+    printf '#!/bin/sh\n%s\n' "$3" >"$directory/stub"
+    chmod +x "$directory/stub"
     status=0
-    output=$(SWITCH_MODE_PROGRAM=$folder/stub SWITCH_MODE_LOCK=$folder/lock SWITCH_MODE_SECONDS=1 \
-        "$1" -c 'set -eu
+    output=$(SWITCH_MODE_PROGRAM=$directory/stub SWITCH_MODE_LOCK=$directory/lock \
+        SWITCH_MODE_SECONDS=1 "$1" -c 'set -eu
             . packaging/init/switch-mode.sh
             switch_mode "a b.json" -enc || exit
             echo "working as $mode"' 2>&1) || status=$?
@@ -50,7 +50,8 @@ for shell in dash bash; do
     expect "$shell" 'arguments and umask' '[ "$1" = "a b.json" ] && [ "$2" = -enc ] && [ $# = 2 ] &&
         [ "$(umask)" = 0077 ] || exit 3' 0 'working as decoder'
     status=0
-    output=$(SWITCH_MODE_PROGRAM=$folder/none SWITCH_MODE_LOCK=$folder/lock "$shell" -c 'set -e
+    output=$(SWITCH_MODE_PROGRAM=$directory/none SWITCH_MODE_LOCK=$directory/lock \
+        "$shell" -c 'set -e
         . packaging/init/switch-mode.sh
         switch_mode a.json || exit' 2>&1) || status=$?
     case $status:$output in

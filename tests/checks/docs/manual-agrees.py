@@ -16,13 +16,13 @@ command_line += sources[pathlib.Path("app/CommandLine.h")]
 failed = False
 
 
-def agree(what, ours, theirs, where):
+def agree(what, ours, theirs, place):
     global failed
     for one in sorted(ours - theirs):
-        print(f"{what}: the program has {one!r}, {where} has not")
+        print(f"{what}: the program has {one!r}, {place} has not")
         failed = True
     for one in sorted(theirs - ours):
-        print(f"{what}: {where} has {one!r}, the program has not")
+        print(f"{what}: {place} has {one!r}, the program has not")
         failed = True
     if not ours:
         print(f"{what}: none found in the sources")
@@ -82,11 +82,11 @@ for text in sources.values():
         words = [re.match(r'\s*"(.*)"\s*$', piece) for piece in pieces[:-1]]
         messages.add("".join(word.group(1) if word else "%" for word in words).rstrip())
 diagnostics = section("DIAGNOSTICS")
-told = set()
+documented = set()
 for block in re.findall(r"^\.Bl -diag$(.*?)(?=^\.Bl -diag|\Z)", diagnostics, re.M | re.S):
     inner = re.sub(r"^\.Bl -tag.*?^\.El", "", block, flags=re.M | re.S)
-    told |= {re.sub(r"%[ds]", "%", line) for line in re.findall(r"^\.It (.*)$", inner, re.M)}
-agree("message", messages, told, "DIAGNOSTICS")
+    documented |= {re.sub(r"%[ds]", "%", line) for line in re.findall(r"^\.It (.*)$", inner, re.M)}
+agree("message", messages, documented, "DIAGNOSTICS")
 
 # The parser's codes.
 parser = pathlib.Path("json/JsonParser.h").read_text()

@@ -15,8 +15,8 @@
 #include "tests/appliance/PrivateRoot.h"
 
 // Runs the examples of the manual in a simulated appliance whose switch is low, in the order of the
-// page and in one folder, and compares what they print with what the page says. A line that begins
-// with "# " is a command; those that follow are its output.
+// page and in one directory, and compares what they print with what the page says. A line that
+// begins with "# " is a command; those that follow are its output.
 namespace {
 
 constexpr char config[] = R"({"App": {"isEncoder": false}})";
@@ -84,8 +84,8 @@ int main(int argc, char** argv)
         setenv("MANUAL_PAGE", page.c_str(), 1);
     }
     enterPrivateRoot(argv);
-    const std::string folder = executableDirectory();
-    setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
+    const std::string directory = executableDirectory();
+    setenv("PATH", (directory + ":" + std::getenv("PATH")).c_str(), 1);
 
     Appliance appliance;
     appliance.setSwitch(Switch::low);

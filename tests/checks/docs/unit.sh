@@ -10,13 +10,13 @@ command -v systemd-analyze >/dev/null || {
     exit 1
 }
 unit=packaging/systemd/switch-querier.service
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-# It wants the program where the unit says it is; here it stands elsewhere.
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+# systemd-analyze wants the program at the path that the unit names; this build is elsewhere.
 sed "s|^ExecStart=/usr/sbin/switch-querier |ExecStart=$1 |" "$unit" \
-    >"$folder/switch-querier.service"
-grep -q "^ExecStart=$1 " "$folder/switch-querier.service"
-said=$(systemd-analyze verify --man=no "$folder/switch-querier.service" 2>&1) || {
+    >"$directory/switch-querier.service"
+grep -q "^ExecStart=$1 " "$directory/switch-querier.service"
+said=$(systemd-analyze verify --man=no "$directory/switch-querier.service" 2>&1) || {
     echo "$said"
     exit 1
 }
@@ -25,7 +25,7 @@ said=$(systemd-analyze verify --man=no "$folder/switch-querier.service" 2>&1) ||
     exit 1
 }
 said=$(systemd-analyze security --no-pager --offline=yes --threshold=11 \
-    "$folder/switch-querier.service" 2>&1) || {
+    "$directory/switch-querier.service" 2>&1) || {
     echo "$said"
     exit 1
 }

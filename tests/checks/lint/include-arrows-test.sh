@@ -4,7 +4,7 @@
 
 # Shows that include-arrows.sh notices what it is there for: each line below is planted alone, and
 # must be found.
-# usage: include-arrows-test.sh SOURCE-FOLDER
+# usage: include-arrows-test.sh SOURCE-DIRECTORY
 set -u
 source_folder=$1
 check=$source_folder/tests/checks/lint/include-arrows.sh

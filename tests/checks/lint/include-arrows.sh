@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Fails when a leaf folder includes another folder of ours, and when json/, gpio/ or fileio/ name a
+# Fails if a leaf directory includes another directory of ours, or if json/, gpio/ or fileio/ name a
 # stream of the console or the system log: they return results, only app/ words a message.
-# usage: include-arrows.sh SOURCE-FOLDER
+# usage: include-arrows.sh SOURCE-DIRECTORY
 set -u
 cd "$1" || exit 2
 found=0
@@ -17,7 +17,7 @@ report() {
 }
 
 for leaf in json gpio log fileio; do
-    report "$leaf/ includes another folder" \
+    report "$leaf/ includes another directory" \
         "$(grep -nE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$leaf"/*.h "$leaf"/*.cpp |
             grep -v "include *\"$leaf/")"
 done

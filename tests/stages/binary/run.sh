@@ -32,7 +32,7 @@ lacks() {
 
 # What every program of ours has, and what its own objects have: the C library's could have it too,
 # in a program that has it linked in.
-# usage: check_hardening FOLDER FEATURES; the latter as readelf shows them in an object's notes.
+# usage: check_hardening DIRECTORY FEATURES; the latter as readelf shows them in an object's notes.
 check_hardening() {
     has "$1/switch-querier" "a stack that is not executable" 'GNU_STACK .* RW '
     has "$1/switch-querier" "relocation made read-only" GNU_RELRO
@@ -79,14 +79,13 @@ build "$work/another tree/out" -S "$work/another tree" -D BUILD_SHARED_LIBS=ON
 cmp "$work/dynamic/switch-querier" "$work/another tree/out/switch-querier" ||
     fail "two builds differ"
 if grep -aq "$work" "$work/dynamic/switch-querier"; then
-    fail "the program has the folder of its build in it"
+    fail "the program has the directory of its build in it"
 fi
-# Where it is linked the same way and nothing but libc is around, it still has to start: 96 is the
-# status of a call without parameters.
+# It has to start without a shared library of ours: 96 is the status of a call without parameters.
 status=0
 (cd / && exec "$work/another tree/out/switch-querier") >/dev/null 2>&1 || status=$?
 [ "$status" -eq 96 ] || fail "built for shared libraries it ends with $status"
-# From here on the names are relative, for no part of them has a blank.
+# From here on the names are relative and have no space.
 cd "$work"
 case $(uname -m) in
 x86_64) features="IBT, SHSTK" ;;

@@ -16,14 +16,14 @@ import sys
 from collections import Counter
 from typing import NamedTuple
 
-FOLDERS = ("app", "json", "gpio", "log", "fileio")
+DIRECTORIES = ("app", "json", "gpio", "log", "fileio")
 
 
 class Untaken(NamedTuple):
     """What was not taken, named by text, so that it stays the same when lines move."""
 
     file: str
-    line: str  # the text of the line, without the blanks around it
+    line: str  # the text of the line, without leading and trailing spaces
     side: str  # "line", or the condition and "true" or "false"
 
 
@@ -32,13 +32,13 @@ def product_files(names, top):
     found = {}
     for name in names:
         path = pathlib.PurePath(name)
-        if path.is_relative_to(top) and path.relative_to(top).parts[0] in FOLDERS:
+        if path.is_relative_to(top) and path.relative_to(top).parts[0] in DIRECTORIES:
             found[name] = str(path.relative_to(top))
     return found
 
 
 def is_code(line):
-    """Whether there is something to execute; clang counts a brace behind a return as not taken."""
+    """Whether there is code to execute; clang counts a brace after a return as not executed."""
     return line.strip(" \t{};()") != ""
 
 

@@ -73,9 +73,9 @@ class Result:
 
 
 class Machine:
-    def __init__(self, folder, kernel_package, busybox_package, programs):
-        self.folder = Path(folder)
-        self.packages = self.folder / "packages"
+    def __init__(self, directory, kernel_package, busybox_package, programs):
+        self.directory = Path(directory)
+        self.packages = self.directory / "packages"
         self.unpack(kernel_package, busybox_package)
         self.initramfs = self.make_initramfs(programs)
 
@@ -135,7 +135,7 @@ class Machine:
         return found[0]
 
     def modules(self):
-        """The modules' files, each behind those that it needs."""
+        """The modules' files, each after those that it needs."""
         files = []
         for module in filter(None, NEEDED.values()):
             lines = run(
@@ -156,7 +156,7 @@ class Machine:
         return [Path(file) for file in files]
 
     def make_initramfs(self, programs):
-        root = self.folder / "root"
+        root = self.directory / "root"
         shutil.rmtree(root, ignore_errors=True)
         for name in ("bin", "dev", "proc", "sys", "tmp", "config", "disk", "full", "modules"):
             (root / name).mkdir(parents=True)
@@ -176,7 +176,7 @@ class Machine:
             (root / "modules" / name).write_bytes(content)
             order.append(f"/modules/{name}\n")
         (root / "modules/order").write_text("".join(order))
-        image = self.folder / "initramfs"
+        image = self.directory / "initramfs"
         names = "".join(f"{path.relative_to(root)}\n" for path in sorted(root.rglob("*")))
         with image.open("wb") as out:
             subprocess.run(
@@ -190,11 +190,11 @@ class Machine:
 
     def device_tree(self, chip):
         """The machine's own tree with the GPIO chip of this alias: gpio0 has line 17, gpio1 not."""
-        binary = self.folder / f"machine-{chip}.dtb"
+        binary = self.directory / f"machine-{chip}.dtb"
         run(["qemu-system-aarch64", *HARDWARE, "-display", "none", "-machine", f"dumpdtb={binary}"])
         source = run(["dtc", "-q", "-I", "dtb", "-O", "dts", binary])
         source += (HERE / "gpio-chip.dtsi").read_text().replace("CHIP", chip)
-        text = self.folder / f"machine-{chip}.dts"
+        text = self.directory / f"machine-{chip}.dts"
         text.write_text(source)
         run(["dtc", "-q", "-I", "dts", "-O", "dtb", "-o", binary, text])
         return binary
@@ -260,7 +260,7 @@ class Machine:
                 emulator.kill()
         ended = cut or (not cut_at and "@end" in lines)
         results = []
-        told = []
+        output = []
         for line in lines:
             if line.startswith("@pass "):
                 results.append(Result(line[len("@pass ") :]))
@@ -268,10 +268,10 @@ class Machine:
                 case, _, problem = line[len("@fail ") :].partition(": ")
                 results.append(Result(case, problem or "failed"))
             elif line.startswith("@") and line not in ("@end", "@cut"):
-                told.append(line[1:])
+                output.append(line[1:])
         if not ended:
             results.append(Result(f"the machine's run of {scripts}", "came to no end"))
-        return results, told
+        return results, output
 
 
 def run(command, **options):

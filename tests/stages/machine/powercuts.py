@@ -8,7 +8,7 @@ from pathlib import Path
 from machine import HERE, MachineError, run
 
 SECTOR = 512
-START = 2048  # the first sector of the file system's partition; that of the marks is behind it
+START = 2048  # the first sector of the file system's partition; that of the marks follows it
 MARKS = 2048  # its sectors
 CHUNK = 65536
 
@@ -26,7 +26,7 @@ class FileSystem:
     def __init__(self, line):
         self.name, self.system, _, _, size, *self.mkfs = line.split()
         self.sectors = int(size) * 1048576 // SECTOR
-        self.blank = []  # what is not zero of the disk made last
+        self.pristine = []  # what is not zero of the disk made last
 
     def make_disk(self, path):
         """A disk with two partitions: an empty file system, and a place for marks."""
@@ -45,8 +45,8 @@ class FileSystem:
             disk.write(entry(START, self.sectors) + entry(START + self.sectors, MARKS))
             disk.seek(510)
             disk.write(b"\x55\xaa")
-            self.blank = list(chunks_of(part))
-            for position, data in self.blank:
+            self.pristine = list(chunks_of(part))
+            for position, data in self.pristine:
                 disk.seek(START * SECTOR + position)
                 disk.write(data)
         part.unlink()
@@ -83,7 +83,7 @@ def read_log(path):
         raise MachineError(f"{path} is no log of writes")
     writes = []
     place = SECTOR
-    # The count in the first sector may lag behind when the emulator is killed.
+    # The count in the first sector may lag when the emulator is killed.
     while place + SECTOR <= len(data):
         sector, sectors, flags, _ = struct.unpack_from("<QQQQ", data, place)
         place += SECTOR
@@ -105,9 +105,9 @@ class Crash:
 
 
 def crashes(file_system, log, replacements):
-    """The states that a cut during the logged replacements, or behind them, can leave.
+    """The states that a cut during the logged replacements, or after them, can leave.
 
-    The disk has a cache: what was written since the last flush can be there or not. So beside the
+    The disk has a cache: what was written since the last flush can be there or not. So besides the
     states with all writes up to a moment there are those without the writes since the flush before
     it, with only the last of them, and without one of them.
     """
@@ -126,7 +126,7 @@ def crashes(file_system, log, replacements):
         reported = sum(1 for mark in marks if mark < number) - 1
 
         def add(what, kept):
-            found.append(Crash(f"behind write {number}{what}", kept, reported))
+            found.append(Crash(f"after write {number}{what}", kept, reported))
 
         safe = writes[:flushed]
         pending = [
@@ -163,12 +163,12 @@ def without_repetitions(found, marks_at):
 
 
 def write_images(path, file_system, found):
-    """Writes the file systems of all crashes, one behind the other, into one file."""
+    """Writes the file systems of all crashes, one after the other, into one file."""
     size = file_system.sectors * SECTOR
     with Path(path).open("wb") as images:
         images.truncate(size * len(found))
         for number, crash in enumerate(found):
-            for position, data in file_system.blank:
+            for position, data in file_system.pristine:
                 images.seek(number * size + position)
                 images.write(data)
             for write in crash.writes:

@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
-"""stage.py FOLDER short|long PACKAGE...: boots the machine as often as it takes, and counts."""
+"""stage.py DIRECTORY short|long PACKAGE...: boots the machine as often as it takes, and counts."""
 
 import random
 import sys
@@ -19,7 +19,7 @@ PROGRAMS = (
 
 
 def text(replacements):
-    """The text, by the number that inspect.sh says, that the file has behind so many."""
+    """The text, by the number that inspect.sh says, that the file has after so many."""
     if replacements == 0:
         return "0"
     return "1" if replacements % 2 == 1 else "2"
@@ -34,28 +34,28 @@ def allowed_at(cut, replacements):
 
 
 class Stage:
-    def __init__(self, folder, extent, packages):
-        self.folder = Path(folder).resolve()
+    def __init__(self, directory, extent, packages):
+        self.directory = Path(directory).resolve()
         self.extent = extent
         kernel = next(name for name in packages if "/linux-image-" in name)
         busybox = next(name for name in packages if "/busybox-static_" in name)
-        programs = [self.folder / "programs" / name for name in PROGRAMS]
-        self.machine = Machine(self.folder, kernel, busybox, programs)
+        programs = [self.directory / "programs" / name for name in PROGRAMS]
+        self.machine = Machine(self.directory, kernel, busybox, programs)
         self.results = []
         self.console = None
 
     def boot(self, name, *arguments, **options):
         """Boots the machine, and takes over its results."""
-        self.console = self.folder / f"console-{name}.txt"
-        results, told = self.machine.boot(self.console, *arguments, **options)
+        self.console = self.directory / f"console-{name}.txt"
+        results, output = self.machine.boot(self.console, *arguments, **options)
         for result in results:
-            self.take(result)
-        return told
+            self.record(result)
+        return output
 
-    def claim(self, name, holds, otherwise):
-        self.take(Result(name, None if holds else otherwise))
+    def check(self, name, holds, otherwise):
+        self.record(Result(name, None if holds else otherwise))
 
-    def take(self, result):
+    def record(self, result):
         self.results.append(result)
         if result.problem:
             print(f"failed: {result.name}: {result.problem}; console: {self.console}")
@@ -68,10 +68,10 @@ class Stage:
             return
         self.run_power_cuts(6, "small")
         self.run_power_cuts(4, "big")
-        # That of the folder adds nothing to that of the file on any of these file systems.
-        self.find_left_out("temporary file", {"noauto", "xfs"})
-        self.find_left_out("folder", set())
-        self.find_left_out("new name", {"vfat"})
+        # The sync of the directory adds nothing to that of the file on any of these file systems.
+        self.find_left_out("t", "temporary file", {"noauto", "xfs"})
+        self.find_left_out("f", "directory", set())
+        self.find_left_out("n", "new name", {"vfat"})
         self.run_kills(20)
 
     def run_program(self):
@@ -88,7 +88,7 @@ class Stage:
     def disks_for_program(self):
         disks = []
         for name, megabytes in (("work", 16), ("full", 2)):
-            image = self.folder / f"{name}.img"
+            image = self.directory / f"{name}.img"
             image.write_bytes(b"")
             run(["truncate", "-s", f"{megabytes}M", image])
             run(["/sbin/mkfs.ext4", "-q", "-m", "0", image])
@@ -103,47 +103,47 @@ class Stage:
         lines = (HERE / "guest" / table).read_text().splitlines()
         count = sum(1 for line in lines if line and not line.startswith("#"))
         found = self.count(prefix)
-        self.claim(f"each line of {table} is a case", found == count, f"{found} of {count}")
+        self.check(f"each line of {table} is a case", found == count, f"{found} of {count}")
 
     def run_power_cuts(self, replacements, document):
-        """Cuts the power behind replacements, and looks at what that left, and at what a cut at any
-        other moment would have left."""
+        """Cuts the power after replacements, and looks at what that left, and at what a cut at any
+        other crash point would have left."""
         for system, cuts, states in self.cut_power(replacements, f"document={document}"):
             self.judge(system, replacements, cuts, states)
 
-    def find_left_out(self, sync, finders):
+    def find_left_out(self, letter, sync, finders):
         """The cuts must show on which file systems this one of the program's syncs is needed."""
         found = set()
-        for system, cuts, states in self.cut_power(1, f"document=small left_out={sync[0]}"):
+        for system, cuts, states in self.cut_power(1, f"document=small left_out={letter}"):
             for place, cut in enumerate(cuts):
                 if states.get((f"{system.name}-images", place)) not in allowed_at(cut, 1):
                     found.add(system.name)
-        print(f"without the sync of the {sync}: found out on {', '.join(sorted(found)) or 'none'}")
-        self.claim(
-            f"a program without the sync of the {sync} is found out on {finders or 'none'}",
+        print(f"without the sync of the {sync}: detected on {', '.join(sorted(found)) or 'none'}")
+        self.check(
+            f"a program without the sync of the {sync} is detected on {finders or 'none'}",
             found == finders,
             f"on {found or 'none'}",
         )
 
     def cut_power(self, replacements, options):
-        """Yields each file system with its crashes, and the state found behind each."""
+        """Yields each file system with its crashes, and the state found after each."""
         options += f" replacements={replacements}"
         systems = powercuts.file_systems()
         disks = []
         for system in systems:
-            for kind in ("unsynced", "synced"):  # the blank of the last one is kept
+            for kind in ("unsynced", "synced"):  # its pristine sectors are kept
                 name = f"{system.name}-{kind}"
-                path = self.folder / f"{name}.img"
+                path = self.directory / f"{name}.img"
                 system.make_disk(path)
-                log = self.folder / f"{system.name}.log" if kind == "synced" else None
+                log = self.directory / f"{system.name}.log" if kind == "synced" else None
                 disks.append(Disk(name, path, log))
         self.boot("cut", "replace", disks, options, cut_at="@cut")
 
         cuts = {}
         for system in systems:
-            log = self.folder / f"{system.name}.log"
+            log = self.directory / f"{system.name}.log"
             cuts[system.name] = powercuts.crashes(system, log, replacements)
-            images = self.folder / f"{system.name}-images.img"
+            images = self.directory / f"{system.name}-images.img"
             powercuts.write_images(images, system, cuts[system.name])
             disks.append(Disk(f"{system.name}-images", images))
             log.unlink()
@@ -158,37 +158,37 @@ class Stage:
         return [(system, cuts[system.name], states) for system in systems]
 
     def run_kills(self, count):
-        """Cuts the power in the midst of one replacement after another."""
-        moments = random.Random(count)
+        """Cuts the power during one replacement after another."""
+        delays = random.Random(count)
         systems = powercuts.file_systems()
         disks = []
         for system in systems:
-            path = self.folder / f"{system.name}-flipped.img"
+            path = self.directory / f"{system.name}-flipped.img"
             system.make_disk(path)
             disks.append(Disk(path.stem, path))
         flips = {disk.name: 0 for disk in disks}
         found = {"old": 0, "new": 0}
         for number in range(count + 1):
             if number < count:
-                told = self.boot(
+                output = self.boot(
                     f"kill-{number + 1}",
                     "flip",
                     disks,
                     "document=small flips=" + ("first" if number == 0 else "more"),
                     cut_at="@flipped",
-                    cut_after=moments.uniform(0.0, 1.5),
+                    cut_after=delays.uniform(0.0, 1.5),
                 )
             else:
-                told = self.boot(f"kill-{number + 1}", "flip", disks, "document=small flips=none")
-            states = dict(line.split()[1:4:2] for line in told if line.startswith("state "))
+                output = self.boot(f"kill-{number + 1}", "flip", disks, "document=small flips=none")
+            states = dict(line.split()[1:4:2] for line in output if line.startswith("state "))
             for disk in disks:
                 done = flips[disk.name]
                 state = states.get(disk.name)
                 allowed = {text(done): "old"}
                 if number > 0:
                     allowed[text(done + 1)] = "new"
-                self.claim(
-                    f"{disk.name}: kill {number}, behind {done} replacements",
+                self.check(
+                    f"{disk.name}: kill {number}, after {done} replacements",
                     state in allowed,
                     f"{state}, not {' or '.join(allowed)}",
                 )
@@ -196,9 +196,9 @@ class Stage:
                     found[allowed[state]] += 1
                 if allowed.get(state) == "new":
                     flips[disk.name] += 1
-                flips[disk.name] += told.count(f"flipped {disk.name}")
+                flips[disk.name] += output.count(f"flipped {disk.name}")
         print(
-            f"power cut at {count} moments of {sum(flips.values())} replacements: "
+            f"power cut at {count} crash points of {sum(flips.values())} replacements: "
             f"{found['old']} files as last reported, {found['new']} one ahead"
         )
         for disk in disks:
@@ -208,13 +208,13 @@ class Stage:
         name = system.name
         synced = states.get((f"{name}-synced", 0))
         unsynced = states.get((f"{name}-unsynced", 0))
-        self.claim(
-            f"{name}: the new text behind a reported success",
+        self.check(
+            f"{name}: the new text after a reported success",
             synced == text(replacements),
             f"{synced}",
         )
-        self.claim(
-            f"{name}: a program that syncs nothing is found out",
+        self.check(
+            f"{name}: a program that syncs nothing is detected",
             unsynced in ("0", "empty", "unreadable"),
             f"{unsynced}",
         )
@@ -222,7 +222,7 @@ class Stage:
         for number, cut in enumerate(cuts):
             state = states.get((f"{name}-images", number))
             allowed = allowed_at(cut, replacements)
-            self.claim(
+            self.check(
                 f"{name}: cut {cut.name}", state in allowed, f"{state}, not {' or '.join(allowed)}"
             )
             word = allowed.get(state, state)
@@ -230,22 +230,22 @@ class Stage:
         print(
             f"power cut, {name}: {'new text' if synced == text(replacements) else synced}; "
             f"with nothing synced {'old text' if unsynced == '0' else unsynced}; at "
-            f"{len(cuts)} other moments: "
+            f"{len(cuts)} other crash points: "
             + ", ".join(f"{count} {word}" for word, count in sorted(found.items(), key=str))
         )
 
 
-def main(folder, extent, *packages):
+def main(directory, extent, *packages):
     try:
-        stage = Stage(folder, extent, packages)
+        stage = Stage(directory, extent, packages)
     except MachineError as error:
         print(f"machine: {error}")
         return 1
     try:
         stage.run_all()
     except MachineError as error:
-        stage.claim("the stage", False, f"{error}")
-    (stage.folder / "results.txt").write_text(
+        stage.check("the stage", False, f"{error}")
+    (stage.directory / "results.txt").write_text(
         "".join(
             f"{'failed' if result.problem else 'passed'} {result.name}\n"
             for result in stage.results

@@ -16,7 +16,7 @@ CONFIG_PATH = b"/appliance/config.json"
 
 
 class Answer(NamedTuple):
-    """Of the parser and the writer. Behind the promises all is empty where the text is refused."""
+    """Of the parser and the writer. If the text is refused, all that follows the flags is empty."""
 
     code: int
     position: int
@@ -129,7 +129,7 @@ class Reader:
 
 
 def program_answers(command: list[str], read: Callable, batch: list[bytes]) -> list:
-    """One answer a text, or NoAnswer where the program does not get through all of them."""
+    """One answer a text, or NoAnswer if the program does not get through all of them."""
     request = b"".join(struct.pack("<I", len(text)) + text for text in batch)
     try:
         ended = subprocess.run(
@@ -143,7 +143,7 @@ def program_answers(command: list[str], read: Callable, batch: list[bytes]) -> l
     reader = Reader(ended.stdout)
     replies = [read(reader) for _ in batch]
     if reader.at != len(ended.stdout):
-        raise NoAnswer("the output goes on behind the last answer")
+        raise NoAnswer("the output goes on after the last answer")
     return replies
 
 

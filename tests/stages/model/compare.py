@@ -27,7 +27,7 @@ SHORTENING_SECONDS = 20
 
 
 @dataclass
-class Sides:
+class Subject:
     """A program and the model of it."""
 
     command: list[str]
@@ -36,7 +36,7 @@ class Sides:
     model: Callable[[bytes], Answer | Run]
 
     def difference(self, batch: list[bytes]) -> tuple | None:
-        """The first text on which they differ, and what they say of it. Where the program does not
+        """The first text on which they differ, and what they say of it. If the program does not
         get through them all, the text that is to blame is looked for in ever smaller batches."""
         try:
             replies = answers.program_answers(self.command, self.read, batch)
@@ -52,7 +52,7 @@ class Sides:
                 return text, expected, reply
         return None
 
-    def shortened(self, text: bytes) -> bytes:
+    def minimised(self, text: bytes) -> bytes:
         """A shorter text on which they differ: what can be left out is left out."""
         end = time.monotonic() + SHORTENING_SECONDS
         size = len(text) // 2
@@ -68,8 +68,8 @@ class Sides:
         return text
 
     def report(self, part: str, found: tuple) -> str:
-        """Told of a text as short as can be, or of the one found where it does not happen again."""
-        text, expected, reply = self.difference([self.shortened(found[0])]) or found
+        """Reports a minimised text, or the one found if the difference does not happen again."""
+        text, expected, reply = self.difference([self.minimised(found[0])]) or found
         again = [
             "tests/stages/model/compare.py",
             self.option,
@@ -86,12 +86,12 @@ class Sides:
         return "\n    ".join(lines)
 
 
-def driver_sides(driver: str) -> Sides:
-    return Sides([driver], "--driver", Reader.answer, answers.model_answer)
+def driver_subject(driver: str) -> Subject:
+    return Subject([driver], "--driver", Reader.answer, answers.model_answer)
 
 
-def runner_sides(runner: str) -> Sides:
-    return Sides([runner], "--runner", Reader.run, answers.model_run)
+def runner_subject(runner: str) -> Subject:
+    return Subject([runner], "--runner", Reader.run, answers.model_run)
 
 
 def batches(stream: Iterable[bytes], size: int) -> Iterator[list[bytes]]:
@@ -100,87 +100,91 @@ def batches(stream: Iterable[bytes], size: int) -> Iterator[list[bytes]]:
         yield batch
 
 
-def compare(part: str, stream: Iterable[bytes], size: int, sides: Sides) -> tuple[int, list[str]]:
+def compare(
+    part: str, stream: Iterable[bytes], size: int, subject: Subject
+) -> tuple[int, list[str]]:
     """The number of texts compared, and a report when there is a difference, which ends it."""
     count = 0
     for batch in batches(stream, size):
         count += len(batch)
-        if found := sides.difference(batch):
-            return count, [sides.report(part, found)]
+        if found := subject.difference(batch):
+            return count, [subject.report(part, found)]
     return count, []
 
 
 # ---- The parts ----------------------------------------------------------------------------------
 
 
-def compare_text_cases(sides: Sides) -> tuple[int, list[str]]:
-    """Each side with what the table says, and the sides with each other."""
+def compare_text_cases(subject: Subject) -> tuple[int, list[str]]:
+    """Each side with what the table says, and the subject with each other."""
     cases, reports = list(tables.text_cases()), []
     for case in cases:
-        for name, reply in both(sides, case.text):
+        for name, reply in answers_of(subject, case.text):
             if isinstance(reply, Answer):
                 layout = reply.layout if case.layout is None else case.layout
-                told = Answer(case.code, case.position, 0, case.compact, layout, reply.description)
-                reports += case_report(case.name, name, told, reply)
+                expected = Answer(
+                    case.code, case.position, 0, case.compact, layout, reply.description
+                )
+                reports += case_report(case.name, name, expected, reply)
         _, _, tree = dialect.parse(case.text)
         kinds = "" if tree is None else tables.kinds_of(tree)
         if kinds != case.kinds:
             reports.append(f"DIFFERENCE in case {case.name}: kinds {case.kinds}, model: {kinds}")
-    count, differences = compare("the cases", (case.text for case in cases), 1000, sides)
+    count, differences = compare("the cases", (case.text for case in cases), 1000, subject)
     return count, reports + differences
 
 
-def compare_file_cases(sides: Sides) -> tuple[int, list[str]]:
+def compare_file_cases(subject: Subject) -> tuple[int, list[str]]:
     cases, reports = list(tables.file_cases()), []
     for case in cases:
-        for name, reply in both(sides, case.file):
+        for name, reply in answers_of(subject, case.file):
             if isinstance(reply, Run):
                 line = b"ERROR: " + case.error if case.error else reply.last_line
                 reports += case_report(
                     case.name, name, Run(case.status, line, case.new_file), reply
                 )
-    count, differences = compare("the file cases", (case.file for case in cases), 1000, sides)
+    count, differences = compare("the file cases", (case.file for case in cases), 1000, subject)
     return count, reports + differences
 
 
-def both(sides: Sides, text: bytes) -> list[tuple[str, Answer | Run]]:
-    found = sides.difference([text])
-    reply = found[2] if found else sides.model(text)
-    return [("model", sides.model(text)), ("program", reply)]
+def answers_of(subject: Subject, text: bytes) -> list[tuple[str, Answer | Run]]:
+    found = subject.difference([text])
+    reply = found[2] if found else subject.model(text)
+    return [("model", subject.model(text)), ("program", reply)]
 
 
-def case_report(case: str, side: str, told: Answer | Run, reply: Answer | Run) -> list[str]:
-    if told == reply:
+def case_report(case: str, side: str, expected: Answer | Run, reply: Answer | Run) -> list[str]:
+    if expected == reply:
         return []
-    lines = answers.contrast(["expected", side], [told, reply])
+    lines = answers.contrast(["expected", side], [expected, reply])
     return ["\n    ".join([f"DIFFERENCE in case {case}", *lines])]
 
 
-def compare_short_texts(sides: Sides) -> tuple[int, list[str]]:
+def compare_short_texts(subject: Subject) -> tuple[int, list[str]]:
     """All of them, whatever time it takes. Each region may have a difference of its own."""
     total, reports = 0, []
     for name, stream in texts.all_short_texts():
-        count, differences = compare(f"short texts, {name}", stream, SHORT_BATCH, sides)
+        count, differences = compare(f"short texts, {name}", stream, SHORT_BATCH, subject)
         total += count
         reports += differences
     return total, reports
 
 
-def compare_documents(sides: Sides, seed: int, end: float) -> tuple[int, list[str]]:
+def compare_documents(subject: Subject, seed: int, end: float) -> tuple[int, list[str]]:
     """Those about the size limit one at a time, as their texts can have 50 MB; then as many others
     as there is time for."""
-    total, reports = compare("the limit documents", texts.limit_documents(), 1, sides)
+    total, reports = compare("the limit documents", texts.limit_documents(), 1, subject)
     while not reports and time.monotonic() < end:
         batch = [texts.document(seed, total + i) for i in range(DOCUMENT_BATCH)]
         part = f"documents {total} to {total + DOCUMENT_BATCH - 1} of seed {seed}"
-        count, reports = compare(part, batch, DOCUMENT_BATCH, sides)
+        count, reports = compare(part, batch, DOCUMENT_BATCH, subject)
         total += count
     return total, reports
 
 
-def compare_files(sides: Sides, seed: int, count: int) -> tuple[int, list[str]]:
+def compare_files(subject: Subject, seed: int, count: int) -> tuple[int, list[str]]:
     stream = (texts.config_file(seed, number) for number in range(count))
-    return compare(f"files of seed {seed}", stream, DOCUMENT_BATCH, sides)
+    return compare(f"files of seed {seed}", stream, DOCUMENT_BATCH, subject)
 
 
 # ---- The command line ---------------------------------------------------------------------------
@@ -200,8 +204,8 @@ def options() -> argparse.Namespace:
     return chosen
 
 
-def compare_one(sides: Sides, text: bytes) -> int:
-    (_, expected), (_, reply) = both(sides, text)
+def compare_one(subject: Subject, text: bytes) -> int:
+    (_, expected), (_, reply) = answers_of(subject, text)
     print(f"text, {len(text)} bytes: {escaped(text)}")
     print(f"model:   {expected}\nprogram: {reply}")
     return 0 if expected == reply else 1
@@ -217,15 +221,15 @@ def compare_all(chosen: argparse.Namespace) -> int:
         print("\n".join(result[1]), end="\n" if result[1] else "", flush=True)
 
     if chosen.runner:
-        sides = runner_sides(chosen.runner)
-        note("file cases", compare_file_cases(sides))
-        note("files", compare_files(sides, chosen.seed, int(FILES_A_SECOND * chosen.seconds)))
+        subject = runner_subject(chosen.runner)
+        note("file cases", compare_file_cases(subject))
+        note("files", compare_files(subject, chosen.seed, int(FILES_A_SECOND * chosen.seconds)))
     if chosen.driver:
-        sides = driver_sides(chosen.driver)
-        note("cases", compare_text_cases(sides))
-        note("short texts", compare_short_texts(sides))
+        subject = driver_subject(chosen.driver)
+        note("cases", compare_text_cases(subject))
+        note("short texts", compare_short_texts(subject))
         end = max(begin + chosen.seconds, time.monotonic() + chosen.seconds * DOCUMENTS_SHARE)
-        note("documents", compare_documents(sides, chosen.seed, end))
+        note("documents", compare_documents(subject, chosen.seed, end))
     seconds = time.monotonic() - begin
     verdict = f"{len(reports)} DIFFERENCES" if reports else "no difference"
     print(f"{verdict}: {', '.join(counts)}; seed {chosen.seed}, {seconds:.0f} s")
@@ -239,8 +243,8 @@ def main() -> int:
 
         return selftest.run(chosen)
     if chosen.text is not None:
-        sides = driver_sides(chosen.driver) if chosen.driver else runner_sides(chosen.runner)
-        return compare_one(sides, unescaped(chosen.text))
+        subject = driver_subject(chosen.driver) if chosen.driver else runner_subject(chosen.runner)
+        return compare_one(subject, unescaped(chosen.text))
     return compare_all(chosen)
 
 

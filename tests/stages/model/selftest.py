@@ -26,16 +26,16 @@ DOCUMENTS = 300
 FILES = 120
 
 
-def quick_comparison(sides: compare.Sides) -> list[str]:
+def quick_comparison(subject: compare.Subject) -> list[str]:
     """Few and short texts of every region, then some documents; up to the first difference."""
     for region in texts.REGIONS:
         short = dataclasses.replace(region, longest=min(region.longest, LONGEST))
         part = f"short texts, {region.name}"
-        _, reports = compare.compare(part, short.texts(), compare.SHORT_BATCH, sides)
+        _, reports = compare.compare(part, short.texts(), compare.SHORT_BATCH, subject)
         if reports:
             return reports
     documents = (texts.document(0, number) for number in range(DOCUMENTS))
-    _, reports = compare.compare("documents", documents, compare.DOCUMENT_BATCH, sides)
+    _, reports = compare.compare("documents", documents, compare.DOCUMENT_BATCH, subject)
     return reports
 
 
@@ -75,7 +75,7 @@ def no_trailing_comma(result, text, at):
     return result
 
 
-def nothing_behind_nul(result, text):
+def nothing_after_nul(result, text):
     at = text.find(b"\0")
     return (-2, at, None) if result[0] == 0 and at >= 0 else result
 
@@ -108,7 +108,7 @@ MODEL_FAULTS = {
     "carriage return is not whitespace": replaced("WHITESPACE", b"\t\n "),
     "colon ends a number": replaced("NUMBER_TERMINATORS", dialect.NUMBER_TERMINATORS + b":"),
     "tab ends no number": replaced("NUMBER_TERMINATORS", b"\n\r ,]}"),
-    "text behind a NUL byte counts": changed_result("parse", nothing_behind_nul),
+    "text after a NUL byte counts": changed_result("parse", nothing_after_nul),
     "solidus may be escaped": replaced("ESCAPES", dialect.ESCAPES | {47: 47}),
     "a missing value is not 0": changed_result(
         "strtoll", lambda result, _text, start: (1, start) if result[1] == start else result
@@ -161,7 +161,7 @@ def other_bits(reader: Reader) -> Answer:
     return answer._replace(description=answer.description.replace(b"4020000", b"4020001"))
 
 
-def file_left_beside(reader: Reader) -> Run:
+def file_left_over(reader: Reader) -> Run:
     return reader.run()._replace(files_beside=b"config.json.filsec\n")
 
 
@@ -213,7 +213,7 @@ def run(chosen: argparse.Namespace) -> int:
     compare.SHORTENING_SECONDS = 1
     sound = []
     if chosen.driver:
-        driver = compare.driver_sides(chosen.driver)
+        driver = compare.driver_subject(chosen.driver)
         sound += quick_comparison(driver) + compare.compare_text_cases(driver)[1]
         for fault, plant in MODEL_FAULTS.items():
             expect(fault, plant, lambda: quick_comparison(driver))
@@ -228,22 +228,22 @@ def run(chosen: argparse.Namespace) -> int:
                 driver, command=printing_more(driver.command)
             ),
         }
-        for fault, sides in program_faults.items():
+        for fault, subject in program_faults.items():
             expect(
                 fault,
                 contextlib.nullcontext,
-                lambda sides=sides: compare.compare("few texts", FEW_TEXTS, 100, sides)[1],
+                lambda subject=subject: compare.compare("few texts", FEW_TEXTS, 100, subject)[1],
             )
     if chosen.runner:
-        runner = compare.runner_sides(chosen.runner)
+        runner = compare.runner_subject(chosen.runner)
         sound += compare.compare_files(runner, 0, FILES)[1]
         for fault, plant in RUN_FAULTS.items():
             expect(fault, plant, lambda: compare.compare_files(runner, 0, FILES)[1])
-        beside = dataclasses.replace(runner, read=file_left_beside)
+        leftover = dataclasses.replace(runner, read=file_left_over)
         expect(
-            "a file left beside",
+            "a file left over",
             contextlib.nullcontext,
-            lambda: compare.compare_files(beside, 0, FILES)[1],
+            lambda: compare.compare_files(leftover, 0, FILES)[1],
         )
     print("\n".join(sound), end="\n" if sound else "")
     print(

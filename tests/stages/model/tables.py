@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
-"""The hard cases of the folder cases, each with the answer that was worked out for it by hand.
+"""The hard cases in cases/, each with the answer that was worked out for it by hand.
 
 A row's columns are separated by one tab or more. Bytes that cannot be printed, and the percent
 sign, are written as in a URL: %0A.
@@ -16,7 +16,7 @@ from pathlib import Path
 
 from answers import unescaped
 
-FOLDER = Path(__file__).resolve().parent / "cases"
+DIRECTORY = Path(__file__).resolve().parent / "cases"
 
 
 @dataclass(frozen=True)
@@ -27,7 +27,7 @@ class TextCase:
     position: int = 0
     compact: bytes = b""
     kinds: str = ""
-    layout: bytes | None = None  # not told
+    layout: bytes | None = None  # not given
 
 
 @dataclass(frozen=True)
@@ -44,7 +44,7 @@ def text_cases() -> Iterator[TextCase]:
         if result == "ok":
             compact, kinds, *layout = written
             yield TextCase(
-                name, text, 0, 0, unescaped(compact), kinds, *(unescaped(told) for told in layout)
+                name, text, 0, 0, unescaped(compact), kinds, *(unescaped(text) for text in layout)
             )
         else:
             code, position = result.split(" at ")
@@ -59,9 +59,9 @@ def file_cases() -> Iterator[FileCase]:
             yield FileCase(name, file, int(status), unescaped(left), file)
 
 
-def rows(folder: str) -> Iterator[list]:
+def rows(directory: str) -> Iterator[list]:
     """The name, the text without its escapes, and the other columns as they are."""
-    for table in sorted((FOLDER / folder).glob("*.tsv")):
+    for table in sorted((DIRECTORY / directory).glob("*.tsv")):
         for line in table.read_text("ascii").splitlines():
             if line and not line.startswith("#"):
                 name, text, *columns = [column for column in line.split("\t") if column]

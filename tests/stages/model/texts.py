@@ -26,7 +26,7 @@ class Region:
     after: bytes
 
     def texts(self) -> Iterator[bytes]:
-        """Each text once. Two sequences can make the same only where a token begins another."""
+        """Each text once. Two sequences can make the same only if a token begins another."""
         ambiguous = any(b.startswith(a) for a, b in itertools.permutations(self.tokens, 2))
         seen = set()
         for length in range(self.longest + 1):
@@ -99,7 +99,7 @@ REGIONS = [
     Region("bytes about a number", b'{"a":', bytes_of(b"1-\t\n\v\f\r ,:\0\x1c\x1f"), 4, b"}"),
     Region("bytes about an element", b'{"a":[', bytes_of(b"1-\t\n\v\f\r ,:\0}"), 4, b"]}"),
     Region(
-        "words behind white space",
+        "words after whitespace",
         b'{"a":',
         [b"\f", b"\v", b" ", b"-", b"1", b".5", b"0x1", b"nan", b"NaN", b"inf", b"null", b"true"],
         4,
@@ -180,7 +180,7 @@ def limit_documents() -> Iterator[bytes]:
 
 
 def filled(before: bytes, opening: bytes, closing: bytes, after: bytes, size: int) -> bytes:
-    """As many times the opening and the closing as there is room for; blanks fill the rest."""
+    """As many times the opening and the closing as there is room for; whitespace fills the rest."""
     room = size - len(before) - len(after)
     times, rest = divmod(room, len(opening) + len(closing))
     return before[:1] + b" " * rest + before[1:] + opening * times + closing * times + after
@@ -201,8 +201,8 @@ def document(seed: int, number: int) -> bytes:
 
 
 def rewritten(text: bytes, level: int) -> bytes:
-    """What the writer makes of it, which is the next run's text. The text itself where that is
-    refused, or where it grows past all limits because it is deeply nested."""
+    """What the writer makes of it, which is the next run's text. The text itself if that is
+    refused, or if it grows past all limits because it is deeply nested."""
     code, _, tree = dialect.parse(text)
     again = dialect.trim(dialect.write(tree, level)) if code == 0 else text
     return again if len(again) <= 4 * dialect.SIZE_LIMIT else text
@@ -271,8 +271,8 @@ def generated(rng: random.Random) -> bytes:
     shape = rng.choice([deep, wide, long, mixed, mixed])
     text = b"{" + shape(size - 2, rng)
     padding = max(0, size - len(text) - 1)
-    blanks = bytes(rng.choices(dialect.WHITESPACE, k=padding))
-    return text + blanks + b"}"
+    padded = bytes(rng.choices(dialect.WHITESPACE, k=padding))
+    return text + padded + b"}"
 
 
 def deep(room: int, rng: random.Random) -> bytes:

@@ -4,7 +4,7 @@
 
 """Plants one change at a time in the product, and fails when no test notices it.
 
-See README.md beside this file. To be run from the top of the tree, by run.sh.
+See README.md. To be run from the top of the tree, by run.sh.
 """
 
 import argparse
@@ -29,8 +29,8 @@ import time
 
 import operators
 
-FOLDERS = ["app", "json", "gpio", "log", "fileio"]
-SUITES = {folder: [folder] for folder in FOLDERS} | {"app": ["app", "program"]}
+DIRECTORIES = ["app", "json", "gpio", "log", "fileio"]
+SUITES = {directory: [directory] for directory in DIRECTORIES} | {"app": ["app", "program"]}
 BUILD = pathlib.Path("build/mutation").absolute()
 TREE = BUILD / "tree"
 OBJECTS = BUILD / "objects"
@@ -45,10 +45,10 @@ TEST_HEADERS = [*PRODUCT_HEADERS, "filesystem", "set", "thread", "memory", "gtes
 PRODUCT_FLAGS = ["-Werror=return-type"]  # -w would silence that too
 TEST_FLAGS = ["-w", "-O0"]
 
-CPU_LIMIT_SECONDS = 3  # beside what a suite needs unchanged, five times over
+CPU_LIMIT_SECONDS = 3  # in addition to five times what a suite needs unchanged
 WALL_LIMIT_SECONDS = 60
 MEMORY_LIMIT_BYTES = 2 << 30
-CANNOT_TEST = 99  # the tests' own status where they get no private root
+CANNOT_TEST = 99  # the tests' own status if they get no private root
 
 KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = (
     "killed",
@@ -80,7 +80,7 @@ def call_or_fail(command, **options):
 
 def copy_tree():
     """Brings the copy up to date; what has not changed keeps its time."""
-    names = [*FOLDERS, "cmake", "tests"]
+    names = [*DIRECTORIES, "cmake", "tests"]
     wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
     for name in names:
         wanted |= {p for p in pathlib.Path(name).rglob("*")
@@ -120,15 +120,15 @@ class Project:
         targets = compile_commands()
         self.suites = suites
         self.commands = {}
-        leaves = [f for f in FOLDERS if f != "app"]
-        links = {f: [f] for f in leaves} | {"app": FOLDERS, "program": []}
+        leaves = [f for f in DIRECTORIES if f != "app"]
+        links = {f: [f] for f in leaves} | {"app": DIRECTORIES, "program": []}
         self.parts = {}  # what each executable is linked from, as sources
         for suite, libraries in links.items():
             names = [f"{suite}-test", "appliance", *libraries]
             if suite in suites:
                 self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
         if "program" in suites:
-            names = ["switch-querier", *FOLDERS]
+            names = ["switch-querier", *DIRECTORIES]
             self.parts["switch-querier"] = [s for name in names for s in targets[name]]
         for target in targets.values():
             self.commands.update(target)
@@ -141,12 +141,12 @@ class Project:
             for done in [pool.submit(self.bring_up_to_date, s) for s in sources]:
                 done.result()
         self.dependencies = {s: self.headers_of(s) for s in sources}
-        self.folder = BUILD / "unchanged"
-        self.folder.mkdir(exist_ok=True)
+        self.directory = BUILD / "unchanged"
+        self.directory.mkdir(exist_ok=True)
         self.shards = {}
         self.cpu_limits = {}
         for name in self.parts:
-            self.link(self.folder / name, self.parts[name], {})
+            self.link(self.directory / name, self.parts[name], {})
 
     @staticmethod
     def kind(source):
@@ -209,7 +209,7 @@ class Project:
             self.shards[suite] = 1
             self.cpu_limits[suite] = 60
             before, used_before = time.monotonic(), processor_time()
-            if not passes(self, suite, self.folder):
+            if not passes(self, suite, self.directory):
                 raise Failure(f"{suite}-test fails on the unchanged program")
             used = processor_time() - used_before
             self.cpu_limits[suite] = math.ceil(CPU_LIMIT_SECONDS + 5 * used)
@@ -231,7 +231,7 @@ def limit_resources(cpu_seconds):
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT_BYTES, MEMORY_LIMIT_BYTES))
 
 
-def passes(project, suite, folder):
+def passes(project, suite, directory):
     """Whether the suite passes: its parts run at the same time, up to the first failure."""
     count = project.shards[suite]
     running = []
@@ -243,7 +243,7 @@ def passes(project, suite, folder):
         }  # fmt: skip
         running.append(
             subprocess.Popen(
-                [folder / f"{suite}-test"], env=environment, preexec_fn=limit,
+                [directory / f"{suite}-test"], env=environment, preexec_fn=limit,
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             )
         )  # fmt: skip
@@ -272,13 +272,13 @@ def passes(project, suite, folder):
 
 
 class Worker:
-    """A folder in which mutants are built and tried, one after the other."""
+    """A directory in which mutants are built and tried, one after the other."""
 
     def __init__(self, project, number):
         self.project = project
-        self.folder = BUILD / f"worker-{number}"
-        shutil.rmtree(self.folder, ignore_errors=True)
-        self.overlay = self.folder / "tree"
+        self.directory = BUILD / f"worker-{number}"
+        shutil.rmtree(self.directory, ignore_errors=True)
+        self.overlay = self.directory / "tree"
         self.overlay.mkdir(parents=True)
 
     def try_mutant(self, mutant):
@@ -294,7 +294,7 @@ class Worker:
     def compile(self, source):
         """Compiles a source as the mutant has it. Returns the object, or None."""
         changed = self.overlay / source
-        output = self.folder / (source.replace("/", "-") + ".o")
+        output = self.directory / (source.replace("/", "-") + ".o")
         path = changed if changed.exists() else TREE / source
         command = self.project.compile_command(source, path, output, self.overlay)
         return output if call(command).returncode == 0 else None
@@ -303,7 +303,7 @@ class Worker:
         """Whether an object is the unchanged one, but for symbols that nobody needs."""
         stripped = []
         for n, path in enumerate((self.project.object_of(source), output)):
-            copy = self.folder / f"stripped-{n}.o"
+            copy = self.directory / f"stripped-{n}.o"
             call_or_fail(["strip", "--strip-unneeded", "-o", copy, path])
             stripped.append(copy.read_bytes())
         return stripped[0] == stripped[1]
@@ -351,14 +351,14 @@ class Worker:
             if mine:
                 equal = False
                 self.link(name, [*shared, source], mine)
-                if not passes(project, suite, self.folder):
+                if not passes(project, suite, self.directory):
                     return KILLED
         others = [s for s in project.parts[name] if s not in shared and s not in tests]
         if equal:
             return EQUAL
         if others and (changed or suite == "program"):
             self.link(name, [*shared, *others], changed)
-            if not passes(project, suite, self.folder):
+            if not passes(project, suite, self.directory):
                 return KILLED
         return SURVIVED
 
@@ -371,11 +371,11 @@ class Worker:
 
     def link(self, name, sources, changed):
         """Links an executable of these sources, unless it is the unchanged one."""
-        (self.folder / name).unlink(missing_ok=True)
+        (self.directory / name).unlink(missing_ok=True)
         if set(sources) == set(self.project.parts[name]) and not set(sources) & set(changed):
-            os.link(self.project.folder / name, self.folder / name)
+            os.link(self.project.directory / name, self.directory / name)
         else:
-            self.project.link(self.folder / name, sources, changed)
+            self.project.link(self.directory / name, sources, changed)
 
 
 # What survives, and is known to
@@ -503,8 +503,8 @@ def main():
     try:
         copy_tree()
         files = {}
-        for folder in FOLDERS:
-            for path in sorted((TREE / folder).glob("*.*")):
+        for directory in DIRECTORIES:
+            for path in sorted((TREE / directory).glob("*.*")):
                 if path.suffix in (".h", ".cpp"):
                     files[str(path.relative_to(TREE))] = path.read_text()
         everything = operators.mutants_of(files)
@@ -514,8 +514,8 @@ def main():
             for mutant in chosen:
                 print(f"line {mutant.line}\n{mutant_text(mutant)}")
             return 0
-        folders = {m.file.split("/")[0] for m in chosen}
-        project = Project(options.jobs, sorted({s for f in folders for s in SUITES[f]}))
+        directories = {m.file.split("/")[0] for m in chosen}
+        project = Project(options.jobs, sorted({s for f in directories for s in SUITES[f]}))
         project.measure()
         outcomes = try_all(options, project, chosen, known)
     except Failure as failure:

@@ -3,7 +3,7 @@
 
 """Finds the single changes ("mutants") that can be made to a C++ source file.
 
-It reads tokens, not a syntax tree: clang-format keeps the sources in one shape (blanks around a
+It reads tokens, not a syntax tree: clang-format keeps the sources in one shape (spaces around a
 binary "<", none around a template's), and a change that makes no sense does not compile.
 """
 
@@ -50,7 +50,7 @@ BINARY = {
 }
 INCREMENTS = {"++": "--", "--": "++"}
 
-# Names that stand for one another, beside the enumerators of the sources, by what stands before
+# Names that stand for one another, besides the enumerators of the sources, by what precedes
 # them: a scope, an operator, or neither.
 KINDRED = [
     (None, ["decoder", "encoder", "noMode", "modeNotRead"]),
@@ -267,7 +267,7 @@ class Source:
         after = self.tokens[i]
         return after.kind == "word" or after.text in "*&" and not self.blank_before(i)
 
-    # Where blanks stand
+    # Where spaces are
 
     def blank_before(self, i):
         return self.text[self.tokens[i].start - 1].isspace()

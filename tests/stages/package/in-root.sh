@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Run as root in a fresh root: installs the package, runs what it brings, and purges it. Fails when
-# something does not work, or stays behind.
+# something does not work, or is left over.
 # usage: in-root.sh PACKAGE TRY
 set -eu
 package=$1
@@ -50,6 +50,6 @@ everything >/tmp/after
 # Else there was nothing to be gone.
 grep -qx /usr/sbin/switch-querier /tmp/installed
 diff /tmp/before /tmp/after || {
-    echo "the package left that behind, or took it along"
+    echo "the purged package left or removed these files"
     exit 1
 }

@@ -38,10 +38,10 @@ if git ls-files >/dev/null 2>&1; then
     step "checking the licences" reuse lint
     ! grep ERROR "$log" || fail "reuse finds that"
 else
-    echo "reuse lint: left out, for git knows nothing of this folder"
+    echo "reuse lint: left out, since this directory is not in a git repository"
 fi
 
-# Two trees, the second with a blank in its name.
+# Two trees, the second with a space in its name.
 arm="-D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake"
 for tree in one "another tree"; do
     mkdir -p "$build/$tree"

@@ -2,15 +2,15 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Runs an installed program a few times in an empty folder and fails when one of its answers is not
+# Runs an installed program a few times in an empty directory and fails if one of its answers is not
 # that of the manual.
-# usage: try.sh FOLDER PROGRAM…
+# usage: try.sh DIRECTORY PROGRAM…
 set -eu
-folder=$1
+directory=$1
 shift
-rm -rf "$folder"
-mkdir -p "$folder"
-cd "$folder"
+rm -rf "$directory"
+mkdir -p "$directory"
+cd "$directory"
 
 # usage: ends STATUS PROGRAM…
 ends() {

@@ -23,12 +23,12 @@ build build/valgrind --preset dev -D CMAKE_BUILD_TYPE=RelWithDebInfo \
     -D CMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG"
 mkdir "$build/logs"
 
-# Of all this tree, a private root has the build folder alone.
+# Of this tree, a private root has only the build directory.
 cp tests/stages/valgrind/program.sh "$build/program-under-valgrind"
 export SWITCH_QUERIER_WRAPPER=program-under-valgrind
 export PATH="$build:$PATH"
 
-# Left out is what cannot be tried: valgrind gives the program its path for a name, where a standard
+# Left out is what cannot be tested: valgrind gives the program its path for a name; if a standard
 # descriptor is closed, the log that valgrind opens takes its number, and it counts memory itself.
 # usage: run_half SUITE SHARD
 run_half() {
@@ -54,9 +54,9 @@ run_halves() {
 }
 step "running the suites" run_halves
 
-# Prints what a log says beside the descriptors that the process began with. With -q it says nothing
-# else when all is well; a descriptor left open has no exit status of its own.
-# usage: complaints LOG [PATTERN]   and beside descriptors whose second line has the pattern
+# Prints what a log says besides the descriptors that the process began with. With -q it says
+# nothing else when all is well; a descriptor left open has no exit status of its own.
+# usage: complaints LOG [PATTERN]   and besides descriptors whose second line has the pattern
 complaints() {
     sed -e 's/^==[0-9]*== *//' -e '/^FILE DESCRIPTORS: /d' "$1" |
         awk -v RS= -v pattern="${2:-<inherited from parent>}" '{
