@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Builds the program as a packager does, with a contact address of awkward characters, and checks
-# the address in the banner, the compiler's options, and the hardening of the objects and the program.
+# the address in the banner, the compiler's options, and the hardening of objects and program.
 # usage: program.sh DIRECTORY
 set -eu
 . scripts/steps.sh
