@@ -4,7 +4,7 @@
 
 It is slow and obvious on purpose, and shares nothing with the C++ code, so that the two can be
 compared (compare.py). Each function below is one rule. A reading function takes the text and the
-cursor, an offset into it, and returns what it read and the cursor behind it, or raises Refused
+cursor, an offset into it, and returns what it read and the cursor after it, or raises Refused
 with the code and the offset of the byte that the code speaks of.
 
 The tree is made of Python's own types: None, int (64 bits, signed), float, bool, bytes, dict
@@ -62,7 +62,7 @@ def parse(document: bytes) -> tuple[int, int, dict | None]:
 
 
 def read_members(text: bytes, at: int) -> tuple[dict, int]:
-    """The cursor is just behind the opening brace."""
+    """The cursor is just after the opening brace."""
     members: dict = {}
     while True:
         at = skip_whitespace(text, at)
@@ -85,7 +85,7 @@ def read_members(text: bytes, at: int) -> tuple[dict, int]:
 
 
 def read_elements(text: bytes, at: int) -> tuple[list, int]:
-    """The cursor is just behind the opening bracket."""
+    """The cursor is just after the opening bracket."""
     elements: list = []
     while True:
         at = skip_whitespace(text, at)
@@ -119,7 +119,7 @@ def read_value(text: bytes, at: int):
 
 
 def read_word(text: bytes, at: int, word: bytes, value: bool | None, code: int):
-    """The byte behind the word is not looked at: what follows is for the separator's rule."""
+    """The byte after the word is not looked at: what follows is for the separator's rule."""
     if text[at : at + len(word)] != word:
         raise Refused(code, at)
     return value, at + len(word)
@@ -134,7 +134,7 @@ def read_key(text: bytes, at: int) -> tuple[bytes, int]:
 
 
 def read_string(text: bytes, at: int) -> tuple[bytes, int]:
-    """The cursor is just behind the opening quote."""
+    """The cursor is just after the opening quote."""
     collected = bytearray()
     while True:
         byte = text[at]
@@ -179,7 +179,7 @@ def store_member(members: dict, key: bytes, value) -> None:
 #
 # Each returns the value and the offset where it stopped, which is where it began when there was
 # nothing to convert. Python's own conversions take more spellings than C's (underscores, digits of
-# other alphabets, blanks at the end), so the spelling is found byte by byte first.
+# other alphabets, whitespace at the end), so the spelling is found byte by byte first.
 
 
 def strtoll(text: bytes, start: int) -> tuple[int, int]:
@@ -218,7 +218,7 @@ def infinity(text: bytes, at: int) -> tuple[float, int]:
 
 
 def not_a_number(text: bytes, at: int) -> tuple[float, int]:
-    """The word nan, and behind it perhaps letters, digits and underscores in parentheses."""
+    """The word nan, followed perhaps by letters, digits and underscores in parentheses."""
     if text[at : at + 3].lower() != b"nan":
         return 0.0, at
     at += 3
@@ -266,7 +266,7 @@ def skip_sign(text: bytes, at: int) -> tuple[bool, int]:
 
 
 def skip_digits_and_point(text: bytes, at: int, allowed: bytes) -> tuple[int, int]:
-    """Gives the offset behind, and the number of digits, on both sides of the point together."""
+    """Returns the offset after the digits, and how many there are on both sides of the point."""
     point = skip_run(text, at, allowed)
     if text[point] != POINT:
         return point, point - at
@@ -290,7 +290,7 @@ def digit_value(digit: int) -> int:
 # ---- The writer ---------------------------------------------------------------------------------
 #
 # Each function appends pieces to a list. Every member and element is followed by a separator as a
-# piece of its own, which the closing bracket then replaces behind the last one.
+# piece of its own, which the closing bracket then replaces after the last one.
 
 
 def write(tree: dict, level: int) -> bytes:
@@ -391,7 +391,7 @@ def find(tree: dict, keys: list[bytes]):
 
 
 def flip(path: bytes, file: bytes) -> tuple[int, bytes, bytes]:
-    """A run of the program with "-flip": its exit status, its error record and the file behind."""
+    """A run of the program with "-flip": its exit status, its error record and the new file."""
     if len(file) > SIZE_LIMIT:
         return 163, b"Cannot read Json config file '" + path + b"'", file
     code, position, tree = parse(trim(file))
