@@ -139,7 +139,7 @@ def compare_file_cases(subject: Subject) -> tuple[int, list[str]]:
     for case in cases:
         for name, reply in answers_of(subject, case.file):
             if isinstance(reply, Run):
-                line = b"ERROR: " + case.error if case.error else reply.last_line
+                line = case.error or reply.last_line
                 reports += case_report(
                     case.name, name, Run(case.status, line, case.new_file), reply
                 )

@@ -390,18 +390,18 @@ def find(tree: dict, keys: list[bytes]):
     return value
 
 
-def flip(path: bytes, file: bytes) -> tuple[int, bytes, bytes]:
-    """A run of the program with "-flip": its exit status, its error record and the new file."""
+def flip(file: bytes) -> tuple[int, bytes, bytes]:
+    """A run of the program with "-flip": its exit status, its error in short, and the new file."""
     if len(file) > SIZE_LIMIT:
-        return 163, b"Cannot read Json config file '" + path + b"'", file
+        return 163, b"unreadable", file
     code, position, tree = parse(trim(file))
     if code != 0:
-        return 174, b"Cannot decode Json at position %d, code %d" % (position, code), file
+        return 174, b"%d at %d" % (code, position), file
     try:
         encoder = find(tree, [b"App", b"isEncoder"])
     except KeyError:
-        return 180, b"App/isEncoder parameter not found in Json text", file
+        return 180, b"no flag", file
     if not isinstance(encoder, bool):
-        return 186, b"App/isEncoder parameter is not a boolean", file
+        return 186, b"no boolean", file
     tree[b"App"][b"isEncoder"] = not encoder
     return (0 if encoder else 1), b"", write(tree, 2)

@@ -141,7 +141,7 @@ RUN_FAULTS = {
     "only whitespace is trimmed": replaced("trim", lambda text: text.strip(dialect.WHITESPACE)),
     "nothing is trimmed at the end": replaced("trim", lambda text: text.lstrip(bytes(range(33)))),
     "the flag is not changed": changed_result(
-        "flip", lambda result, _path, file: (*result[:2], file)
+        "flip", lambda result, file: (*result[:2], file)
     ),
     "a number will do for the flag": replaced("bool", (bool, int)),
 }

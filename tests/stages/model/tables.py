@@ -7,7 +7,7 @@ sign, are written as in a URL: %0A.
 
     texts/*.tsv   name, text, "CODE at POSITION"
                   name, text, "ok", the compact text, the leaves' kinds[, the text at level 2]
-    files/*.tsv   name, file, status, the error record, or with status 0 or 1 the new file
+    files/*.tsv   name, file, status, the error in short, or with status 0 or 1 the new file
 """
 
 from collections.abc import Iterator
