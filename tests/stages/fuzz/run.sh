@@ -14,7 +14,7 @@ log=build/fuzz.log
 
 build "$build" --preset fuzz
 "$build/write-seeds" "$build/seeds"
-# The fuzzers run in a private root, where of all this tree there is only the build directory.
+# The fuzzers run in a private root, which contains only the build directory of this tree.
 cp tests/stages/fuzz/dialect.dict "$build"
 rm -rf "$build/found" "$build/corpus"
 mkdir -p "$build/found" "$build/corpus"
