@@ -270,6 +270,21 @@ TEST_F(GpioLineCalls, APulseSleepsOnForWhatASignalLeft)
                   "true\n");
 }
 
+TEST_F(GpioLineCalls, APulseSleepsOnAfterNoOtherFailure)
+{
+    openOutput(line);
+    for (const int error : {EPERM, EFAULT, EINVAL, ENOSYS}) {
+        SCOPED_TRACE(error);
+        calls.sleep = [error](const timespec* /*request*/, timespec* /*remaining*/) {
+            errno = error;
+            return -1;
+        };
+
+        EXPECT_EQ(callsOf([&] { return line.pulseFor(1, 3s); }),
+                  highWritten + "nanosleep 3.000000000\n" + lowWritten + "true\n");
+    }
+}
+
 // playSequence
 
 TEST_F(GpioLineCalls, ASequenceCountsOnTheSystemClock)
