@@ -49,10 +49,11 @@ TEST_P(Exception, OfAnyAllocationLeavesMain)
     }
 }
 
-TEST_P(Exception, OfAnyCallLeavesMain)
+// Of open(2) and opendir(3) compilers assume that they throw nothing.
+TEST_P(Exception, OfACallLeavesMain)
 {
     const RunKind& kind = GetParam();
-    for (const char* const call : {"usleep", "fopen", "open ", "opendir"}) {
+    for (const char* const call : {"usleep", "fopen"}) {
         SCOPED_TRACE(call);
         resetAppliance();
         kind.arrange();
