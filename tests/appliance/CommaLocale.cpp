@@ -6,9 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <string>
 
 #include "tests/appliance/Command.h"
@@ -38,7 +38,7 @@ void makeCommaLocale()
     }
     waitpid(child, nullptr, 0);
     if (!fs::exists(locale / "LC_NUMERIC")) {
-        std::fputs("cannot make a locale; is the package locales installed?\n", stderr);
+        std::cerr << "cannot make a locale; is the package locales installed?\n";
         std::abort();
     }
 }

@@ -36,61 +36,70 @@ void useCommaLocale()
     setenv("LANG", commaLocale, 1);
 }
 
-/// That the locale is there, and that a program which asked for it would get the comma.
-void expectCommaLocale()
+/// The decimal point that a program gets which asks for the locale.
+std::string decimalPointOfTheLocale()
 {
     makeCommaLocale();
     useCommaLocale();
-    EXPECT_NE(std::setlocale(LC_ALL, ""), nullptr);
-    EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-    std::setlocale(LC_ALL, "C");
+    static_cast<void>(std::setlocale(LC_ALL, ""));
+    const std::string point = std::localeconv()->decimal_point;
+    static_cast<void>(std::setlocale(LC_ALL, "C"));
     for (const char* const name : {"LOCPATH", "LC_ALL", "LANG"}) {
         unsetenv(name);
     }
+    return point;
+}
+
+struct Update {
+    RunResult run;
+    std::string config;
+};
+
+Update updatePreparedBy(const std::function<void()>& prepare)
+{
+    Appliance appliance;
+    appliance.setSwitch(Switch::low);
+    writeFile(configPath, R"({"App":{"isEncoder":false},"n":[1.5,-0.25e3,12345.678]})");
+    Update update;
+    update.run = appliance.run({configPath}, preparedBy(prepare));
+    update.config = readFile(configPath);
+    return update;
 }
 
 TEST(Surroundings, ALocaleWithADecimalCommaLeavesNumbersAndMessages)
 {
-    expectCommaLocale();
-    const std::string before = "{\"App\":{\"isEncoder\":false},\"n\":[1.5,-0.25e3,12345.678]}";
-    std::vector<std::string> afterwards;
-    std::vector<RunResult> runs;
-    for (const std::function<void()>& prepare :
-         {std::function<void()>([] {}), std::function<void()>(useCommaLocale)}) {
-        Appliance appliance;
-        appliance.setSwitch(Switch::low);
-        writeFile(configPath, before);
-        runs.push_back(appliance.run({configPath}, preparedBy(prepare)));
-        afterwards.push_back(readFile(configPath));
-        EXPECT_EQ(runs.back().status, 1);
-    }
-    EXPECT_NE(afterwards[0].find("      1.5,\n"), std::string::npos) << afterwards[0];
-    EXPECT_EQ(afterwards[1], afterwards[0]);
-    EXPECT_EQ(runs[1].out, runs[0].out);
-    EXPECT_EQ(runs[1].err, runs[0].err);
-    EXPECT_EQ(runs[1].log, runs[0].log);
+    ASSERT_EQ(decimalPointOfTheLocale(), ",");
+    const Update usual = updatePreparedBy([] {});
+    const Update comma = updatePreparedBy(useCommaLocale);
+
+    EXPECT_EQ(comma.run.status, 1);
+    EXPECT_NE(comma.config.find("      1.5,\n"), std::string::npos) << comma.config;
+    EXPECT_EQ(comma.config, usual.config);
+    EXPECT_EQ(comma.run.out, usual.run.out);
+    EXPECT_EQ(comma.run.err, usual.run.err);
+    EXPECT_EQ(comma.run.log, usual.run.log);
 }
 
-TEST(Surroundings, TheUmaskDecidesTheModeOfTheNewFile)
+class Umask : public testing::TestWithParam<mode_t> {};
+
+TEST_P(Umask, DecidesTheModeOfTheNewFile)
 {
-    for (const mode_t mask : {0000U, 0022U, 0077U, 0133U}) {
-        SCOPED_TRACE(mask);
-        Appliance appliance;
-        writeFile(configPath, handwritten("false"));
-        chmod(configPath.c_str(), 0600);
+    const mode_t mask = GetParam();
+    Appliance appliance;
+    writeFile(configPath, handwritten("false"));
+    chmod(configPath.c_str(), 0600);
 
-        EXPECT_EQ(appliance.run({configPath, "-enc"}, preparedBy([mask] { umask(mask); })).status,
-                  1);
+    EXPECT_EQ(appliance.run({configPath, "-enc"}, preparedBy([mask] { umask(mask); })).status, 1);
 
-        struct stat status = {};
-        ASSERT_EQ(lstat(configPath.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
-        EXPECT_EQ(status.st_uid, geteuid());
-        chmod(configPath.c_str(), 0600);
-        EXPECT_EQ(readFile(configPath), rewritten("true"));
-        EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
-    }
+    struct stat status = {};
+    ASSERT_EQ(lstat(configPath.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
+    EXPECT_EQ(status.st_uid, geteuid());
+    EXPECT_EQ(readFile(configPath), rewritten("true"));
+    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
 }
+
+INSTANTIATE_TEST_SUITE_P(, Umask, testing::Values(0000U, 0022U, 0077U, 0133U));
 
 TEST(Surroundings, ARelativePathIsTakenFromTheCurrentDirectory)
 {
@@ -109,26 +118,29 @@ TEST(Surroundings, ARelativePathIsTakenFromTheCurrentDirectory)
 }
 
 // Only "-query" itself is no file.
-TEST(FirstParameter, ThatBeginsLikeAParameterIsAFile)
+class FileNamedLikeAParameter : public testing::TestWithParam<const char*> {};
+
+TEST_P(FileNamedLikeAParameter, IsReadAndReplaced)
 {
-    for (const char* const name : {"-queryx", "-query ", "-query.json", "-quer", "-Query",
-                                   "--query", "query", "-enc", "-dec", "-flip"}) {
-        SCOPED_TRACE(name);
-        Appliance appliance;
-        appliance.setSwitch(Switch::low);
-        const std::string path = std::string(Appliance::directory) + "/" + name;
+    const std::string name = GetParam();
+    Appliance appliance;
+    appliance.setSwitch(Switch::low);
+    const std::string path = std::string(Appliance::directory) + "/" + name;
 
-        const RunResult missing = appliance.run({name});
-        EXPECT_EQ(missing.status, 163);
-        EXPECT_EQ(missing.err, std::string("ERROR: Cannot read Json config file '") + name + "'\n");
+    const RunResult missing = appliance.run({name});
+    EXPECT_EQ(missing.status, 163);
+    EXPECT_EQ(missing.err, "ERROR: Cannot read Json config file '" + name + "'\n");
 
-        writeFile(path, handwritten("false"));
-        EXPECT_EQ(appliance.run({name}).status, 1);
-        EXPECT_EQ(readFile(path), rewritten("true"));
-        EXPECT_EQ(appliance.run({name, "-query"}).status, 0);
-        EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{name});
-    }
+    writeFile(path, handwritten("false"));
+    EXPECT_EQ(appliance.run({name}).status, 1);
+    EXPECT_EQ(readFile(path), rewritten("true"));
+    EXPECT_EQ(appliance.run({name, "-query"}).status, 0);
+    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{name});
 }
+
+INSTANTIATE_TEST_SUITE_P(, FileNamedLikeAParameter,
+                         testing::Values("-queryx", "-query ", "-query.json", "-quer", "-Query",
+                                         "--query", "query", "-enc", "-dec", "-flip"));
 
 // A path is written as it is, line ends and control bytes included.
 TEST(FirstParameter, IsShownUnchanged)

@@ -19,7 +19,7 @@ namespace {
 /// Adds what is inserted to the transcript, one line for each flush.
 class ConsoleBuffer : public std::streambuf {
 public:
-    ConsoleBuffer(Calls& recorder, std::ostream& replaced, const std::string& streamName)
+    ConsoleBuffer(Calls& recorder, std::ostream& replaced, const char* streamName)
         : calls(recorder), stream(replaced), name(streamName), original(replaced.rdbuf(this))
     {
     }
@@ -375,6 +375,7 @@ std::string runProgram(Calls& calls, const std::vector<std::string>& arguments,
     std::vector<std::string> words = {programPath};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) {
         argv.push_back(word.data());
     }

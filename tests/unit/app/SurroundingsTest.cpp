@@ -27,8 +27,8 @@ namespace fs = std::filesystem;
 // and nothing of that changes the run.
 namespace {
 
-/// What the process has, one line for each item.
-std::string surroundings()
+/// What the process has and the private root leaves as it is, one line for each item.
+std::string processState()
 {
     std::ostringstream text;
     text << "locale " << std::setlocale(LC_ALL, nullptr) << ", " << std::locale().name() << '\n';
@@ -47,18 +47,29 @@ std::string surroundings()
     for (int number = 1; number < SIGRTMIN; ++number) {
         text << sigismember(&blocked, number);
     }
-    text << "\ntime zone " << tzname[0] << ' ' << timezone << '\n'
-         << "directory " << fs::current_path() << '\n';
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        text << "environment " << *variable << '\n';
-    }
+    text << '\n';
     for (int resource = 0; resource < RLIM_NLIMITS; ++resource) {
         rlimit limit{};
         getrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
         text << "limit " << resource << ' ' << limit.rlim_cur << ' ' << limit.rlim_max << '\n';
     }
-    text << "user " << getuid() << ' ' << geteuid() << ' ' << getgid() << ' ' << getegid() << '\n'
-         << "priority " << getpriority(PRIO_PROCESS, 0) << '\n';
+    text << "priority " << getpriority(PRIO_PROCESS, 0) << '\n';
+    return text.str();
+}
+
+/// That of the process before any test.
+const std::string firstProcessState = processState();
+
+/// All that the process has, one line for each item.
+std::string surroundings()
+{
+    std::ostringstream text;
+    text << processState() << "user " << getuid() << ' ' << geteuid() << ' ' << getgid() << ' '
+         << getegid() << "\ntime zone " << tzname[0] << ' ' << timezone << '\n'
+         << "directory " << fs::current_path() << '\n';
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        text << "environment " << *variable << '\n';
+    }
     return text.str();
 }
 
@@ -71,7 +82,7 @@ public:
     {
         setenv("LOCPATH", commaLocalePath, 1);
         setenv("LC_ALL", commaLocale, 1);
-        std::setlocale(LC_ALL, "");
+        static_cast<void>(std::setlocale(LC_ALL, ""));
         setenv("TZ", "EAST-5:30", 1);
         setenv("POSIXLY_CORRECT", "1", 1);
         setenv("TMPDIR", "/missing", 1);
@@ -86,9 +97,9 @@ public:
             unsetenv(name);
         }
         tzset();
-        std::signal(SIGPIPE, handlerBefore);
+        static_cast<void>(std::signal(SIGPIPE, handlerBefore));
         umask(maskBefore);
-        std::setlocale(LC_ALL, "C");
+        static_cast<void>(std::setlocale(LC_ALL, "C"));
     }
 
     Unusual(const Unusual&) = delete;
@@ -119,6 +130,7 @@ TEST_P(Surroundings, AreTheSameAtEachCall)
     };
 
     EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+    EXPECT_EQ(processState(), firstProcessState);
 }
 
 TEST_P(Surroundings, DoNotChangeARun)

@@ -35,7 +35,7 @@ Function* original(const char* name)
         return;
     }
     std::array<char, 2000> text{};
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
     currentCalls->add("syslog " + std::to_string(priority) + " " + format + " as " +
                       (identity == nullptr ? "nobody" : identity) + ": " +
                       quoted(text.data(), std::strlen(text.data())));
