@@ -104,6 +104,8 @@ def compile_commands():
     )  # fmt: skip
     targets = {}
     for entry in json.loads((plan / "compile_commands.json").read_text()):
+        if not pathlib.Path(entry["file"]).is_relative_to(TREE):
+            continue  # a source that the build makes
         source = pathlib.Path(entry["file"]).relative_to(TREE)
         words = entry["command"].split()
         target = re.search(r"/([^/ ]+)\.dir/", entry["command"]).group(1)
