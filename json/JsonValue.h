@@ -26,8 +26,8 @@ enum class JsonType : std::uint32_t {
 /// The three-letter name of a kind, "nul" to "unk"; valid for the whole run.
 const char* shortName(JsonType type) noexcept;
 
-/// The elements of an array, in the order of the text. As with any std::vector, the source of an
-/// assignment may not be a part of the target; a JsonValue that holds the array has no such limit.
+/// The elements of an array, in the order of the text. As with any std::vector, neither side of an
+/// assignment may be a part of the other; assign to the JsonValue that holds the array instead.
 using JsonArray = std::vector<JsonValue>;
 
 /// A node of a JSON tree: a kind and, for most kinds, a payload of it.

@@ -139,7 +139,7 @@ def measure_runs(bench, table, tool):
         "query, instructions / empty iostream", bench.instructions([tool] + QUERY) / floor, 1.4
     )
     flips = {}
-    for (name, size), bound in zip(documents.REALISTIC.items(), (2.2, 3.5, 10)):
+    for (name, size), bound in zip(documents.REALISTIC.items(), (2.1, 3.4, 10.1)):
         path = bench.document(name, documents.realistic(size))
         flips[size] = bench.instructions([tool] + FLIP, path)
         table.row(f"flip of {name}, the same ratio", flips[size] / floor, bound)
@@ -240,7 +240,8 @@ def measure_depth(bench, table, tool, sanitized):
         peak, _, size = bench.memory([tool] + FLIP, path)
         peaks[name] = (peak * 1024 / size, size)
     ratio, size = max(peaks.values(), key=lambda pair: pair[1])
-    table.row(f"deepest document, peak memory / output of {size / 1e6:.1f} MB", ratio, 1.2)
+    # The text grows by doubling, so its memory is up to twice its length while it is copied.
+    table.row(f"deepest document, peak memory / output of {size / 1e6:.1f} MB", ratio, 1.4)
     for program, kilobytes, what in ((tool, 1024, "release"), (sanitized, 8192, "sanitized")):
         failed = [
             name
