@@ -64,26 +64,20 @@ public:
     [[nodiscard]] JsonType type() const noexcept { return static_cast<JsonType>(content.index()); }
 
     /// The payload, inside the value, so that the caller may change it in place.
-    /// REQUIRES: type() is the kind named. Anything else ends the program.
-    [[nodiscard]] std::int64_t& integer() noexcept { return std::get<std::int64_t>(content); }
-    [[nodiscard]] double& real() noexcept { return std::get<double>(content); }
-    [[nodiscard]] bool& boolean() noexcept { return std::get<bool>(content); }
-    [[nodiscard]] std::string& string() noexcept { return std::get<std::string>(content); }
-    [[nodiscard]] JsonObject& object() noexcept { return std::get<JsonObject>(content); }
-    [[nodiscard]] JsonArray& array() noexcept { return std::get<JsonArray>(content); }
+    /// REQUIRES: type() is the kind named. Anything else throws std::bad_variant_access.
+    [[nodiscard]] std::int64_t& integer() { return std::get<std::int64_t>(content); }
+    [[nodiscard]] double& real() { return std::get<double>(content); }
+    [[nodiscard]] bool& boolean() { return std::get<bool>(content); }
+    [[nodiscard]] std::string& string() { return std::get<std::string>(content); }
+    [[nodiscard]] JsonObject& object() { return std::get<JsonObject>(content); }
+    [[nodiscard]] JsonArray& array() { return std::get<JsonArray>(content); }
 
-    [[nodiscard]] std::int64_t integer() const noexcept { return std::get<std::int64_t>(content); }
-    [[nodiscard]] double real() const noexcept { return std::get<double>(content); }
-    [[nodiscard]] bool boolean() const noexcept { return std::get<bool>(content); }
-    [[nodiscard]] const std::string& string() const noexcept
-    {
-        return std::get<std::string>(content);
-    }
-    [[nodiscard]] const JsonObject& object() const noexcept
-    {
-        return std::get<JsonObject>(content);
-    }
-    [[nodiscard]] const JsonArray& array() const noexcept { return std::get<JsonArray>(content); }
+    [[nodiscard]] std::int64_t integer() const { return std::get<std::int64_t>(content); }
+    [[nodiscard]] double real() const { return std::get<double>(content); }
+    [[nodiscard]] bool boolean() const { return std::get<bool>(content); }
+    [[nodiscard]] const std::string& string() const { return std::get<std::string>(content); }
+    [[nodiscard]] const JsonObject& object() const { return std::get<JsonObject>(content); }
+    [[nodiscard]] const JsonArray& array() const { return std::get<JsonArray>(content); }
 
 private:
     struct Null {};
