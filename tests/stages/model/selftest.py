@@ -140,9 +140,7 @@ RUN_FAULTS = {
     "a larger limit": replaced("SIZE_LIMIT", dialect.SIZE_LIMIT + 1),
     "only whitespace is trimmed": replaced("trim", lambda text: text.strip(dialect.WHITESPACE)),
     "nothing is trimmed at the end": replaced("trim", lambda text: text.lstrip(bytes(range(33)))),
-    "the flag is not changed": changed_result(
-        "flip", lambda result, file: (*result[:2], file)
-    ),
+    "the flag is not changed": changed_result("flip", lambda result, file: (*result[:2], file)),
     "a number will do for the flag": replaced("bool", (bool, int)),
 }
 
