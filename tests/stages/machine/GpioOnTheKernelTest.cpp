@@ -20,10 +20,10 @@
 #include <string>
 #include <vector>
 
-#include "gpio/GpioFile.h"
 #include "gpio/GpioLine.h"
 #include "tests/appliance/Files.h"
 #include "tests/stages/machine/HeldLine.h"
+#include "tests/stages/machine/KernelLine.h"
 
 namespace fs = std::filesystem;
 
@@ -38,12 +38,6 @@ using Levels = std::vector<std::int32_t>;
 
 constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
-
-const std::string root = gpioRoot;
-const std::string lineFolder = root + "gpio17";
-const std::string valueFile = lineFolder + "/value";
-const std::string directionFile = lineFolder + "/direction";
-const std::string edgeFile = lineFolder + "/edge";
 
 /// Line 17 in the chip's registers (the driver is drivers/gpio/gpio-mxc.c of the kernel).
 class Registers {
@@ -99,14 +93,6 @@ Registers& registers()
 /// Records the level that the chip drives after each write(2), as long as the object lives.
 Levels* levelsAfterWrites = nullptr;
 
-/// Writes the text to the kernel's file, which must accept it.
-void set(const std::string& path, const std::string& text)
-{
-    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size())) << path;
-    close(file);
-}
-
 /// The chip that has line 17.
 std::string chip()
 {
@@ -131,15 +117,6 @@ protected:
     {
         levelsAfterWrites = nullptr;
         takeBackExport();
-    }
-
-    static void takeBackExport()
-    {
-        if (fs::exists(lineFolder)) {
-            set(edgeFile, "none");
-            set(directionFile, "in");
-            set(root + "unexport", "17");
-        }
     }
 
     /// Opens line 17 as an output at low, and records the levels from then on.
@@ -568,10 +545,4 @@ TEST_F(GpioOnTheKernel, UnexportsTheLineWhenReleased)
         line.release();
         EXPECT_EQ(namesIn(root), before);
     }
-}
-
-int main(int argc, char** argv)
-{
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -34,6 +34,18 @@ NEEDED = {
 
 HARDWARE = ["-M", "virt", "-cpu", "cortex-a53", "-m", "256", "-accel", "tcg", "-nic", "none"]
 
+# Parts of the packages that nobody needs here.
+LARGE = (
+    "usr/share",
+    "kernel/net",
+    "kernel/sound",
+    "kernel/drivers/[gins]*",
+    "kernel/drivers/media",
+)
+
+# Nothing but the console; panics end the emulator.
+QUIET = ["-display", "none", "-monitor", "none", "-no-reboot"]
+
 
 class MachineError(Exception):
     """Something that keeps the machine from being built; its text is for the user."""
@@ -72,21 +84,114 @@ class Result:
         self.problem = problem
 
 
+class Results:
+    """What the cases of a stage came to. "console" is where the present ones are explained."""
+
+    def __init__(self, directory):
+        self.directory = Path(directory).resolve()
+        self.results = []
+        self.console = None
+
+    def check(self, name, holds, otherwise):
+        self.record(Result(name, None if holds else otherwise))
+
+    def record(self, result):
+        self.results.append(result)
+        if result.problem:
+            print(f"failed: {result.name}: {result.problem}; console: {self.console}", flush=True)
+
+    def count(self, prefix):
+        return sum(1 for result in self.results if result.name.startswith(prefix))
+
+    def check_count(self, table, pattern, prefix):
+        """No line of a table that fits the pattern may go missing."""
+        lines = (HERE / "guest" / table).read_text().splitlines()
+        count = sum(1 for line in lines if not line.startswith("#") and re.search(pattern, line))
+        found = self.count(prefix)
+        self.check(f"each line of {table} is a case", found == count, f"{found} of {count}")
+
+    def conclude(self, work):
+        """Does the work, writes down the results and returns the exit status."""
+        try:
+            work()
+        except MachineError as error:
+            self.check("the stage", False, f"{error}")
+        (self.directory / "results.txt").write_text(
+            "".join(
+                f"{'failed' if result.problem else 'passed'} {result.name}\n"
+                for result in self.results
+            )
+        )
+        failed = sum(1 for result in self.results if result.problem)
+        print(f"{len(self.results) - failed} passed, {failed} failed")
+        return 1 if failed else 0
+
+
+class Emulator:
+    """A running machine, whose console is read and written by lines and is kept in a file."""
+
+    def __init__(self, command, console, seconds, stderr=subprocess.STDOUT):
+        self.kept = console.open("wb")
+        self.deadline = time.monotonic() + seconds
+        self.pending = b""
+        self.ended = False  # by itself
+        self.process = subprocess.Popen(
+            [str(word) for word in command],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=stderr,
+        )
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        """Cuts the power."""
+        self.process.kill()
+        self.process.wait()
+        self.process.stdin.close()
+        self.process.stdout.close()
+        self.kept.close()
+
+    def line(self):
+        """The next line of the console; None when the machine ends, or at the deadline."""
+        while b"\n" not in self.pending:
+            left = self.deadline - time.monotonic()
+            if left <= 0 or not select.select([self.process.stdout], [], [], left)[0]:
+                return None
+            data = os.read(self.process.stdout.fileno(), 65536)
+            if not data:
+                self.ended = True
+                return None
+            self.kept.write(data)
+            self.kept.flush()
+            self.pending += data
+        line, self.pending = self.pending.split(b"\n", 1)
+        return line.decode(errors="replace").rstrip("\r")
+
+    def send(self, line):
+        self.process.stdin.write(line.encode() + b"\n")
+        self.process.stdin.flush()
+
+
 class Machine:
-    def __init__(self, directory, kernel_package, busybox_package, programs):
+    """What is fixed for all boots. "guests" are the directories of the scripts that run in it."""
+
+    def __init__(self, directory, packages, programs, guests=(HERE / "guest",), needed=NEEDED):
         self.directory = Path(directory)
         self.packages = self.directory / "packages"
-        self.unpack(kernel_package, busybox_package)
-        self.initramfs = self.make_initramfs(programs)
+        self.needed = needed
+        self.unpack(packages)
+        self.initramfs = self.make_initramfs(programs, guests)
 
-    def unpack(self, kernel_package, busybox_package):
+    def unpack(self, packages):
         """Takes out of the packages what is needed, unless an earlier run has."""
         stamp = self.packages / "unpacked"
-        names = f"{Path(kernel_package).name}\n{Path(busybox_package).name}\n"
+        names = (Path(packages) / "SHA256SUMS").read_text()
         if not stamp.exists() or stamp.read_text() != names:
             shutil.rmtree(self.packages, ignore_errors=True)
             self.packages.mkdir(parents=True)
-            for package in (kernel_package, busybox_package):
+            for package in sorted(Path(packages).glob("*.deb")):
                 with subprocess.Popen(
                     ["dpkg-deb", "--fsys-tarfile", package], stdout=subprocess.PIPE
                 ) as tar:
@@ -98,10 +203,7 @@ class Machine:
                             self.packages,
                             "--wildcards",
                             "--no-wildcards-match-slash",
-                            "--exclude=*/kernel/drivers/[a-ac-uw-z]*",
-                            "--exclude=*/kernel/sound",
-                            "--exclude=*/kernel/net",
-                            "--exclude=*/usr/share",
+                            *(f"--exclude=*/{tree}" for tree in LARGE),
                         ],
                         stdin=tar.stdout,
                     )
@@ -118,7 +220,7 @@ class Machine:
         config = self.only("boot/config-*").read_text()
         missing = [
             option
-            for option in NEEDED
+            for option in self.needed
             if not re.search(rf"^CONFIG_{option}=[ym]$", config, re.MULTILINE)
         ]
         if missing:
@@ -137,7 +239,7 @@ class Machine:
     def modules(self):
         """The modules' files, each after those that it needs."""
         files = []
-        for module in filter(None, NEEDED.values()):
+        for module in filter(None, self.needed.values()):
             lines = run(
                 [
                     "/sbin/modprobe",
@@ -155,7 +257,7 @@ class Machine:
                     files.append(words[1])
         return [Path(file) for file in files]
 
-    def make_initramfs(self, programs):
+    def make_initramfs(self, programs, guests):
         root = self.directory / "root"
         shutil.rmtree(root, ignore_errors=True)
         for name in ("bin", "dev", "proc", "sys", "tmp", "config", "disk", "full", "modules"):
@@ -164,7 +266,8 @@ class Machine:
         (root / "bin/sh").symlink_to("busybox")
         for program in programs:
             run(["aarch64-linux-gnu-strip", "-o", root / "bin" / Path(program).name, program])
-        shutil.copytree(HERE / "guest", root / "cases")
+        for guest in guests:
+            shutil.copytree(guest, root / "cases", dirs_exist_ok=True)
         (root / "cases/init").rename(root / "init")
         (root / "init").chmod(0o755)
         order = []
@@ -216,13 +319,9 @@ class Machine:
         command = [
             "qemu-system-aarch64",
             *HARDWARE,
-            "-display",
-            "none",
-            "-monitor",
-            "none",
+            *QUIET,
             "-serial",
             "stdio",
-            "-no-reboot",
             "-kernel",
             self.kernel,
             "-initrd",
@@ -236,42 +335,31 @@ class Machine:
             command += disk.arguments()
         lines = []
         cut = False
-        deadline = time.monotonic() + seconds
-        with console.open("wb") as kept, subprocess.Popen(
-            command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT
-        ) as emulator:
-            try:
-                pending = b""
-                while True:
-                    left = deadline - time.monotonic()
-                    if left <= 0 or not select.select([emulator.stdout], [], [], left)[0]:
-                        break
-                    data = os.read(emulator.stdout.fileno(), 65536)
-                    if not data:
-                        cut = False
-                        break
-                    kept.write(data)
-                    *complete, pending = (pending + data).split(b"\n")
-                    lines += [line.decode(errors="replace").rstrip("\r") for line in complete]
-                    if cut_at and not cut and any(line.startswith(cut_at) for line in lines):
-                        cut = True
-                        deadline = time.monotonic() + cut_after
-            finally:
-                emulator.kill()
-        ended = cut or (not cut_at and "@end" in lines)
-        results = []
-        output = []
-        for line in lines:
-            if line.startswith("@pass "):
-                results.append(Result(line[len("@pass ") :]))
-            elif line.startswith("@fail "):
-                case, _, problem = line[len("@fail ") :].partition(": ")
-                results.append(Result(case, problem or "failed"))
-            elif line.startswith("@") and line not in ("@end", "@cut"):
-                output.append(line[1:])
-        if not ended:
-            results.append(Result(f"the machine's run of {scripts}", "came to no end"))
-        return results, output
+        with Emulator(command, console, seconds) as emulator:
+            while (line := emulator.line()) is not None:
+                lines.append(line)
+                if cut_at and not cut and line.startswith(cut_at):
+                    cut = True
+                    emulator.deadline = time.monotonic() + cut_after
+            ended = cut and not emulator.ended or not cut_at and "@end" in lines
+        return results_of(scripts, lines, ended)
+
+
+def results_of(scripts, lines, ended):
+    """The results that the scripts reported, and the other lines that begin with "@"."""
+    results = []
+    output = []
+    for line in lines:
+        if line.startswith("@pass "):
+            results.append(Result(line[len("@pass ") :]))
+        elif line.startswith("@fail "):
+            case, _, problem = line[len("@fail ") :].partition(": ")
+            results.append(Result(case, problem or "failed"))
+        elif line.startswith("@") and line not in ("@end", "@cut"):
+            output.append(line[1:])
+    if not ended:
+        results.append(Result(f"the machine's run of {scripts}", "came to no end"))
+    return results, output
 
 
 def run(command, **options):

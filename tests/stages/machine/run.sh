@@ -17,11 +17,11 @@ short | long) ;;
     exit 2
     ;;
 esac
-step "fetching the kernel" sh tests/stages/machine/fetch.sh
-packages=$(tail -n 2 "$log")
+release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
+step "fetching the kernel" sh tests/stages/machine/fetch.sh "$release" arm64 machine alone \
+    linux-image-arm64 busybox-static
+packages=$(tail -n 1 "$log")
 targets=machine
 build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
-# Each package is an argument of its own.
-# shellcheck disable=SC2086
-step "running the machine" python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" $packages
+step "running the machine" python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" "$packages"
 cat "$log"

@@ -1,13 +1,13 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
-"""stage.py DIRECTORY short|long PACKAGE...: boots the machine as often as it takes, and counts."""
+"""stage.py DIRECTORY short|long PACKAGES: boots the machine as often as it takes, and counts."""
 
 import random
 import sys
 from pathlib import Path
 
 import powercuts
-from machine import HERE, Disk, Machine, MachineError, Result, run
+from machine import Disk, Machine, MachineError, Results, run
 
 PROGRAMS = (
     "switch-querier",
@@ -33,16 +33,12 @@ def allowed_at(cut, replacements):
     return allowed
 
 
-class Stage:
+class Stage(Results):
     def __init__(self, directory, extent, packages):
-        self.directory = Path(directory).resolve()
+        super().__init__(directory)
         self.extent = extent
-        kernel = next(name for name in packages if "/linux-image-" in name)
-        busybox = next(name for name in packages if "/busybox-static_" in name)
         programs = [self.directory / "programs" / name for name in PROGRAMS]
-        self.machine = Machine(self.directory, kernel, busybox, programs)
-        self.results = []
-        self.console = None
+        self.machine = Machine(self.directory, packages, programs)
 
     def boot(self, name, *arguments, **options):
         """Boots the machine, and takes over its results."""
@@ -51,14 +47,6 @@ class Stage:
         for result in results:
             self.record(result)
         return output
-
-    def check(self, name, holds, otherwise):
-        self.record(Result(name, None if holds else otherwise))
-
-    def record(self, result):
-        self.results.append(result)
-        if result.problem:
-            print(f"failed: {result.name}: {result.problem}; console: {self.console}")
 
     def run_all(self):
         self.run_program()
@@ -77,9 +65,9 @@ class Stage:
     def run_program(self):
         """GpioLine, and the program for each line of the tables."""
         self.boot("program", "gpio,program", self.disks_for_program())
-        self.check_count("program.cases", "line ")
+        self.check_count("program.cases", ".", "line ")
         self.boot("gone", "gone", self.disks_for_program(), chip="gpio1")
-        self.check_count("gone.cases", "line gone")
+        self.check_count("gone.cases", ".", "line gone")
         print(
             f"GpioLine: {self.count('GpioOnTheKernel.')} tests; the program: "
             f"{self.count('line ')} runs"
@@ -94,16 +82,6 @@ class Stage:
             run(["/sbin/mkfs.ext4", "-q", "-m", "0", image])
             disks.append(Disk(name, image))
         return disks
-
-    def count(self, prefix):
-        return sum(1 for result in self.results if result.name.startswith(prefix))
-
-    def check_count(self, table, prefix):
-        """No line of a table may go missing."""
-        lines = (HERE / "guest" / table).read_text().splitlines()
-        count = sum(1 for line in lines if line and not line.startswith("#"))
-        found = self.count(prefix)
-        self.check(f"each line of {table} is a case", found == count, f"{found} of {count}")
 
     def run_power_cuts(self, replacements, document):
         """Cuts the power after replacements, and looks at what that left, and at what a cut at any
@@ -235,25 +213,13 @@ class Stage:
         )
 
 
-def main(directory, extent, *packages):
+def main(directory, extent, packages):
     try:
         stage = Stage(directory, extent, packages)
     except MachineError as error:
         print(f"machine: {error}")
         return 1
-    try:
-        stage.run_all()
-    except MachineError as error:
-        stage.check("the stage", False, f"{error}")
-    (stage.directory / "results.txt").write_text(
-        "".join(
-            f"{'failed' if result.problem else 'passed'} {result.name}\n"
-            for result in stage.results
-        )
-    )
-    failed = sum(1 for result in stage.results if result.problem)
-    print(f"{len(stage.results) - failed} passed, {failed} failed")
-    return 1 if failed else 0
+    return stage.conclude(stage.run_all)
 
 
 if __name__ == "__main__":

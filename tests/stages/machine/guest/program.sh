@@ -5,25 +5,26 @@
 # Runs the program once for each line of program.cases and compares all that it leaves with what
 # expected-run writes.
 
-# Of the GPIO chip: the outputs' levels, +4 the directions (1: output), +8 the inputs' levels.
-registers=0x4f000000
+# shellcheck source=tests/stages/machine/guest/chip.sh
+. /cases/chip.sh
 gpio=/sys/class/gpio
-chip=$(echo /sys/devices/platform/4f000000.gpio/gpiochip*)
-chip=/dev/${chip##*/}
-bit=$((1 << 17))
 newline='
 '
 
-# Line 18 belongs to another user, an output that is high; it must stay so.
-bystander=$((1 << 18))
+# Line 18 belongs to another user, an output that is high; it and the other lines must stay as they
+# are. The chip without line 17 has no line 18 either.
+bystander=
 if echo 18 >$gpio/export 2>/tmp/none; then
     echo high >$gpio/gpio18/direction
-else
-    bystander=0 # the chip without line 17 has no line 18 either
+    bystander=" $gpio/gpio18"
 fi
+bit=$((1 << 17))
+levels=$(($(output_levels) & ~bit))
+directions=$(($(devmem $((registers + 4))) & ~bit))
 
-mount -t ext4 "$(disk work)" /disk
-mount -t ext4 "$(disk full)" /full
+mount -t ext4 "$(disk work)" /disk || fail "mounting the disk" "see the console"
+full=$(disk full)
+[ -z "$full" ] || mount -t ext4 "$full" /full
 
 # Exports line 17, or unexports it.
 export_line() {
@@ -37,8 +38,8 @@ unexport_line() {
 prepare_line() {
     holder=
     case $1 in
-    *low) devmem $((registers + 8)) 32 0 ;;
-    *high) devmem $((registers + 8)) 32 $bit ;;
+    *low) set_level 0 ;;
+    *high) set_level 1 ;;
     esac
     case $1 in
     new-*) unexport_line ;;
@@ -131,11 +132,10 @@ check_line() {
         compare "direction" "$direction" in
         ;;
     esac
-    [ $bystander -eq 0 ] || names="$names $gpio/gpio18"
     set -- $gpio/*
-    compare "the GPIO directory" "$*" "$names $gpio_chips $gpio/unexport"
-    compare "the outputs' levels" "$(($(devmem $registers)))" $bystander
-    compare "the directions" "$(($(devmem $((registers + 4)))))" $bystander
+    compare "the GPIO directory" "$*" "$names$bystander $gpio_chips $gpio/unexport"
+    compare "the outputs' levels" "$(output_levels)" $levels
+    compare "the directions" "$(($(devmem $((registers + 4)))))" $directions
 }
 
 gpio_chips=$(echo $gpio/gpiochip*)
@@ -148,7 +148,7 @@ while read -r line marker disk file command status; do
     case_number=$((case_number + 1))
     problem=
     prepare_line "$line"
-    devmem $registers 32 $bystander # the line's bit keeps the level of an output that it was
+    devmem $registers 32 $levels # the line's bit keeps the level of an output that it was
     prepare_markers "$marker"
     prepare_disk "$disk" "$file"
 
@@ -163,8 +163,11 @@ while read -r line marker disk file command status; do
     unset IFS
     expected-run "$line" "$marker" "$disk" "$file" $directory/config.json "$@" ||
         problem=" expected-run failed;"
+    look_at_pins
     $holder /bin/switch-querier "$@" >/tmp/out 2>/tmp/err
     compare "the status" $? "$status"
+    look_at_pins
+    compare "what the pins did" "$pins" ""
     compare "the expected status" "$(cat /tmp/expected/status)" "$status"
     compare_files "standard output" /tmp/out /tmp/expected/out
     compare_files "standard error" /tmp/err /tmp/expected/err
@@ -188,4 +191,4 @@ while read -r line marker disk file command status; do
         fail "$name" "$(echo "$problem" | tr '\n' '~')"
     fi
 done <"/cases/${table:-program.cases}"
-umount /disk /full
+umount /disk ${full:+/full}

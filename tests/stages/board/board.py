@@ -1,0 +1,109 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+"""The i.MX 8M Plus evaluation board, emulated: its pins are driven and watched from outside."""
+
+import os
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parents[1] / "machine"))
+
+from machine import QUIET, Emulator  # pylint: disable=wrong-import-position
+
+HERE = Path(__file__).parent
+NEEDED = {
+    "GPIO_SYSFS": None,
+    "GPIO_CDEV": None,
+    "GPIO_MXC": None,
+    "DEVMEM": None,
+    "DEVTMPFS": None,
+    "SERIAL_IMX_CONSOLE": None,
+    "MMC_BLOCK": None,
+    "MMC_SDHCI_ESDHC_IMX": "sdhci-esdhc-imx",
+    "BLK_DEV_LOOP": "loop",
+    "EXT4_FS": "ext4",
+}
+CHIP = "/machine/soc/gpio1"  # the emulator's name of the chip that has the lines 0 to 31
+CHANGE = re.compile(r"\[S \+([0-9.]+)\] IRQ (raise|lower) ([0-9]+)$")
+
+
+class Board(Emulator):
+    """The running board. The emulator connects to a socket of ours for the pins, and stamps what
+    they do with the time."""
+
+    def __init__(self, emulator, hardware, console, seconds=900):
+        with tempfile.TemporaryDirectory() as directory, socket.socket(socket.AF_UNIX) as listening:
+            listening.bind(f"{directory}/qtest")
+            listening.listen()
+            listening.settimeout(60)
+            pins = console.with_suffix(".pins")
+            pins.write_bytes(b"")
+            self.changes = pins.open()
+            super().__init__(
+                [
+                    *emulator,
+                    "-M",
+                    "imx8mp-evk",
+                    "-m",
+                    "1G",
+                    "-accel",
+                    "tcg",
+                    "-nic",
+                    "none",
+                    *QUIET,
+                    "-qtest",
+                    f"unix:{directory}/qtest",
+                    "-serial",
+                    "null",
+                    "-serial",
+                    "stdio",
+                    *hardware,
+                ],
+                console,
+                seconds,
+                stderr=pins.open("a"),
+            )
+            self.pins, _ = listening.accept()
+        self.pins.settimeout(60)
+        self.answers = self.pins.makefile("r")
+        self.tell("irq_intercept_out " + CHIP)
+
+    def __exit__(self, *exception):
+        super().__exit__(*exception)
+        self.answers.close()
+        self.pins.close()
+        self.changes.close()
+
+    def tell(self, command):
+        """Has the emulator do something with the hardware, and returns its answer."""
+        self.pins.sendall(command.encode() + b"\n")
+        while not (answer := self.answers.readline()).startswith(("OK", "FAIL")):
+            if not answer:
+                raise EOFError("the emulator ended")
+        return answer.strip()
+
+    def drive(self, line, level):
+        """Sets the level of an input."""
+        return self.tell(f"set_irq_in {CHIP} unnamed-gpio-in {line} {level}")
+
+    def pin_changes(self):
+        """What the outputs have done since the last time: "17=1@SECONDS" and the like."""
+        found = []
+        for line in self.changes.readlines():
+            if change := CHANGE.match(line):
+                time, word, number = change.groups()
+                found.append(f"{number}={int(word == 'raise')}@{time}")
+        return found
+
+    def answer(self, question):
+        """Answers what a script of the guest asks for."""
+        name, *words = question.split()
+        if name == "drive":
+            return self.drive(*words)
+        if name == "pins":
+            return " ".join(self.pin_changes())
+        return self.tell(question)

@@ -1,0 +1,55 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+
+# Runs the program for 64-bit Arm on an emulated board; see README.md. "long" as argument adds boots.
+set -eu
+cd "$(dirname "$0")/../../.."
+. scripts/steps.sh
+build=build/board
+log=build/board.log
+
+extent=${1:-short}
+case $extent in
+short | long) ;;
+*)
+    echo "usage: tests/stages/board/run.sh [long]" >&2
+    exit 2
+    ;;
+esac
+
+# usage: fetch WHAT ARCHITECTURE NAME alone|all PACKAGE…; sets "fetched" to their directory.
+fetch() {
+    what=$1
+    shift
+    step "fetching $what" sh tests/stages/machine/fetch.sh trixie "$@"
+    fetched=$(tail -n 1 "$log")
+}
+
+unpack_emulator() {
+    cmp -s "$fetched/SHA256SUMS" "$root/SHA256SUMS" || {
+        rm -rf "$root" && mkdir -p "$root" &&
+            for package in "$fetched"/*.deb; do
+                dpkg-deb -x "$package" "$root" || return 1
+            done && cp "$fetched/SHA256SUMS" "$root"
+    }
+}
+
+fetch "the kernel" arm64 board alone linux-image-arm64 busybox-static
+set -- "$build" "$extent" "$fetched"
+# The board came with QEMU 10. If there is none, Debian 13's runs from a directory of its own.
+if qemu-system-aarch64 -M help 2>/dev/null | grep -q '^imx8mp-evk '; then
+    set -- "$@" qemu-system-aarch64
+else
+    root=$PWD/$build/qemu
+    libraries=$root/usr/lib/$(uname -m)-linux-gnu
+    fetch "the emulator" "$(dpkg --print-architecture)" qemu all qemu-system-arm
+    step "unpacking the emulator" unpack_emulator
+    set -- "$@" env "QEMU_MODULE_DIR=$libraries/qemu" "$(echo "$root"/usr/lib*/ld-linux-*)" \
+        --library-path "$libraries" "$root/usr/bin/qemu-system-aarch64" -L "$root/usr/share/qemu"
+fi
+
+targets=board
+build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
+step "running the board" python3 -B tests/stages/board/stage.py "$@"
+cat "$log"
