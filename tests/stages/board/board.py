@@ -2,17 +2,12 @@
 # SPDX-License-Identifier: MIT
 """The i.MX 8M Plus evaluation board, emulated: its pins are driven and watched from outside."""
 
-import os
 import re
 import socket
-import subprocess
-import sys
 import tempfile
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parents[1] / "machine"))
-
-from machine import QUIET, Emulator  # pylint: disable=wrong-import-position
+from machine import QUIET, Emulator
 
 HERE = Path(__file__).parent
 NEEDED = {

@@ -2,7 +2,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Runs the program for 64-bit Arm on an emulated board; see README.md. "long" as argument adds boots.
+# Runs the program for 64-bit Arm on an emulated board; see README.md. The argument "long" adds
+# boots.
 set -eu
 cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
@@ -51,5 +52,7 @@ fi
 
 targets=board
 build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
+PYTHONPATH=tests/stages/machine
+export PYTHONPATH
 step "running the board" python3 -B tests/stages/board/stage.py "$@"
 cat "$log"

@@ -23,5 +23,6 @@ step "fetching the kernel" sh tests/stages/machine/fetch.sh "$release" arm64 mac
 packages=$(tail -n 1 "$log")
 targets=machine
 build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
-step "running the machine" python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" "$packages"
+step "running the machine" python3 -B tests/stages/machine/stage.py "$build" "${1:-short}" \
+    "$packages"
 cat "$log"

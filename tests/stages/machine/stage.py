@@ -4,7 +4,6 @@
 
 import random
 import sys
-from pathlib import Path
 
 import powercuts
 from machine import Disk, Machine, MachineError, Results, run
