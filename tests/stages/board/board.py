@@ -94,6 +94,21 @@ class Board(Emulator):
                 found.append(f"{number}={int(word == 'raise')}@{time}")
         return found
 
+    def wait_for(self, beginning):
+        """The lines up to the one that begins so, and that one; both None if it does not come."""
+        lines = []
+        while (line := self.line()) is not None:
+            if line.startswith(beginning):
+                return lines, line
+            lines.append(line)
+        return None, None
+
+    def shell(self, command):
+        """Has Debian do something. Returns what it printed, and whether it succeeded."""
+        self.send(command)
+        lines, status = self.wait_for("@status ")
+        return lines or [], status == "@status 0"
+
     def answer(self, question):
         """Answers what a script of the guest asks for."""
         name, *words = question.split()

@@ -9,6 +9,7 @@ cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
 build=build/board
 log=build/board.log
+debian="?essential systemd-sysv udev rsyslog libstdc++6"
 
 extent=${1:-short}
 case $extent in
@@ -50,8 +51,28 @@ else
         --library-path "$libraries" "$root/usr/bin/qemu-system-aarch64" -L "$root/usr/share/qemu"
 fi
 
+# The card is made anew only when its packages or its recipe have changed.
+recipe=tests/stages/board/debian.sh
+make_card() {
+    cat "$fetched/SHA256SUMS" $recipe >"$build/card.new" || return 1
+    cmp -s "$build/card.new" "$build/card.made" || {
+        rm -f "$build/card.made" &&
+            fakeroot sh $recipe "$fetched" "$build/debian" "$build/debian.img" &&
+            rm -rf "$build/debian" && mv "$build/card.new" "$build/card.made"
+    }
+}
+# Each package is an argument of its own.
+# shellcheck disable=SC2086
+fetch "Debian" arm64 debian all $debian
+step "making the card" make_card
+
 targets=board
 build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
+targets=
+build "$build/packing" --preset aarch64 -D SWITCH_QUERIER_TESTS=OFF
+mkdir -p "$build/package"
+step packing cpack --config "$build/packing/CPackConfig.cmake" -G DEB -B "$build/package"
+mv "$build"/package/switch-querier_*.deb "$build/package/switch-querier.deb"
 PYTHONPATH=tests/stages/machine
 export PYTHONPATH
 step "running the board" python3 -B tests/stages/board/stage.py "$@"

@@ -2,15 +2,23 @@
 # SPDX-License-Identifier: MIT
 """stage.py DIRECTORY short|long PACKAGES EMULATOR...: boots the board, and counts what it says."""
 
+import shutil
 import sys
 
 from board import HERE, NEEDED, Board
 from machine import HERE as MACHINE
 from machine import Machine, MachineError, Results, results_of
 
-PROGRAMS = ("switch-querier", "expected-run", "gpio-on-the-board-test")
+PROGRAMS = ("switch-querier", "expected-run", "hold-line", "gpio-on-the-board-test")
 # The lines of program.cases that guest/pin.sh takes.
 PIN_CASES = r"^(new-|out-)?(low|high) +none +ext4 .* (FILE|FILE,-query|-query) "
+# What Debian is to do besides what its units do; nothing times out because the host is slow.
+DEBIAN = (
+    "scripts=debian systemd.getty_auto=no systemd.show_status=no "
+    "systemd.default_timeout_start_sec=600"
+)
+SCRIPTS = "sh /cases/debian/"
+UNITS = ("switch-querier.service", "application.service")
 
 
 class Stage(Results):
@@ -19,31 +27,24 @@ class Stage(Results):
         self.extent = extent
         self.emulator = emulator
         programs = [self.directory / "programs" / name for name in PROGRAMS]
-        guests = (MACHINE / "guest", HERE / "guest")
+        guests = (MACHINE / "guest", HERE / "guest", self.directory / "package")
         self.machine = Machine(self.directory, packages, programs, guests, NEEDED)
         self.tree = self.machine.only("usr/lib/linux-image-*/freescale/imx8mp-evk.dtb")
+        self.card = self.directory / "card.img"
 
-    def boot(self, name, options, *disks):
+    def boot(self, name, options, *disks, pin=0):
         """The board, just switched on."""
         self.console = self.directory / f"console-{name}.txt"
-        return Board(
-            self.emulator,
-            [
-                "-kernel",
-                self.machine.kernel,
-                "-dtb",
-                self.tree,
-                "-initrd",
-                self.machine.initramfs,
-                *disks,
-                "-append",
-                f"console=ttymxc1 panic=-1 quiet {options}",
-            ],
-            self.console,
-        )
+        hardware = ["-kernel", self.machine.kernel, "-dtb", self.tree]
+        hardware += ["-initrd", self.machine.initramfs, *disks, "-append"]
+        hardware += [f"console=ttymxc1 panic=-1 quiet {options}"]
+        board = Board(self.emulator, hardware, self.console)
+        board.drive(17, pin)
+        return board
 
     def run_all(self):
         self.run_pin()
+        self.run_debian()
 
     def run_pin(self):
         """The program and GpioLine, with the pin driven and watched from outside."""
@@ -53,13 +54,77 @@ class Stage(Results):
                 lines.append(line)
                 if line.startswith("@ask "):
                     board.send(board.answer(line.removeprefix("@ask ")))
-        for result in results_of("gpio,pin", lines, "@end" in lines)[0]:
-            self.record(result)
+        self.record_from("gpio,pin", lines, "@end" in lines)
         self.check_count("program.cases", PIN_CASES, "line ")
         print(
             f"GpioLine: {self.count('GpioOnTheBoard.')} tests; the program: "
             f"{self.count('line ')} runs"
         )
+
+    def record_from(self, scripts, lines, ended):
+        for result in results_of(scripts, lines, ended)[0]:
+            self.record(result)
+
+    def run_debian(self):
+        """Installs the package, boots once for each line of boots.cases, and purges it."""
+        shutil.copyfile(self.directory / "debian.img", self.card)
+        boots = (HERE / "boots.cases").read_text().splitlines()
+        boots = [line for line in boots if line and not line.startswith("#")]
+        if self.extent == "short":
+            boots = boots[:2]
+        columns = [line.split() for line in boots]
+        with self.boot_debian("install") as board:
+            self.do(board, "install")
+            self.prepare(board, columns[0])
+        for number, (name, line, *_) in enumerate(columns):
+            last = number + 1 == len(columns)
+            with self.boot_debian(name, pin=int(line == "high")) as board:
+                lines, ended = board.shell(f"{SCRIPTS}check.sh {boots[number]}")
+                self.record_from("check.sh", lines, ended)
+                if not last:
+                    self.prepare(board, columns[number + 1])
+                elif self.extent == "short":
+                    self.do(board, "purge")
+                else:
+                    self.prepare(board, columns[0])
+        if self.extent == "long":
+            self.cut_power()
+        print(f"Debian: {self.count('boot ')} boots with the package")
+        self.card.unlink()
+
+    def boot_debian(self, name, options="", pin=0):
+        """Debian, when all its units have started or failed to."""
+        disk = ("-drive", f"file={self.card},if=sd,bus=2,format=raw")
+        board = self.boot(f"debian-{name}", f"{DEBIAN} {options}", *disk, pin=pin)
+        if name != "cut":
+            lines, _ = board.wait_for("@ready")
+            self.check(f"Debian starts: {name}", lines is not None, "came to no end")
+        return board
+
+    def do(self, board, script):
+        lines, succeeded = board.shell(SCRIPTS + script + ".sh")
+        self.check(f"Debian: {script}", succeeded, " ".join(lines[-9:]))
+
+    def prepare(self, board, columns):
+        """What the next boot is to find."""
+        lines, succeeded = board.shell(SCRIPTS + "prepare.sh " + " ".join(columns[1:]))
+        if not succeeded:
+            raise MachineError("Debian cannot be prepared: " + " ".join(lines))
+
+    def cut_power(self):
+        """Cuts the power as soon as the unit has succeeded and the application runs."""
+        with self.boot_debian("cut") as board:
+            lines, _ = board.wait_for("@application")
+            self.check("power cut: the application starts", lines is not None, "came to no end")
+        masked = " ".join("systemd.mask=" + unit for unit in UNITS)
+        with self.boot_debian("after-cut", masked) as board:
+            new = "/cases/documents/new-encoder.json"
+            _, same = board.shell(f"cmp /config/app.json {new} && [ ! -e /run/application.json ]")
+            self.check("power cut after the unit's success: the new text", same, "another one")
+        with self.boot_debian("hang") as board:
+            self.do(board, "security")
+            self.do(board, "hang")
+            self.do(board, "purge")
 
 
 def main(directory, extent, packages, *emulator):

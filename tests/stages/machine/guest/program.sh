@@ -113,14 +113,6 @@ $read_log
 EOF
 }
 
-# Note a difference, of texts and of files.
-compare() {
-    [ "$2" = "$3" ] || problem="$problem $1 is [$2], not [$3];"
-}
-compare_files() {
-    cmp -s "$2" "$3" || problem="$problem $1 is [$(head -c 999 "$2")], not [$(head -c 999 "$3")];"
-}
-
 check_line() {
     local names direction
     names="$gpio/export"

@@ -61,3 +61,11 @@ make_texts() {
     cp /tmp/texts/1 /tmp/texts/2
     switch-querier /tmp/texts/2 -enc >/tmp/none 2>&1
 }
+
+# Note a difference, of texts and of files.
+compare() {
+    [ "$2" = "$3" ] || problem="$problem $1 is [$2], not [$3];"
+}
+compare_files() {
+    cmp -s "$2" "$3" || problem="$problem $1 is [$(head -c 999 "$2")], not [$(head -c 999 "$3")];"
+}

@@ -1,0 +1,11 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=dash
+
+# Does what the lines from the host say, and reports each one's status.
+stty -echo
+printf "\n@ready\n" # on a line of its own, after what systemd resets the terminal with
+while read -r line; do
+    (eval "$line") </dev/null 2>&1
+    echo "@status $?"
+done
