@@ -2,42 +2,17 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Makes the image of an SD card with Debian from its packages. It is extracted, not configured: what
-# the packages' scripts would have done and is needed here is done below.
+# Makes the image of an SD card with Debian from its packages, and does what is needed here of what
+# their scripts would do.
 # usage: fakeroot sh debian.sh PACKAGES ROOT IMAGE; PACKAGES and ROOT are directories.
 set -eu
+cd "$(dirname "$0")/../../.."
 packages=$1
 root=$2
 image=$3
-database=$root/var/lib/dpkg
 rm -rf "$root"
-mkdir -p "$database/info" "$database/updates" "$database/triggers" "$root/config"
-control=$(mktemp -d)
-trap 'rm -rf "$control"' EXIT
-
-for package in "$packages"/*.deb; do
-    rm -rf "$control"
-    dpkg-deb --raw-extract "$package" "$control"
-    name=$(sed -n 's/^Package: //p' "$control/DEBIAN/control")
-    if grep -qx 'Multi-Arch: same' "$control/DEBIAN/control"; then
-        name=$name:arm64
-    fi
-    {
-        echo "Status: install ok installed"
-        cat "$control/DEBIAN/control"
-        echo
-    } >>"$database/status"
-    (cd "$control" && find . -path ./DEBIAN -prune -o -print | sed 's/^\.//; s|^$|/.|') \
-        >"$database/info/$name.list"
-    rm -r "$control/DEBIAN"
-    cp -a "$control/." "$root"
-done
-
-ln -s /run "$root/var/run"
-ln -s /run/lock "$root/var/lock"
-for file in passwd group; do
-    cp "$root/usr/share/base-passwd/$file.master" "$root/etc/$file"
-done
+sh tests/stages/machine/extract.sh "$packages" "$root"
+mkdir "$root/config"
 ln -s /usr/lib/systemd/system/rsyslog.service "$root/etc/systemd/system/syslog.service"
 mkdir -p "$root/etc/systemd/system/multi-user.target.wants"
 ln -s /usr/lib/systemd/system/rsyslog.service "$root/etc/systemd/system/multi-user.target.wants"

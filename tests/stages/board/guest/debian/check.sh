@@ -34,7 +34,8 @@ fi
 
 # The records. Their facility is 0, which journald leaves out and rsyslog takes for the kernel's.
 journalctl --sync
-journalctl --boot --identifier=switch-querier --output=export _TRANSPORT=syslog |
+journalctl --boot --identifier=switch-querier --output=export _TRANSPORT=syslog \
+    --output-fields=PRIORITY,SYSLOG_FACILITY,SYSLOG_IDENTIFIER,MESSAGE |
     mawk '/^PRIORITY=/ { level = substr($0, 10) == 3 ? "err" : substr($0, 10) == 6 ? "info" : $0 }
         /^SYSLOG_FACILITY=/ { facility = " with " $0 }
         /^SYSLOG_IDENTIFIER=/ { name = substr($0, 19) }
@@ -68,7 +69,8 @@ else
     ! cmp -s "/cases/documents/$document.json" /config/app.json || mode=644
     compare "the file's mode" "$(stat -c '%a %U:%G' /config/app.json)" "$mode root:root"
 fi
-[ "$status" = 236 ] || [ ! -e /config/app.json.filsec ] || problem="$problem the temporary file is left;"
+[ "$status" = 236 ] || [ ! -e /config/app.json.filsec ] ||
+    problem="$problem the temporary file is left;"
 
 if [ -z "$problem" ]; then
     pass "$name"

@@ -7,8 +7,8 @@
 set -e
 # shellcheck source=tests/stages/board/guest/debian/unit.sh
 . /cases/debian/unit.sh
-rm -rf /config/* /cases/held
-[ "$1" != held ] || touch /cases/held
+rm -rf /config/* /var/held
+[ "$1" != held ] || touch /var/held
 [ "$2" = none ] || touch "/config/$2"
 [ "$4" = none ] || install -m 644 "/cases/documents/$4.json" /config/app.json
 if [ "$3" = full ]; then
