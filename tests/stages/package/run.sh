@@ -118,6 +118,30 @@ sh tests/stages/package/try.sh "$build/try" qemu-aarch64 -L /usr/aarch64-linux-g
 sh tests/stages/package/try.sh "$build/try" qemu-aarch64 "$build/image/usr/sbin/switch-querier" ||
     fail "tarball"
 
+# The package for Arm in a root for Arm, installed and purged by that root's dpkg under emulation.
+root=$build/arm64-root
+emulated() {
+    emulated_program=$1
+    shift
+    qemu-aarch64 -L "$root" "$root$emulated_program" "$@"
+}
+files() {
+    find "$root" ! -path '*/var/lib/dpkg/*' ! -path '*/var/log/dpkg.log' | LC_ALL=C sort
+}
+try_in_arm_root() {
+    files >"$build/before" &&
+        emulated /usr/bin/dpkg --root="$root" --force-not-root --install "$arm64" &&
+        emulated /usr/bin/dpkg --root="$root" --verify switch-querier &&
+        sh tests/stages/package/try.sh "$build/try" \
+            qemu-aarch64 -L "$root" "$root/usr/sbin/switch-querier" &&
+        emulated /usr/bin/dpkg --root="$root" --force-not-root --purge switch-querier &&
+        files | diff "$build/before" -
+}
+step "fetching Debian for Arm" sh tests/stages/machine/fetch.sh trixie arm64 essential all \
+    '?essential' libstdc++6
+step "extracting Debian for Arm" sh tests/stages/machine/extract.sh "$(tail -n 1 "$log")" "$root"
+step "installing in a root for Arm" try_in_arm_root
+
 # A fresh root, which is gone with the call. Its dpkg syncs nothing. What was downloaded is kept.
 # shellcheck disable=SC1091
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
