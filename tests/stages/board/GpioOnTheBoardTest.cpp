@@ -8,7 +8,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <sstream>
@@ -43,8 +45,9 @@ public:
     {
         out << "@ask " << question << std::endl;
         std::string answer;
-        std::getline(in, answer);
-        return answer;
+        while (std::getline(in, answer) && !answer.starts_with('=')) {
+        }
+        return answer.substr(std::min<std::size_t>(answer.size(), 1));
     }
 
     void drive(std::int32_t level) { EXPECT_EQ(ask("drive 17 " + std::to_string(level)), "OK"); }

@@ -157,8 +157,11 @@ class Emulator:
         """The next line of the console; None when the machine ends, or at the deadline."""
         while b"\n" not in self.pending:
             left = self.deadline - time.monotonic()
-            if left <= 0 or not select.select([self.process.stdout], [], [], left)[0]:
+            if left <= 0:
                 return None
+            if not select.select([self.process.stdout], [], [], min(left, 2))[0]:
+                self.wake()
+                continue
             data = os.read(self.process.stdout.fileno(), 65536)
             if not data:
                 self.ended = True
@@ -168,6 +171,9 @@ class Emulator:
             self.pending += data
         line, self.pending = self.pending.split(b"\n", 1)
         return line.decode(errors="replace").rstrip("\r")
+
+    def wake(self):
+        """What to do about a silent machine."""
 
     def send(self, line):
         self.process.stdin.write(line.encode() + b"\n")

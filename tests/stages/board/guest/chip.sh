@@ -13,7 +13,11 @@ stty -echo </dev/console
 # Sets "answer" to what the host answers.
 ask() {
     echo "@ask $*" >/dev/console
-    read -r answer </dev/console
+    answer=
+    until [ "${answer#=}" != "$answer" ]; do
+        read -r answer </dev/console
+    done
+    answer=${answer#=}
 }
 
 set_level() {

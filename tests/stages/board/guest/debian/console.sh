@@ -6,6 +6,7 @@
 stty -echo
 printf "\n@ready\n" # on a line of its own, after what systemd resets the terminal with
 while read -r line; do
+    [ -n "$line" ] || continue
     (eval "$line") </dev/null 2>&1
     echo "@status $?"
 done
