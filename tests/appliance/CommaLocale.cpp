@@ -18,13 +18,13 @@ namespace fs = std::filesystem;
 
 void makeCommaLocale()
 {
-    const fs::path folder = commaLocalePath;
-    const fs::path locale = folder / commaLocale;
+    const fs::path directory = commaLocalePath;
+    const fs::path locale = directory / commaLocale;
     if (fs::exists(locale)) {
         return;
     }
-    fs::create_directories(folder);
-    const std::string source = folder / "source";
+    fs::create_directories(directory);
+    const std::string source = directory / "source";
     writeFile(source, "LC_NUMERIC\n"
                       "decimal_point \",\"\n"
                       "thousands_sep \".\"\n"

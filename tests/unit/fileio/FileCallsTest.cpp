@@ -19,15 +19,15 @@ namespace fs = std::filesystem;
 // Reading and replacing a file as the sequence of calls that it makes.
 namespace {
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
 const std::string temporaryPath = path + ".filsec";
 
 class FileCalls : public testing::Test {
 protected:
     FileCalls()
     {
-        emptyDirectory(folder);
+        emptyDirectory(directory);
         writeFile(path, "0123456789");
     }
 
@@ -92,7 +92,7 @@ const std::string renamed = "rename /appliance/config.json.filsec /appliance/con
 TEST_F(FileCalls, OfReplacingSyncTheBytesRenameAndSyncTheName)
 {
     const std::string expected =
-        written("new") + synced(temporaryPath) + renamed + synced(path) + synced(folder + "/");
+        written("new") + synced(temporaryPath) + renamed + synced(path) + synced(directory + "/");
 
     EXPECT_EQ(calls.record([] {
         ReplacingFile file;
@@ -152,7 +152,7 @@ TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
               written("new") + "open /appliance/config.json.filsec" +
                   syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n" + renamed +
                   "open /appliance/config.json" + syncFlags.substr(0, syncFlags.size() - 1) +
-                  " = EACCES\n" + synced(folder + "/"));
+                  " = EACCES\n" + synced(directory + "/"));
 }
 
 TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
@@ -165,7 +165,7 @@ TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
         file.setstate(std::ios::failbit);
     }),
               written("one") + synced(temporaryPath) + renamed + synced(path) +
-                  synced(folder + "/") +
+                  synced(directory + "/") +
                   "fopen /appliance/other.filsec wb\n"
                   "fclose /appliance/other.filsec\n");
 }

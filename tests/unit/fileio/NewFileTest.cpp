@@ -26,8 +26,8 @@ using namespace std::chrono_literals;
 // What stands in the directory after a replacement: the new file's attributes, and all else.
 namespace {
 
-const std::string folder = "/appliance";
-const std::string path = folder + "/config.json";
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
 const std::string temporaryPath = path + ".filsec";
 
 struct stat statusOf(const std::string& name)
@@ -46,8 +46,8 @@ mode_t modeOf(const std::string& name)
 std::map<std::string, std::string> entries()
 {
     std::map<std::string, std::string> all;
-    for (const std::string& name : namesIn(folder)) {
-        const struct stat status = statusOf(folder + "/" + name);
+    for (const std::string& name : namesIn(directory)) {
+        const struct stat status = statusOf(directory + "/" + name);
         std::ostringstream text;
         text << status.st_ino << ' ' << status.st_mode << ' ' << status.st_nlink << ' '
              << status.st_uid << ' ' << status.st_gid << ' ' << status.st_size << ' '
@@ -71,7 +71,7 @@ class NewFile : public testing::Test {
 protected:
     NewFile() : maskBefore(umask(022))
     {
-        emptyDirectory(folder);
+        emptyDirectory(directory);
         writeFile(path, "old");
     }
     ~NewFile() override { umask(maskBefore); }
@@ -148,7 +148,7 @@ TEST_F(NewFile, IsAllThatChangesInTheDirectory)
     for (const char* const name :
          {"config", "config.json~", "config.json.bak", "config.json.old", "config.json.tmp",
           "config.json.fil", "config.json.filsec.filsec", ".config.json", ".filsec"}) {
-        writeFile(folder + "/" + name, name);
+        writeFile(directory + "/" + name, name);
     }
     for (const bool leftOver : {false, true}) {
         SCOPED_TRACE(leftOver);
@@ -188,7 +188,7 @@ TEST_F(NewFile, IsNoFileAnyMoreWhereTheTemporaryFileIsALinkToIt)
     EXPECT_EQ(replace(), 0);
 
     EXPECT_EQ(fs::read_symlink(path), "config.json");
-    EXPECT_EQ(namesIn(folder), std::vector<std::string>{"config.json"});
+    EXPECT_EQ(namesIn(directory), std::vector<std::string>{"config.json"});
 }
 
 // rename(2) does nothing where both names lead to one file.
@@ -200,21 +200,21 @@ TEST_F(NewFile, IsTheOldOneWhereTheTemporaryFileIsAHardLinkToIt)
 
     EXPECT_EQ(statusOf(path).st_ino, before);
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(folder), (std::vector<std::string>{"config.json", "config.json.filsec"}));
+    EXPECT_EQ(namesIn(directory), (std::vector<std::string>{"config.json", "config.json.filsec"}));
 }
 
 TEST_F(NewFile, ReachesTheFilesThatTheTemporaryFileIsLinkedTo)
 {
-    writeFile(folder + "/hard", "old");
-    writeFile(folder + "/soft", "old");
-    fs::create_hard_link(folder + "/hard", temporaryPath);
+    writeFile(directory + "/hard", "old");
+    writeFile(directory + "/soft", "old");
+    fs::create_hard_link(directory + "/hard", temporaryPath);
     EXPECT_EQ(replace(), 0);
-    EXPECT_EQ(readFile(folder + "/hard"), "new");
-    EXPECT_EQ(statusOf(path).st_ino, statusOf(folder + "/hard").st_ino);
+    EXPECT_EQ(readFile(directory + "/hard"), "new");
+    EXPECT_EQ(statusOf(path).st_ino, statusOf(directory + "/hard").st_ino);
 
     fs::create_symlink("soft", temporaryPath);
     EXPECT_EQ(replace(), 0);
-    EXPECT_EQ(readFile(folder + "/soft"), "new");
+    EXPECT_EQ(readFile(directory + "/soft"), "new");
     EXPECT_EQ(fs::read_symlink(path), "soft");
 }
 
