@@ -22,11 +22,12 @@
 #include "tests/stages/machine/KernelLine.h"
 
 using namespace std::chrono_literals;
+
+namespace {
+
 using std::chrono::duration;
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
-
-namespace {
 
 using Levels = std::vector<std::int32_t>;
 
@@ -159,8 +160,6 @@ protected:
         outside().changes();
     }
 };
-
-}  // namespace
 
 // Levels
 
@@ -342,3 +341,5 @@ TEST_F(GpioOnTheBoard, MakesAnOutputThatWasLeftHighAnInput)
     EXPECT_EQ(line.readValue(), 1);
     EXPECT_EQ(levelsOf(outside().changes()), Levels{});
 }
+
+}  // namespace

@@ -28,11 +28,12 @@
 namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
+
+namespace {
+
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 using std::chrono::system_clock;
-
-namespace {
 
 using Levels = std::vector<std::int32_t>;
 
@@ -129,8 +130,6 @@ protected:
 
     Levels levels;
 };
-
-}  // namespace
 
 extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t count)
 {
@@ -546,3 +545,5 @@ TEST_F(GpioOnTheKernel, UnexportsTheLineWhenReleased)
         EXPECT_EQ(namesIn(root), before);
     }
 }
+
+}  // namespace

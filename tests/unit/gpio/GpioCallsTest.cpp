@@ -18,10 +18,12 @@
 namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
+
+namespace {
+
 using std::chrono::nanoseconds;
 
 // Each operation as the sequence of calls that it makes, with the time that it takes.
-namespace {
 
 class GpioLineCalls : public GpioLineFixture {
 protected:
@@ -69,8 +71,6 @@ std::string attributeWritten(const std::string& attribute, const std::string& te
 }
 
 const std::string madeInput = attributeWritten("direction", "in") + levelRead;
-
-}  // namespace
 
 // init
 
@@ -421,3 +421,5 @@ TEST_F(GpioLineCalls, TheDestructorOnlyCloses)
     }),
               noneClosed + present + opened + attributeWritten("direction", "low") + closed);
 }
+
+}  // namespace

@@ -20,8 +20,6 @@ std::string bytesIn(const ByteSet& set)
     return bytes;
 }
 
-}  // namespace
-
 TEST(ByteSet, HasTheBytesThatItWasMadeOf)
 {
     for (const std::string& bytes : {std::string(), std::string(1, '\0'), std::string("\t\n\r "),
@@ -39,3 +37,5 @@ TEST(ByteSet, HasAByteThatIsAddedToTheOthers)
     set.add('a');
     EXPECT_EQ(bytesIn(set), "ab\xff");
 }
+
+}  // namespace

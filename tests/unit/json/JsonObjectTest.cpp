@@ -31,8 +31,6 @@ JsonObject& same(JsonObject& object)
     return object;
 }
 
-}  // namespace
-
 TEST(JsonObject, IsEmptyByDefault)
 {
     EXPECT_TRUE(JsonObject().empty());
@@ -85,8 +83,6 @@ TEST(JsonObject, IsUnchangedByAssignmentToItself)
     EXPECT_EQ(tree, content);
 }
 
-namespace {
-
 struct Overlap {
     const char* name;
     JsonObject whole;
@@ -115,8 +111,6 @@ JsonObject& partOf(JsonObject& whole)
 {
     return whole.find("a")->value.object();
 }
-
-}  // namespace
 
 TEST(JsonObjectAssignment, TakesAPartOfTheObject)
 {
@@ -418,3 +412,5 @@ TEST(JsonObjectMerge, MergesAWholeIntoAPartOfIt)
     EXPECT_EQ(tree["c"].value, integer(3));
     EXPECT_EQ(tree.size(), 2U);
 }
+
+}  // namespace

@@ -125,8 +125,6 @@ std::vector<DeepDocument> deepDocuments()
     };
 }
 
-}  // namespace
-
 TEST(JsonParser, ReadsCopiesAndWritesTheDeepestDocumentOnASmallStack)
 {
     for (const DeepDocument& document : deepDocuments()) {
@@ -170,3 +168,5 @@ TEST(JsonParser, ReportsAFaultAtTheBottomOfTheDeepestDocument)
                   refused(JsonCode::memberSeparatorExpected, objects.size() + objectDepth));
     });
 }
+
+}  // namespace

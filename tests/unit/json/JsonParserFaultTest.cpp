@@ -14,6 +14,8 @@
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
+namespace {
+
 TEST(JsonParser, HasAFixedNumberForEachCode)
 {
     struct Row {
@@ -422,3 +424,5 @@ TEST(JsonParser, NeverReadsPastTheEndOfTheText)
         EXPECT_EQ(parse(before + row.rest), refused(row.code, before.size() + row.position));
     }
 }
+
+}  // namespace

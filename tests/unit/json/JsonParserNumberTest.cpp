@@ -17,6 +17,8 @@
 
 using namespace std::string_literals;
 
+namespace {
+
 // Takes the place of the C library's, for this executable: it reads "0b101" as C23 has it
 // (7.24.1.7) and "0o17" likewise, whichever library the tests run with.
 extern "C" long long strtoll(const char* text, char** end, int base) noexcept
@@ -32,8 +34,6 @@ extern "C" long long strtoll(const char* text, char** end, int base) noexcept
     return *sign == '-' ? -value : value;
 }
 
-namespace {
-
 /// As a member and as an element.
 void expectNumber(const std::string& text, const JsonValue& expected)
 {
@@ -47,8 +47,6 @@ void expectNoNumber(const std::string& text)
     EXPECT_EQ(parse("{\"a\":" + text + "}"), refused(JsonCode::badNumber, 5));
     EXPECT_EQ(parse("{\"a\":[" + text + "]}"), refused(JsonCode::badNumber, 6));
 }
-
-}  // namespace
 
 TEST(JsonParser, ReadsNumbersAsStrtollAndStrtodDo)
 {
@@ -323,3 +321,5 @@ TEST(JsonParser, RefusesFormFeedAndVerticalTabWithoutANumberAfterThem)
                    {"{\"a\":", "\f \v0B1}"}},
                   JsonCode::badNumber);
 }
+
+}  // namespace

@@ -9,6 +9,8 @@
 #include "tests/unit/json/JsonParserOutcome.h"
 #include "tests/unit/json/Trees.h"
 
+namespace {
+
 TEST(JsonParser, ReadsSevenEscapesAndRefusesAllOthers)
 {
     for (int number = 0; number < 256; ++number) {
@@ -108,3 +110,5 @@ TEST(JsonParser, ReadsStringsWhole)
         EXPECT_EQ(parse("{" + row.text + ":1}"), accepted(members({{row.bytes, integer(1)}})));
     }
 }
+
+}  // namespace

@@ -30,8 +30,6 @@ void expectAccepted(const std::vector<Acceptance>& rows)
     }
 }
 
-}  // namespace
-
 TEST(JsonParser, ReadsAValueOfEachKind)
 {
     EXPECT_EQ(parse(R"({"null":null,"int":-17,"dbl":1.5e2,"yes":true,"no":false,"str":"text",)"
@@ -157,8 +155,6 @@ TEST(JsonParser, ReadsAMissingValueAsTheIntegerZero)
 
 // Whitespace.
 
-namespace {
-
 constexpr std::string_view whitespace = "\t\n\r ";
 
 /// A place between two tokens, in a text that is complete without anything there.
@@ -209,8 +205,6 @@ std::vector<Place> placesBetweenTokens()
     };
 }
 
-}  // namespace
-
 TEST(JsonParser, SkipsTabLineFeedReturnAndBlankBetweenTokens)
 {
     for (const Place& place : placesBetweenTokens()) {
@@ -260,3 +254,5 @@ TEST(JsonParser, ReadsWhatWasWritten)
         EXPECT_EQ(parse(JsonWriter::writeObject(tree, level)), accepted(tree));
     }
 }
+
+}  // namespace

@@ -26,10 +26,10 @@ const Keys flag = {"App", "isEncoder"};
 /// The two forms of the lookup. A test of this suite claims the same of each.
 enum class Form { writable, readOnly };
 
-class JsonPathTest : public testing::TestWithParam<Form> {
+class JsonPath : public testing::TestWithParam<Form> {
 protected:
     // Whatever an earlier test wrote to the shared empty member is gone.
-    JsonPathTest()
+    JsonPath()
     {
         JsonObject empty;
         (void)find(empty, {"any"});
@@ -42,7 +42,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Forms, JsonPathTest, testing::Values(Form::writable, Form::readOnly),
+INSTANTIATE_TEST_SUITE_P(Forms, JsonPath, testing::Values(Form::writable, Form::readOnly),
                          [](const auto& form) {
                              return form.param == Form::writable ? "Writable" : "ReadOnly";
                          });
@@ -59,16 +59,14 @@ JsonMember& sharedEmptyMember()
     return findMember(holdsNothing, "any");
 }
 
-}  // namespace
-
-TEST_P(JsonPathTest, LeadsToTheValueInsideTheTree)
+TEST_P(JsonPath, LeadsToTheValueInsideTheTree)
 {
     JsonObject root = members({{"App", object({{"isEncoder", boolean(true)}})}});
     EXPECT_EQ(find(root, flag), &root["App"].value.object()["isEncoder"].value);
     EXPECT_EQ(find(root, {"App"}), &root["App"].value);
 }
 
-TEST_P(JsonPathTest, LeadsAsDeepAsThereAreKeys)
+TEST_P(JsonPath, LeadsAsDeepAsThereAreKeys)
 {
     JsonObject root =
         members({{"a", object({{"b", object({{"c", object({{"d", integer(4)}})}})}})}});
@@ -79,13 +77,13 @@ TEST_P(JsonPathTest, LeadsAsDeepAsThereAreKeys)
     EXPECT_EQ(find(root, {"a", "b", "x", "d"}), nullptr);
 }
 
-TEST_P(JsonPathTest, LeadsNowhereWithoutKeys)
+TEST_P(JsonPath, LeadsNowhereWithoutKeys)
 {
     JsonObject root = members({{"App", object({{"isEncoder", boolean(true)}})}, {"", integer(1)}});
     EXPECT_EQ(find(root, {}), nullptr);
 }
 
-TEST_P(JsonPathTest, LeadsNowhereInAnEmptyObject)
+TEST_P(JsonPath, LeadsNowhereInAnEmptyObject)
 {
     JsonObject root;
     EXPECT_EQ(find(root, {"App"}), nullptr);
@@ -93,7 +91,7 @@ TEST_P(JsonPathTest, LeadsNowhereInAnEmptyObject)
     EXPECT_TRUE(root.empty());
 }
 
-TEST_P(JsonPathTest, LeadsNowhereIfAKeyIsMissing)
+TEST_P(JsonPath, LeadsNowhereIfAKeyIsMissing)
 {
     JsonObject root =
         members({{"App", object({{"Name", string("dec")}})}, {"isEncoder", boolean(true)}});
@@ -108,7 +106,7 @@ TEST_P(JsonPathTest, LeadsNowhereIfAKeyIsMissing)
     EXPECT_EQ(root, before);
 }
 
-TEST_P(JsonPathTest, LeadsNowhereThroughAValueThatIsNoObject)
+TEST_P(JsonPath, LeadsNowhereThroughAValueThatIsNoObject)
 {
     struct Row {
         const char* name;
@@ -129,7 +127,7 @@ TEST_P(JsonPathTest, LeadsNowhereThroughAValueThatIsNoObject)
     }
 }
 
-TEST_P(JsonPathTest, LeadsToAValueOfAnyKind)
+TEST_P(JsonPath, LeadsToAValueOfAnyKind)
 {
     for (const JsonValue& value :
          {JsonValue(), integer(5), real(1.5), boolean(false), string("true"),
@@ -143,7 +141,7 @@ TEST_P(JsonPathTest, LeadsToAValueOfAnyKind)
     }
 }
 
-TEST_P(JsonPathTest, ComparesKeysByteByByte)
+TEST_P(JsonPath, ComparesKeysByteByByte)
 {
     JsonObject root = members({{"", object({{"", integer(1)}})},
                                {"\xc3\xa4", integer(2)},
@@ -156,7 +154,7 @@ TEST_P(JsonPathTest, ComparesKeysByteByByte)
     EXPECT_EQ(find(root, {"a\0b"}), nullptr) << "a key of a path ends at its NUL";
 }
 
-TEST_P(JsonPathTest, ReadsAsManyKeysAsItIsGiven)
+TEST_P(JsonPath, ReadsAsManyKeysAsItIsGiven)
 {
     JsonObject root = members({{"App", object({{"isEncoder", boolean(true)}})}});
     const std::span<const char* const> first(flag.data(), 1);
@@ -165,7 +163,7 @@ TEST_P(JsonPathTest, ReadsAsManyKeysAsItIsGiven)
     EXPECT_EQ(found, &root["App"].value);
 }
 
-TEST_P(JsonPathTest, ThrowsOnANullKey)
+TEST_P(JsonPath, ThrowsOnANullKey)
 {
     JsonObject root = members({{"App", object({{"isEncoder", boolean(true)}})}, {"n", integer(1)}});
     EXPECT_THROW((void)find(root, {nullptr}), std::logic_error);
@@ -176,7 +174,7 @@ TEST_P(JsonPathTest, ThrowsOnANullKey)
     EXPECT_EQ(find(root, flag), &root["App"].value.object()["isEncoder"].value);
 }
 
-TEST_P(JsonPathTest, NeverLooksAtANullKeyAfterAMiss)
+TEST_P(JsonPath, NeverLooksAtANullKeyAfterAMiss)
 {
     JsonObject root = members({{"App", object({})}, {"n", integer(1)}});
     EXPECT_EQ(find(root, {"missing", nullptr}), nullptr);
@@ -184,7 +182,7 @@ TEST_P(JsonPathTest, NeverLooksAtANullKeyAfterAMiss)
     EXPECT_EQ(find(root, {"n", "missing", nullptr}), nullptr);
 }
 
-TEST_P(JsonPathTest, ClearsTheSharedEmptyMember)
+TEST_P(JsonPath, ClearsTheSharedEmptyMember)
 {
     struct Row {
         const char* name;
@@ -209,7 +207,7 @@ TEST_P(JsonPathTest, ClearsTheSharedEmptyMember)
     }
 }
 
-TEST_P(JsonPathTest, LeavesTheSharedEmptyMemberAloneWithoutKeys)
+TEST_P(JsonPath, LeavesTheSharedEmptyMemberAloneWithoutKeys)
 {
     JsonObject root = members({{"App", integer(1)}});
     JsonMember& shared = sharedEmptyMember();
@@ -220,7 +218,7 @@ TEST_P(JsonPathTest, LeavesTheSharedEmptyMemberAloneWithoutKeys)
     EXPECT_EQ(shared.value, integer(5));
 }
 
-TEST_P(JsonPathTest, NeverFindsWhatWasWrittenThroughAMiss)
+TEST_P(JsonPath, NeverFindsWhatWasWrittenThroughAMiss)
 {
     JsonObject root = members({{"App", integer(1)}});
     JsonMember& shared = sharedEmptyMember();
@@ -313,3 +311,5 @@ TEST(MemberOf, ShowsWhatWasWrittenThroughAMissUntilTheNextLookup)
     (void)findPath(root, flag);
     EXPECT_EQ(findMember(other, "b").value.type(), JsonType::null);
 }
+
+}  // namespace

@@ -105,8 +105,6 @@ T& same(T& value)
     return value;
 }
 
-}  // namespace
-
 TEST(JsonType, HasAFixedNumberAndAShortName)
 {
     static_assert(std::is_same_v<std::underlying_type_t<JsonType>, std::uint32_t>);
@@ -414,8 +412,6 @@ TEST(JsonValue, ReleasesAStringForAnIntegerAndAnObjectForNull)
     EXPECT_EQ(value.type(), JsonType::null);
 }
 
-namespace {
-
 struct Part {
     const char* name;
     JsonValue part;
@@ -430,8 +426,6 @@ std::vector<Part> parts()
     }
     return rows;
 }
-
-}  // namespace
 
 TEST(JsonValue, TakesAnElementOfItselfByAssignment)
 {
@@ -508,3 +502,5 @@ TEST(JsonValue, TakesItsOwnContentThroughASetter)
     element.setString(element.array().front().string());
     EXPECT_EQ(element, string(longText));
 }
+
+}  // namespace

@@ -34,8 +34,6 @@ JsonObject sample()
                     {"App", object({{"isEncoder", boolean(true)}, {"Name", string("dec")}})}});
 }
 
-}  // namespace
-
 TEST(JsonWriter, WritesOneMemberOrElementALine)
 {
     EXPECT_EQ(JsonWriter::writeObject(sample(), 2), "{\n"
@@ -163,8 +161,6 @@ TEST(JsonWriter, WritesAnEmptyRootAsTwoBraces)
     }
 }
 
-namespace {
-
 /// Levels that ask for more spaces than any memory has, and their sums for more than a number
 /// holds.
 const std::vector<std::uint64_t> hugeLevels = {
@@ -187,8 +183,6 @@ bool isTooLarge(Write write)
         return true;
     }
 }
-
-}  // namespace
 
 TEST(JsonWriter, RaisesTheStandardFailureForATextThatIsTooLarge)
 {
@@ -458,3 +452,5 @@ TEST(JsonWriter, EscapesAtEveryLengthOfTheTextBefore)
         }
     }
 }
+
+}  // namespace

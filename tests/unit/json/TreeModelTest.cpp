@@ -601,8 +601,6 @@ std::uint64_t countSeeds()
                                    wanted == nullptr ? 0 : std::strtoull(wanted, nullptr, 10));
 }
 
-}  // namespace
-
 TEST(TreeModel, AgreesWithTheTreeAfterEachOfManyOperations)
 {
     Done done;
@@ -621,3 +619,5 @@ TEST(TreeModel, AgreesWithTheTreeAfterEachOfManyOperations)
         }
     }
 }
+
+}  // namespace
