@@ -1,6 +1,3 @@
-# SPDX-FileCopyrightText: The switch querier authors
-# SPDX-License-Identifier: MIT
-
 ################################################################################
 #
 # switch-querier
@@ -8,10 +5,15 @@
 ################################################################################
 
 SWITCH_QUERIER_VERSION = 1.0.0
-# A directory with the sources; Buildroot copies them from there.
-SWITCH_QUERIER_SITE = $(TOPDIR)/../switch-querier
-SWITCH_QUERIER_SITE_METHOD = local
+SWITCH_QUERIER_SITE = https://downloads.example.com/switch-querier
 SWITCH_QUERIER_LICENSE = MIT
 SWITCH_QUERIER_LICENSE_FILES = LICENSE
+
+# The unit is a template, so it is never enabled by itself.
+ifeq ($(BR2_INIT_SYSTEMD),y)
+SWITCH_QUERIER_CONF_OPTS += -DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=/usr/lib/systemd/system
+else
+SWITCH_QUERIER_CONF_OPTS += -DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=
+endif
 
 $(eval $(cmake-package))

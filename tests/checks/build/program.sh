@@ -48,7 +48,7 @@ for source in app/*.cpp fileio/*.cpp gpio/*.cpp json/*.cpp log/*.cpp; do
     has "$object" "feature: $branches" "the protection of branches"
 done
 for leaf in app fileio gpio json log; do
-    has "$directory/$leaf/lib$leaf.a" 'UND +__stack_chk_fail$' "a stack protector"
+    has "$directory/$leaf/libswitch-querier-$leaf.a" 'UND +__stack_chk_fail$' "a stack protector"
 done
 [ "$failed" -eq 1 ] || rm -rf "$directory"
 exit "$failed"

@@ -42,7 +42,7 @@ check_hardening() {
         readelf -n "$object" | grep -q "feature: $2" || fail "$object: no protection of branches"
     done
     for leaf in app fileio gpio json log; do
-        readelf -sW "$1/$leaf/lib$leaf.a" | grep -Eq 'UND +__stack_chk_fail$' ||
+        readelf -sW "$1/$leaf/libswitch-querier-$leaf.a" | grep -Eq 'UND +__stack_chk_fail$' ||
             fail "$1: $leaf has no stack protector"
     done
     # Of the calls that can be fortified ours has few; syslog(3) is one.
@@ -71,7 +71,7 @@ check_static() {
 # Two trees, since the paths of neither may be in the program.
 for tree in one "another tree"; do
     mkdir -p "$work/$tree"
-    cp -R VERSION CMakeLists.txt cmake app json gpio log fileio "$work/$tree"
+    cp -R VERSION CMakeLists.txt cmake app json gpio log fileio packaging "$work/$tree"
 done
 build "$work/dynamic" -S "$work/one"
 # Builders of images ask for shared libraries.

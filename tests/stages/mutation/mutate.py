@@ -80,7 +80,7 @@ def call_or_fail(command, **options):
 
 def copy_tree():
     """Brings the copy up to date; what has not changed keeps its time."""
-    names = [*DIRECTORIES, "cmake", "tests"]
+    names = [*DIRECTORIES, "cmake", "packaging", "tests"]
     wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
     for name in names:
         wanted |= {p for p in pathlib.Path(name).rglob("*")
@@ -108,7 +108,7 @@ def compile_commands():
             continue  # a source that the build makes
         source = pathlib.Path(entry["file"]).relative_to(TREE)
         words = entry["command"].split()
-        target = re.search(r"/([^/ ]+)\.dir/", entry["command"]).group(1)
+        target = re.search(r"/(?:switch-querier-)?([^/ ]+)\.dir/", entry["command"]).group(1)
         kept = [w.replace('\\"', '"') for w in words
                 if w.startswith(("-D", "-std", "-O", "-f"))]  # fmt: skip
         targets.setdefault(target, {})[str(source)] = ["g++", *kept]
