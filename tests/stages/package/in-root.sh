@@ -2,25 +2,44 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Run as root in a fresh root: installs the package, runs what it brings, and purges it. Fails when
-# something does not work, or is left over.
-# usage: in-root.sh PACKAGE TRY
+# Run as root in a fresh root: installs the package, runs what it brings, upgrades, removes,
+# installs again and purges it. Fails if something does not work, or is left over.
+# usage: in-root.sh PACKAGE NEWER-PACKAGE TRY MANUAL
 set -eu
 package=$1
-try=$2
+newer=$2
+try=$3
+manual=$4
 
-# What is there, but for what dpkg keeps of its own work.
+# What is there, but for what dpkg keeps of its own work, and where proot shows the host.
 everything() {
-    find / -xdev ! -path '/tmp/*' ! -path '/var/lib/dpkg/*-old' ! -path '/var/log/dpkg.log' |
-        LC_ALL=C sort
+    find / -xdev \( -path /host-rootfs -o -path /tmp \) -prune -o \
+        ! -path '/var/lib/dpkg/*-old' ! -path '/var/lib/dpkg/lock*' \
+        ! -path '/var/lib/dpkg/triggers/*' ! -path '/var/log/*' -print | LC_ALL=C sort
+}
+
+# usage: run_dpkg ARGUMENT…
+run_dpkg() {
+    dpkg "$@" >/tmp/log 2>&1 || {
+        cat /tmp/log
+        exit 1
+    }
+}
+
+# usage: same_as_before AFTER-WHAT
+same_as_before() {
+    everything >/tmp/after
+    diff /tmp/before /tmp/after || {
+        echo "the package left that, or removed it: $1"
+        exit 1
+    }
 }
 
 everything >/tmp/before
-dpkg --install "$package" >/tmp/log 2>&1 || {
-    cat /tmp/log
-    exit 1
-}
+run_dpkg --install "$package"
 everything >/tmp/installed
+# Else there were nothing to be gone.
+grep -qx /usr/sbin/switch-querier /tmp/installed
 dpkg --verify switch-querier
 sh "$try" /tmp/try switch-querier
 sh "$try" /tmp/try /usr/sbin/switch-querier
@@ -28,7 +47,7 @@ sh "$try" /tmp/try /usr/sbin/switch-querier
     printf '{"App": {"isEncoder": true}}' >/tmp/app.json
     mode=
     # shellcheck disable=SC1091
-    . /usr/share/doc/switch-querier/examples/switch-mode.sh
+    . /usr/share/switch-querier/switch-mode.sh
     for wanted in decoder encoder; do
         switch_mode /tmp/app.json -flip >/tmp/log 2>&1
         [ "$mode" = "$wanted" ] || {
@@ -42,14 +61,16 @@ sh "$try" /tmp/try /usr/sbin/switch-querier
 bash -c 'set -eu
     . /usr/share/bash-completion/completions/switch-querier
     complete -p switch-querier >/dev/null'
-dpkg --purge switch-querier >/tmp/log 2>&1 || {
-    cat /tmp/log
-    exit 1
-}
-everything >/tmp/after
-# Else there was nothing to be gone.
-grep -qx /usr/sbin/switch-querier /tmp/installed
-diff /tmp/before /tmp/after || {
-    echo "the purged package left or removed these files"
-    exit 1
-}
+mkdir /tmp/manual
+AUTOPKGTEST_TMP=/tmp/manual sh "$manual"
+rm -rf /config
+
+run_dpkg --install "$newer"
+[ "$(dpkg-query -W -f '${Version}' switch-querier)" = "$(dpkg-deb -f "$newer" Version)" ]
+dpkg --verify switch-querier
+sh "$try" /tmp/try switch-querier
+run_dpkg --remove switch-querier
+same_as_before "remove"
+run_dpkg --install "$newer"
+run_dpkg --purge switch-querier
+same_as_before "purge"

@@ -2,166 +2,191 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds the packages and the tarball, and tries them; see README.md.
+# Makes a release of the tree, and tries everything in it; see README.md.
+# usage: run.sh [long]
 set -eu
 cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
 top=$PWD
-build=$PWD/build/package
+stage=$top/tests/stages/package
+work=$PWD/build/package
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/switch-querier/packages
-log=$build/build.log
+log=$work/build.log
+long=${1:-}
 failed=0
-rm -rf "$build"
-mkdir -p "$build" "$cache"
-SOURCE_DATE_EPOCH=1750000000
-export SOURCE_DATE_EPOCH
+rm -rf "$work"
+mkdir -p "$work" "$cache"
 
 fail() {
     echo "package: $*"
     failed=1
 }
 
-# usage: pack SOURCES [OPTION…]; packs in SOURCES/build.
-pack() {
-    sources=$1
-    shift
-    rm -rf "$sources/build"
-    build "$sources/build" -S "$sources" -D CMAKE_BUILD_TYPE=Release "$@"
-    (cd "$sources/build" && step packing cpack)
-    mkdir -p "$sources/packages"
-    find "$sources/build" -maxdepth 1 \( -name '*.deb' -o -name '*.tar.gz' \) \
-        -exec mv {} "$sources/packages" \;
+# usage: without_cache COMMAND…; blhc does not know the commands of a compiler cache.
+without_cache() {
+    env -u CMAKE_CXX_COMPILER_LAUNCHER "$@"
 }
 
-# Git tells reuse which files belong to the tree.
-if git ls-files >/dev/null 2>&1; then
-    step "checking the licences" reuse lint
-    ! grep ERROR "$log" || fail "reuse finds that"
-else
-    echo "reuse lint: left out, since this directory is not in a git repository"
-fi
-
-# Two trees, the second with a space in its name.
-arm="-D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake"
-for tree in one "another tree"; do
-    mkdir -p "$build/$tree"
-    cp -R VERSION CMakeLists.txt LICENSE ./*.md app cmake completion docs fileio gpio json log man \
-        packaging "$build/$tree"
-    # Two words.
-    # shellcheck disable=SC2086
-    pack "$build/$tree" $arm -D SWITCH_QUERIER_STATIC=ON
-    # shellcheck disable=SC2086
-    pack "$build/$tree" $arm
-    pack "$build/$tree"
-done
-# By someone who keeps files to himself.
-(umask 077 && cd "$build/one/build" && step packing cpack -B "$build/private")
-cd "$build/one/packages"
-version=$(cat ../VERSION)
-amd64=$PWD/switch-querier_${version}_amd64.deb
-arm64=$PWD/switch-querier_${version}_arm64.deb
-tarball=$PWD/switch-querier-$version-aarch64-static.tar.gz
-for package in "$amd64" "$arm64" "$tarball"; do
-    cmp "$package" "$build/another tree/packages/$(basename "$package")" ||
-        fail "two builds differ: $package"
+step "making a release" without_cache sh packaging/release.sh --snapshot "$work/release"
+cp "$log" "$work/release.log"
+version=$(cat VERSION)
+name=switch-querier-$version
+cd "$work/release"
+sha256sum --check --quiet SHA256SUMS || fail "the checksums"
+amd64=$PWD/switch-querier_$version-1_amd64.deb
+arm64=$PWD/switch-querier_$version-1_arm64.deb
+image=$PWD/$name-aarch64-static.tar.gz
+for package in "$amd64" "$arm64" "$image" "$name.spdx" "switch-querier_$version-1.dsc" \
+    "switch-querier-dbgsym_$version-1_amd64.deb"; do
+    [ -s "$package" ] || fail "there is no $package"
 done
 
-# Control files and contents.
-for package in "$amd64" "$arm64" "$build/private/$(basename "$amd64")"; do
-    lintian --allow-root --fail-on error,warning "$package" || fail "lintian objects"
+# The source tarball has one directory, of its own name, with what git has; each file has a licence.
+tar -tf "$name.tar.gz" | grep -v "^$name/" && fail "$name.tar.gz has another directory"
+tar -xf "$name.tar.gz" -C "$work"
+cd "$work/$name"
+step "checking the licences" reuse lint
+! grep ERROR "$log" || fail "reuse finds that"
+grep -q "^sha256  $(sha256sum <"$work/release/$name.tar.gz" | cut -d ' ' -f 1)  $name.tar.gz$" \
+    "$work/release/switch-querier.hash" || fail "the hash for Buildroot"
+cd "$work"
+
+# The same bytes again, in other directories, with other umasks, at another time and elsewhere.
+SOURCE_DATE_EPOCH=$(dpkg-deb --fsys-tarfile "$amd64" | tar -tv --full-time --utc |
+    awk 'NR == 1 { print $4 " " $5 " UTC" }')
+SOURCE_DATE_EPOCH=$(date --date="$SOURCE_DATE_EPOCH" +%s)
+export SOURCE_DATE_EPOCH
+(
+    umask 002
+    step "packing for amd64 again" without_cache TZ=Asia/Kathmandu LC_ALL=C.UTF-8 \
+        faketime '+400 days' \
+        sh "$name/packaging/debian.sh" "$work/release/$name.tar.gz" "$work/umask-002" amd64
+)
+(
+    umask 077
+    step "packing for arm64 again" without_cache TZ=America/Lima LC_ALL=C \
+        sh "$name/packaging/debian.sh" "$work/release/$name.tar.gz" "$work/umask-077" arm64
+)
+targets=switch-querier build "$work/a build" -S "$work/$name" -D CMAKE_INSTALL_PREFIX=/usr \
+    -D SWITCH_QUERIER_STATIC=ON \
+    -D CMAKE_TOOLCHAIN_FILE="$work/$name/cmake/aarch64-linux-gnu.cmake"
+for umask in 002 077; do
+    (umask $umask && step packing sh "$name/packaging/tarball.sh" "$work/a build" \
+        "$work/umask-$umask/$(basename "$image")")
+done
+for again in umask-002/*.deb umask-002/*.dsc umask-002/*.xz umask-077/*.deb umask-077/*.dsc \
+    umask-077/*.xz umask-002/*.tar.gz umask-077/*.tar.gz; do
+    cmp "$again" "release/$(basename "$again")" || fail "two builds differ: $again"
+done
+
+# Control files and contents. An override in packaging/debian says why.
+step "running lintian" lintian --allow-root -EIL +pedantic \
+    --fail-on error,warning,info,pedantic,experimental release/*.changes
+blhc --all --arch amd64 release.log >blhc.log || {
+    cat blhc.log
+    fail "blhc finds flags missing"
+}
+for package in "$amd64" "$arm64"; do
     dpkg-deb --contents "$package" | awk '{ print $1, $2, $6 }' |
-        diff "$top/tests/stages/package/deb-files.txt" - || fail "other files: $package"
+        diff "$stage/deb-files.txt" - || fail "other files: $package"
     [ -z "$(dpkg-deb --info "$package" preinst postinst prerm postrm 2>/dev/null)" ] ||
         fail "scripts of its own: $package"
+    [ "$(dpkg-deb --field "$package" Multi-Arch)" = foreign ] || fail "Multi-Arch: $package"
+    depends=$(dpkg-deb --field "$package" Depends)
+    echo "$depends" | grep -Exq 'libc6 \([^)]*\), libgcc-s1 \([^)]*\), libstdc\+\+6 \([^)]*\)' ||
+        fail "$package depends on $depends"
 done
-tar --list --verbose --file "$tarball" | awk '{ print $1, $2, $6 }' |
-    diff "$top/tests/stages/package/tarball-files.txt" - || fail "other files: $tarball"
 [ "$(dpkg-deb --field "$amd64" Architecture)" = amd64 ] || fail "not for amd64"
 [ "$(dpkg-deb --field "$arm64" Architecture)" = arm64 ] || fail "not for arm64"
-depends=$(dpkg-deb --field "$amd64" Depends)
-[ "$depends" = "$(dpkg-deb --field "$arm64" Depends)" ] || fail "the packages need other packages"
+tar --list --verbose --file "$image" | awk '{ print $1, $2, $6 }' |
+    diff "$stage/tarball-files.txt" - || fail "other files: $image"
 
-# What the packages say they need is at least what the program needs.
-for package in "$amd64" "$arm64"; do
-    dpkg-deb --extract "$package" "$build/$(basename "$package" .deb)"
-done
-mkdir -p "$build/debian"
-printf 'Source: any\n\nPackage: any\nArchitecture: any\n' >"$build/debian/control"
-installed=usr/sbin/switch-querier
-needed=$(cd "$build" &&
-    dpkg-shlibdeps -O "switch-querier_${version}_amd64/$installed" 2>"$log" |
-    sed 's/^shlibs:Depends=//') || needed=
-[ -n "$needed" ] || {
-    cat "$log"
-    fail "dpkg-shlibdeps tells nothing"
-}
-# usage: release PACKAGE LIST; the release of the package that the list wants.
-release() {
-    echo "$2" | tr , '\n' | sed -n "s/^ *$1 (>= \(.*\))\$/\1/p"
-}
-for library in $(echo "$needed" | sed 's/([^)]*)//g; s/,/ /g'); do
-    named=$(release "$library" "$depends")
-    dpkg --compare-versions "${named:-0}" ge "$(release "$library" "$needed")" ||
-        fail "Depends is $depends, but the program needs $needed"
-done
-symbols=$(aarch64-linux-gnu-readelf -VW "$build/switch-querier_${version}_arm64/$installed" |
-    grep -o 'GLIBC_[0-9.]*' | sed 's/GLIBC_//' | sort -Vu | tail -n 1)
-dpkg --compare-versions "$(release libc6 "$depends")" ge "${symbols:-9999}" ||
-    fail "Depends is $depends, but the program for arm64 needs glibc $symbols"
+# What is installed is what "cmake --install" installs, but for Debian's names of some documents.
+cp "$top/tests/checks/docs/installed.txt" installed
+tar --list --file "$image" | grep -v '/$' | sed 's|^|./|' | LC_ALL=C sort | diff installed - ||
+    fail "the tarball differs from cmake --install"
+dpkg-deb --fsys-tarfile "$amd64" | tar --list | grep -v -e '/$' -e /lintian/ \
+    -e /changelog.Debian.gz | sed -e 's|\.gz$||' -e 's|/changelog$|/CHANGELOG.md|' \
+    -e 's|/copyright$|/LICENSE|' | LC_ALL=C sort | diff installed - ||
+    fail "the package differs from cmake --install"
 
 # The programs for Arm, the second without any library around.
-cd "$top"
-mkdir "$build/image"
-tar -xf "$tarball" -C "$build/image"
-sh tests/stages/package/try.sh "$build/try" qemu-aarch64 -L /usr/aarch64-linux-gnu \
-    "$build/switch-querier_${version}_arm64/usr/sbin/switch-querier" || fail "arm64 package"
-sh tests/stages/package/try.sh "$build/try" qemu-aarch64 "$build/image/usr/sbin/switch-querier" ||
+mkdir image
+tar -xf "$image" -C image
+dpkg-deb --extract "$arm64" arm64
+sh "$stage/try.sh" "$work/try" qemu-aarch64 -L /usr/aarch64-linux-gnu \
+    "$work/arm64/usr/sbin/switch-querier" || fail "arm64 package"
+sh "$stage/try.sh" "$work/try" qemu-aarch64 "$work/image/usr/sbin/switch-querier" ||
     fail "tarball"
 
-# The package for Arm in a root for Arm, installed and purged by that root's dpkg under emulation.
-root=$build/arm64-root
-emulated() {
-    emulated_program=$1
-    shift
-    qemu-aarch64 -L "$root" "$root$emulated_program" "$@"
+# usage: prepare_try PACKAGE ARCHITECTURE; the files for in-root.sh, among them a package that
+# upgrades this one.
+prepare_try() {
+    mkdir "try-$2"
+    dpkg-deb --raw-extract "$1" "newer-$2"
+    sed -i 's/^Version: .*/&+newer/' "newer-$2/DEBIAN/control"
+    dpkg-deb --root-owner-group --build "newer-$2" "try-$2/newer.deb" >"$log"
+    cp "$1" "try-$2/package.deb"
+    cp "$stage/in-root.sh" "$stage/try.sh" "try-$2"
+    cp "$name/packaging/debian/tests/manual" "try-$2/manual-test"
 }
-files() {
-    find "$root" ! -path '*/var/lib/dpkg/*' ! -path '*/var/log/dpkg.log' | LC_ALL=C sort
-}
-try_in_arm_root() {
-    files >"$build/before" &&
-        emulated /usr/bin/dpkg --root="$root" --force-not-root --install "$arm64" &&
-        emulated /usr/bin/dpkg --root="$root" --verify switch-querier &&
-        sh tests/stages/package/try.sh "$build/try" \
-            qemu-aarch64 -L "$root" "$root/usr/sbin/switch-querier" &&
-        emulated /usr/bin/dpkg --root="$root" --force-not-root --purge switch-querier &&
-        files | diff "$build/before" -
-}
-step "fetching Debian for Arm" sh tests/stages/machine/fetch.sh trixie arm64 essential all \
-    '?essential' libstdc++6
-step "extracting Debian for Arm" sh tests/stages/machine/extract.sh "$(tail -n 1 "$log")" "$root"
-step "installing in a root for Arm" try_in_arm_root
+in_root='cd /tmp && sh in-root.sh package.deb newer.deb try.sh /tmp/manual-test'
+prepare_try "$amd64" amd64
+prepare_try "$arm64" arm64
 
-# A fresh root, which is gone with the call. Its dpkg syncs nothing. What was downloaded is kept.
+# usage: try_in_root SUITE; in a fresh root, which is gone with the call. Its dpkg syncs nothing.
+# What was downloaded is kept.
+try_in_root() {
+    mkdir -p "$cache/$1"
+    # The hooks get the root as their first argument.
+    # shellcheck disable=SC2016
+    step "trying the package in $1" mmdebstrap --variant=essential --include=libstdc++6 \
+        --dpkgopt=force-unsafe-io --skip=download/empty,essential/unlink \
+        --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
+        --setup-hook="sync-in '$cache/$1' /var/cache/apt/archives" \
+        --customize-hook="sync-out /var/cache/apt/archives '$cache/$1'" \
+        --customize-hook="sync-in '$work/try-amd64' /tmp" \
+        --customize-hook="chroot \"\$1\" sh -c '$in_root'" "$1" /dev/null
+}
 # shellcheck disable=SC1091
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-cp "$amd64" "$build/switch-querier.deb"
-# The hooks get the root as their first argument.
-# shellcheck disable=SC2016
-step "installing in a fresh root" mmdebstrap --variant=essential --include=libstdc++6 \
-    --dpkgopt=force-unsafe-io \
-    --skip=download/empty,essential/unlink \
-    --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
-    --setup-hook="sync-in '$cache' /var/cache/apt/archives" \
-    --customize-hook="sync-out /var/cache/apt/archives '$cache'" \
-    --customize-hook='copy-in build/package/switch-querier.deb /tmp' \
-    --customize-hook='copy-in tests/stages/package/in-root.sh tests/stages/package/try.sh /tmp' \
-    --customize-hook='chroot "$1" sh /tmp/in-root.sh /tmp/switch-querier.deb /tmp/try.sh' \
-    "$suite" /dev/null
+try_in_root "$suite"
 
-sizes=
-for package in "$amd64" "$arm64" "$tarball"; do
-    sizes="$sizes, $(basename "$package") $(wc -c <"$package")"
+# usage: try_in_arm_root SUITE; under qemu-user. The kernel need not know how to run a foreign
+# program, so the packages of this root are unpacked without their scripts, and count as installed.
+try_in_arm_root() {
+    mkdir -p "$cache/$1-arm64" "$work/arm64-root"
+    # shellcheck disable=SC2016
+    step "making a root of $1 for arm64" mmdebstrap --variant=extract --architectures=arm64 \
+        --skip=check/qemu,download/empty,extract/unlink,essential/unlink \
+        --include=bash,coreutils,dash,diffutils,dpkg,findutils,grep,gzip,libc-bin,libstdc++6 \
+        --include=mawk,sed,tar,util-linux \
+        --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
+        --setup-hook="sync-in '$cache/$1-arm64' /var/cache/apt/archives" \
+        --extract-hook="sync-out /var/cache/apt/archives '$cache/$1-arm64'" "$1" arm64-root.tar
+    tar -xf arm64-root.tar -C arm64-root --exclude='./dev/*'
+    for package in "$cache/$1-arm64"/*.deb; do
+        dpkg-deb --field "$package"
+        printf 'Status: install ok installed\n\n'
+        packed=$(dpkg-deb --field "$package" Package)
+        # dpkg(1) has the architecture in the name of the list only for these.
+        [ "$(dpkg-deb --field "$package" Multi-Arch)" != same ] || packed=$packed:arm64
+        : >"arm64-root/var/lib/dpkg/info/$packed.list"
+    done >arm64-root/var/lib/dpkg/status
+    echo 1 >arm64-root/var/lib/dpkg/info/format
+    ln -sf mawk arm64-root/usr/bin/awk
+    cp try-arm64/* arm64-root/tmp
+    step "trying the package in $1 for arm64" env PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+        proot -0 -q qemu-aarch64 -r arm64-root -b /proc -b /dev/null /bin/sh -c "$in_root"
+}
+try_in_arm_root "$suite"
+
+if [ "$long" = long ]; then
+    # shellcheck source=tests/stages/package/long.sh
+    . "$stage/long.sh"
+fi
+
+for package in "$amd64" "$arm64" "$image"; do
+    printf '%s: %d bytes\n' "$(basename "$package")" "$(wc -c <"$package")"
 done
-echo "bytes: ${sizes#, }"
 exit "$failed"

@@ -32,7 +32,7 @@ function end_release() {
     released = 1
     version = $2
     sub(/,$/, "", version)
-    print "switch-querier (" version ") " (/not yet released/ ? "UNRELEASED" : "stable") \
+    print "switch-querier (" version "-1) " (/not yet released/ ? "UNRELEASED" : "unstable") \
         "; urgency=medium\n"
     next
 }
