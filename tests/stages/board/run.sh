@@ -69,10 +69,14 @@ step "making the card" make_card
 targets=board
 build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
 targets=
-build "$build/packing" --preset aarch64 -D SWITCH_QUERIER_TESTS=OFF
-mkdir -p "$build/package"
-step packing cpack --config "$build/packing/CPackConfig.cmake" -G DEB -B "$build/package"
-mv "$build"/package/switch-querier_*.deb "$build/package/switch-querier.deb"
+rm -rf "$build/packing" "$build/package"
+mkdir -p "$build/packing" "$build/package"
+name=switch-querier-$(cat VERSION)
+tar --create --gzip --file="$build/packing/$name.tar.gz" --exclude=./.git --exclude='./build*' \
+    --transform="s|^\.|$name|" .
+step packing env SOURCE_DATE_EPOCH="$(date +%s)" \
+    sh packaging/debian.sh "$build/packing/$name.tar.gz" "$build/packing" arm64
+mv "$build"/packing/switch-querier_*_arm64.deb "$build/package/switch-querier.deb"
 PYTHONPATH=tests/stages/machine
 export PYTHONPATH
 step "running the board" python3 -B tests/stages/board/stage.py "$@"

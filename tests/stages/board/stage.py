@@ -18,7 +18,7 @@ DEBIAN = (
     "systemd.default_timeout_start_sec=600"
 )
 SCRIPTS = "sh /cases/debian/"
-UNITS = ("switch-querier.service", "application.service")
+UNITS = ("switch-querier@config-app.json.service", "application.service")
 
 
 class Stage(Results):

@@ -20,6 +20,7 @@ compare "the expected status" "$(cat /tmp/expected/status)" "$status"
 compare "the unit's status" "$(show ExecMainStatus)" "$status"
 if [ "$status" -le 1 ]; then
     compare "the unit's result" "$(show Result)" success
+    compare "the unit" "$(show ActiveState)" active
     compare "the application" "$(show ActiveState application.service)" active
     compare_files "the application's mode" /run/application.json /tmp/expected/config
     ended=$(show ExecMainExitTimestampMonotonic)

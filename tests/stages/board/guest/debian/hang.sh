@@ -8,7 +8,7 @@ set -e
 . /cases/debian/unit.sh
 rm -rf "/etc/systemd/system/$unit.d" /config/*
 systemctl daemon-reload
-systemctl stop application.service
+systemctl stop application.service "$unit"
 systemctl reset-failed
 mkfifo /config/app.json
 systemctl start application.service && exit 1

@@ -7,4 +7,4 @@ set -e
 # shellcheck source=tests/stages/board/guest/debian/unit.sh
 . /cases/debian/unit.sh
 systemd-analyze security --no-pager --threshold=11 "$unit" | tail -n 1
-systemd-analyze verify --man=no "/etc/systemd/system/$unit"
+systemd-analyze verify --man=no "$unit"

@@ -3,7 +3,7 @@
 # shellcheck shell=dash
 
 # Sourced by the other scripts.
-unit=switch-querier.service
+unit=switch-querier@config-app.json.service
 
 # Prints a property of the unit, or of another one.
 show() {
