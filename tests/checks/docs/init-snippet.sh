@@ -74,6 +74,11 @@ for shell in dash bash busybox; do
     for timeout in gnu busybox none; do
         expect $shell $timeout decoder 'exit 0' 0 'working as decoder'
         expect $shell $timeout encoder 'exit 1' 0 'working as encoder'
+        run $shell $timeout 'switch_mode a.json; echo "working as $mode"'
+        [ "$status:$output" = "0:working as encoder" ] || {
+            echo "$shell, timeout: $timeout, alone: status $status; output: $output"
+            failed=1
+        }
         expect $shell $timeout 'a failure' 'exit 163' 163 \
             'switch-querier: failed with status 163, see switch-querier(8)'
         expect $shell $timeout 'a failure whose number could be a signal' 'exit 152' 152 \

@@ -25,6 +25,14 @@ def check(right, what):
         failed = True
 
 
+def check_options(text):
+    """Whether the build has the options that a recipe sets: CMake accepts any name."""
+    known = pathlib.Path("CMakeLists.txt").read_text()
+    known += "".join(path.read_text() for path in pathlib.Path("cmake").iterdir())
+    for option in re.findall(r"-D(SWITCH_QUERIER_\w+)=", text):
+        check(re.search(rf"(set|option)\({option}\b", known), f"the build has no option {option}")
+
+
 def yocto():
     recipe = pathlib.Path(f"packaging/yocto/switch-querier_{VERSION}.bb")
     check(recipe.exists(), f"there is no {recipe}")
@@ -32,18 +40,27 @@ def yocto():
     variables = dict(re.findall(r'^(\S+)\s*[?+.]*=\+?\s*"(.*)"$', text, re.M))
 
     # The directory of the sources has moved between releases; BitBake's default is right in all.
-    check("WORKDIR" not in text and "S" not in variables, "the recipe sets S or names WORKDIR")
+    sources = re.search(r"^S\b|WORKDIR", text, re.M)
+    check(not sources, "the recipe sets S or names WORKDIR")
     check("${BP}" in variables["SRC_URI"], "SRC_URI does not take the version of the file's name")
     checksum = f"file://LICENSE;md5={hashlib.md5(LICENSE).hexdigest()}"
     check(variables["LIC_FILES_CHKSUM"] == checksum, f"LIC_FILES_CHKSUM is not {checksum}")
     check(variables["LICENSE"] == "MIT", "LICENSE is not MIT")
     inherited = re.search(r"^inherit (.*)$", text, re.M).group(1).split()
     check(inherited == ["cmake", "systemd"], f"the recipe inherits {inherited}")
-    check(re.search(r"^SYSTEMD_AUTO_ENABLE \?= ", text, re.M), "an image cannot enable the unit")
     check(
-        "-DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=" in variables["EXTRA_OECMAKE"],
+        re.search(r'^SYSTEMD_AUTO_ENABLE \?= "disable"$', text, re.M),
+        "the unit is enabled, or an image cannot enable it",
+    )
+    check(
+        "-DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=${UNIT_DIR}" in variables["EXTRA_OECMAKE"]
+        and "systemd_system_unitdir" in variables["UNIT_DIR"],
         "the recipe does not say where the unit goes",
     )
+    check_options(text)
+    # BitBake leaves a variable that nobody sets as it is.
+    unknown = set(re.findall(r"\$\{(\w+)\}", text)) - set(variables) - {"BP", "PN", "datadir"}
+    check(not unknown, f"the recipe names {unknown}")
 
     # Only what an installed file needs is recommended: the snippet calls flock.
     recommended = variables["RRECOMMENDS:${PN}"].split()
@@ -54,6 +71,9 @@ def yocto():
     # BitBake's defaults of FILES for the package and its documentation, what systemd.bbclass adds,
     # and the recipe's own. BitBake refuses a file that none of them names.
     unit = re.sub(r"@.*\.", "@.", variables["SYSTEMD_SERVICE:${PN}"])
+    packages = re.search(r'^PACKAGES =\+ "(.*)"$', text, re.M)
+    added = [name[len("FILES:") :] for name in variables if name.startswith("FILES:")]
+    check(packages and packages.group(1).split() == added, f"{added} are not all in PACKAGES")
     own = [
         value.replace("${datadir}", "/usr/share")
         for name, value in variables.items()
@@ -115,6 +135,7 @@ def buildroot():
         choice and choice.groups() == (option + "/usr/lib/systemd/system", option),
         "the unit does not depend on the init system",
     )
+    check_options(makefile)
 
     hashes = (directory / "switch-querier.hash").read_text().split("\n")
     check(hashes[0].startswith("# "), "the hash does not say where it comes from")

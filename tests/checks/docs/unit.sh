@@ -4,10 +4,11 @@
 
 # Fails when systemd-analyze finds something in the unit or in an application's unit that has the
 # example's drop-in, or calls the unit more exposed than 1.1 of 10.
-# usage: unit.sh PROGRAM UNIT
+# usage: unit.sh PROGRAM UNIT INSTALLED-PROGRAM
 set -eu
 program=$1
 unit=$2
+installed=$3
 command -v systemd-analyze >/dev/null || {
     echo "systemd-analyze is missing: install the package systemd" >&2
     exit 1
@@ -22,8 +23,7 @@ fail() {
 
 # The program is expected where the unit says it is; here it is elsewhere.
 mkdir "$directory/application.service.d"
-sed "s|^ExecStart=.*/sbin/switch-querier |ExecStart=$program |" "$unit" \
-    >"$directory/switch-querier@.service"
+sed "s|^ExecStart=$installed |ExecStart=$program |" "$unit" >"$directory/switch-querier@.service"
 grep -qx "ExecStart=$program %f" "$directory/switch-querier@.service" || fail "no ExecStart="
 printf '[Service]\nExecStart=/bin/true\n' >"$directory/application.service"
 cp packaging/systemd/application.conf "$directory/application.service.d/mode.conf"
@@ -48,7 +48,13 @@ said=$(systemd-analyze security --no-pager --offline=yes --threshold=11 "$unit" 
     fail "$said"
 for line in SuccessExitStatus=1 TimeoutStartSec=30 UMask=0077 ProtectKernelTunables=no \
     Type=oneshot RemainAfterExit=yes StandardOutput=null StandardError=null \
-    AssertPathIsReadWrite=/config ReadWritePaths=/config 'RequiresMountsFor=/config %f'; do
+    AssertPathIsReadWrite=/config ReadWritePaths=/config 'RequiresMountsFor=/config %f' \
+    WantedBy=multi-user.target; do
     grep -qx "$line" "$unit" || fail "the unit has no line $line"
 done
-[ "$(systemd-escape --path /config/app.json)" = config-app.json ] || fail "the instance's name"
+instance=switch-querier@$(systemd-escape --path /config/app.json).service
+for line in "Requires=$instance" "After=$instance"; do
+    for file in "$unit" packaging/systemd/application.conf man/switch-querier.8; do
+        grep -Eqx "(# +)?$line" "$file" || fail "$file has no line $line"
+    done
+done
