@@ -152,9 +152,14 @@ void dropPermissionOverride()
 
 }  // namespace
 
+bool isUnderProot()
+{
+    return std::getenv(insideProot) != nullptr;
+}
+
 void enterPrivateRoot(char** argv)
 {
-    if (std::getenv(insideProot) != nullptr) {
+    if (isUnderProot()) {
         dropPermissionOverride();
         return;
     }

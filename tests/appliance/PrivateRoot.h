@@ -21,5 +21,9 @@
 /// read-only even if the test runs as root.
 void enterPrivateRoot(char** argv);
 
+/// Returns whether the private root is proot's. There nothing can be mounted, and only the user who
+/// started proot can start a program.
+bool isUnderProot();
+
 /// Returns the directory of the running executable, which also holds the program under test.
 const char* executableDirectory();

@@ -7,36 +7,104 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
 
+using namespace std::chrono_literals;
+
 // Standard output and standard error as a user sees them, and what becomes of a run that cannot
 // write to them.
 namespace {
 
-constexpr char shared[] = "/tmp/console";
+class Pipe {
+public:
+    Pipe()
+    {
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            std::perror("pipe2");
+            std::abort();
+        }
+    }
 
-/// Runs with both outputs on one file, and returns what it holds.
+    ~Pipe()
+    {
+        closeEnd(0);
+        closeEnd(1);
+    }
+
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    /// In the new process: makes the end for writing its descriptor of this number.
+    void become(int descriptor) const { dup2(ends[1], descriptor); }
+
+    /// Writes until it takes no more. Returns what it holds.
+    std::string fill()
+    {
+        std::string text;
+        fcntl(ends[1], F_SETFL, O_NONBLOCK);
+        while (write(ends[1], "x", 1) == 1) {
+            text += 'x';
+        }
+        fcntl(ends[1], F_SETFL, 0);
+        return text;
+    }
+
+    /// Reads so many bytes, or fewer at the end.
+    [[nodiscard]] std::string take(std::size_t size) const
+    {
+        std::string text(size, '\0');
+        std::size_t count = 0;
+        while (count < size) {
+            const ssize_t some = read(ends[0], text.data() + count, size - count);
+            if (some <= 0) {
+                break;
+            }
+            count += static_cast<std::size_t>(some);
+        }
+        return text.substr(0, count);
+    }
+
+    /// After the program has ended: reads all that is left.
+    std::string takeRest()
+    {
+        closeEnd(1);
+        return take(100'000);
+    }
+
+    void closeEnd(std::size_t end)
+    {
+        if (ends.at(end) >= 0) {
+            close(ends.at(end));
+        }
+        ends.at(end) = -1;
+    }
+
+private:
+    std::array<int, 2> ends{};
+};
+
+/// Runs with both outputs on one pipe, and returns what comes out of it.
 std::string shownTogether(Appliance& appliance, const std::vector<std::string>& arguments)
 {
-    writeFile(shared, "");
-    const RunOptions options{.name = "switch-querier",
-                             .prepare =
-                                 [] {
-                                     const int fd = open(shared, O_WRONLY | O_APPEND | O_CLOEXEC);
-                                     dup2(fd, STDOUT_FILENO);
-                                     dup2(fd, STDERR_FILENO);
-                                 },
-                             .wrapper = {}};
-    appliance.run(arguments, options);
-    return readFile(shared);
+    Pipe pipe;
+    const auto useIt = [&pipe] {
+        pipe.become(STDOUT_FILENO);
+        pipe.become(STDERR_FILENO);
+    };
+    appliance.run(arguments, {.name = "switch-querier", .prepare = useIt, .wrapper = {}});
+    return pipe.takeRest();
 }
 
 TEST(Console, ShowsTheLinesInOrderWhenBothOutputsGoToOnePlace)
@@ -90,12 +158,9 @@ void makeFull(int fd)
 
 void makePipeWithoutReader(int fd)
 {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        std::_Exit(99);
-    }
-    close(ends[0]);
-    dup2(ends[1], fd);
+    Pipe pipe;
+    pipe.closeEnd(0);
+    pipe.become(fd);
 }
 
 struct Run {
@@ -198,6 +263,65 @@ TEST(Console, WithoutAReaderEndsTheRunBeforeOrAfterTheReplacement)
         EXPECT_EQ(run.log, std::vector<LogRecord>{});
         EXPECT_EQ(readFile(configPath), row.configAfter);
         EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
+    }
+}
+
+/// Returns whether the file gets this text within the time limit of a run.
+bool comesToHold(const std::string& path, const std::string& text)
+{
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (readFile(path) != text && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(1ms);
+    }
+    return readFile(path) == text;
+}
+
+TEST(Console, ThatIsAFullPipeBlocksTheRunBeforeOrAfterTheReplacement)
+{
+    struct Row {
+        const char* name;
+        int descriptor;
+        std::string lastFile;  ///< the one that changes last before the run blocks
+        std::string lastText;
+        std::string configMeanwhile;
+        std::string shown;
+    };
+    const std::string report = "Hardware switch: Encoder\n"
+                               "Config file    : Decoder\n"
+                               "Override parm  : None\n"
+                               "Override file  : None\n"
+                               "New setting    : Encoder\n";
+    const std::string result = "Config file successfully updated to Encoder mode\n";
+    const std::vector<Row> rows = {
+        {"standard error", STDERR_FILENO, "/sys/class/gpio/gpio17/direction", "in",
+         handwritten("false"), report},
+        {"standard output", STDOUT_FILENO, configPath, rewritten("true"), rewritten("true"),
+         result},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Appliance appliance;
+        appliance.setSwitch(Switch::low);
+        writeFile(configPath, handwritten("false"));
+        Pipe pipe;
+        const std::string filling = pipe.fill();
+        const auto useIt = [&] { pipe.become(row.descriptor); };
+
+        std::future<RunResult> ended = std::async(std::launch::async, [&] {
+            return appliance.run({configPath},
+                                 {.name = "switch-querier", .prepare = useIt, .wrapper = {}});
+        });
+        EXPECT_TRUE(comesToHold(row.lastFile, row.lastText));
+        EXPECT_EQ(ended.wait_for(200ms), std::future_status::timeout) << "it did not block";
+        EXPECT_EQ(readFile(configPath), row.configMeanwhile);
+        EXPECT_EQ(appliance.systemLog.drain(), std::vector<LogRecord>{});
+
+        EXPECT_EQ(pipe.take(filling.size()), filling);
+        const RunResult run = ended.get();
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.log, (std::vector<LogRecord>{{LOG_INFO, name, result}}));
+        EXPECT_EQ(pipe.takeRest(), row.shown);
+        EXPECT_EQ(readFile(configPath), rewritten("true"));
     }
 }
 

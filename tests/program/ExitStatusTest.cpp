@@ -211,6 +211,7 @@ TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
     Appliance appliance;
     appliance.setSwitch(Switch::low);
     row.arrange();
+    const std::vector<std::string> namesBefore = namesIn(Appliance::directory);
     expected::Sources sources{.arguments = row.arguments,
                               .hardware = Switch::low,
                               .configuration = configurationRecording(false)};
@@ -227,6 +228,7 @@ TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
     EXPECT_EQ(run.log,
               (std::vector<LogRecord>{{LOG_ERR, "switch-querier", row.failure.message + "\n"}}));
     EXPECT_EQ(readFile(configPath), sources.configuration.text);
+    EXPECT_EQ(namesIn(Appliance::directory), namesBefore);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Failing, testing::ValuesIn(rows),
