@@ -25,9 +25,10 @@ namespace {
 /// The machine's null device can be taken away in a root directory of one's own only, and not every
 /// machine grants one.
 class NoNullDevice : public Calls {
-    int opening(const char* path, int /*flags*/) override
+    int opening(const char* path, int flags) override
     {
-        return std::strcmp(path, "/dev/null") == 0 ? ENOENT : 0;
+        const bool makesOne = (flags & O_CREAT) != 0;
+        return std::strcmp(path, "/dev/null") == 0 && !makesOne ? ENOENT : 0;
     }
 };
 
@@ -42,7 +43,7 @@ bool isSameFile(const struct stat& one, const struct stat& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Describes what a descriptor is open on, and whether it can be written and read.
+/// Describes what a descriptor is open on, and whether it can be written and read and is inherited.
 std::string describe(int descriptor, const struct stat& own)
 {
     struct stat status = {};
@@ -61,7 +62,10 @@ std::string describe(int descriptor, const struct stat& own)
     }
     char byte = 'x';
     text += write(descriptor, &byte, 1) == 1 ? ", writable" : ", refuses writing";
-    text += read(descriptor, &byte, 1) >= 0 ? ", readable" : ", refuses reading";
+    text += read(descriptor, &byte, 1) >= 0
+                ? ", readable"
+                : std::string(", refuses reading by ") + strerrorname_np(errno);
+    text += fcntl(descriptor, F_GETFD) == 0 ? "" : ", not inherited";
     return text;
 }
 
@@ -159,7 +163,7 @@ TEST_P(StandardDescriptors, AreOpenedOnTheNullDeviceIfClosed)
 TEST_P(StandardDescriptors, AreOpenedOnTheRootDirectoryWithoutANullDevice)
 {
     EXPECT_EQ(openInChild(GetParam().descriptors, false),
-              openedAs("root directory, refuses writing, refuses reading"));
+              openedAs("root directory, refuses writing, refuses reading by EISDIR"));
 }
 
 const Closed rows[] = {

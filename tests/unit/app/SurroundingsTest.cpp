@@ -2,15 +2,24 @@
 // SPDX-License-Identifier: MIT
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cfenv>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <locale>
 #include <new>
 #include <sstream>
@@ -26,6 +35,19 @@ namespace fs = std::filesystem;
 // What a run shares with the process around it: nothing of that is changed, not even for a while,
 // and nothing of that changes the run.
 namespace {
+
+/// The lines of proc_pid_status(5) that start with one of the words.
+std::string linesOfStatus(const std::vector<std::string>& words)
+{
+    std::string text;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (std::ranges::any_of(words, [&](const auto& word) { return line.starts_with(word); })) {
+            text += line + '\n';
+        }
+    }
+    return text;
+}
 
 /// What the process has and the private root leaves as it is, one line for each item.
 std::string processState()
@@ -53,7 +75,17 @@ std::string processState()
         getrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
         text << "limit " << resource << ' ' << limit.rlim_cur << ' ' << limit.rlim_max << '\n';
     }
-    text << "priority " << getpriority(PRIO_PROCESS, 0) << '\n';
+    itimerval timer{};
+    getitimer(ITIMER_REAL, &timer);
+    text << "priority " << getpriority(PRIO_PROCESS, 0) << ", policy " << sched_getscheduler(0)
+         << "\ngroup " << getpgrp() << ", session " << getsid(0) << "\ntimer "
+         << timer.it_value.tv_sec << "\nrounding " << std::fegetround() << ", traps "
+         << fegetexcept() << "\nlog mask " << setlogmask(0) << "\ndumpable "
+         << prctl(PR_GET_DUMPABLE) << "\nterminates by "
+         << reinterpret_cast<void*>(std::get_terminate()) << ", allocates by "
+         << reinterpret_cast<void*>(std::get_new_handler()) << "\nconsoles "
+         << std::cout.getloc().name() << ", " << std::cerr.getloc().name() << '\n';
+    text << linesOfStatus({"Name:", "NoNewPrivs:", "Seccomp:", "Cpus_allowed:", "VmLck:"});
     return text.str();
 }
 
@@ -64,8 +96,9 @@ const std::string firstProcessState = processState();
 std::string surroundings()
 {
     std::ostringstream text;
-    text << processState() << "user " << getuid() << ' ' << geteuid() << ' ' << getgid() << ' '
-         << getegid() << "\ntime zone " << tzname[0] << ' ' << timezone << '\n'
+    text << processState() << linesOfStatus({"Cap", "Groups:"}) << "user " << getuid() << ' '
+         << geteuid() << ' ' << getgid() << ' ' << getegid() << "\ntime zone " << tzname[0] << ' '
+         << timezone << '\n'
          << "directory " << fs::current_path() << '\n';
     for (char** variable = environ; *variable != nullptr; ++variable) {
         text << "environment " << *variable << '\n';

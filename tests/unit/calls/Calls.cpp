@@ -376,6 +376,21 @@ int fdatasync(int descriptor)
     return noted(result, result != 0);
 }
 
+int syncfs(int descriptor) noexcept
+{
+    const Calls::Inside inside;
+    note("syncfs " + nameOf(descriptor));
+    const auto result = static_cast<int>(syscall(SYS_syncfs, descriptor));
+    return noted(result, result != 0);
+}
+
+void sync() noexcept
+{
+    const Calls::Inside inside;
+    note("sync");
+    syscall(SYS_sync);
+}
+
 int usleep(useconds_t microseconds)
 {
     const Calls::Inside inside;
