@@ -140,6 +140,8 @@ TEST_F(FileCalls, OfReplacingEndWithTheRenameThatFails)
                   "rename /appliance/config.json.filsec /appliance/config.json = EISDIR\n");
 }
 
+const std::string notOpenedForSyncing = syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n";
+
 TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
 {
     EXPECT_EQ(calls.record([] {
@@ -149,10 +151,43 @@ TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
         const Calls::Inside inside;
         EXPECT_EQ(chmod(temporaryPath.c_str(), 0200), 0);
     }),
-              written("new") + "open /appliance/config.json.filsec" +
-                  syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n" + renamed +
-                  "open /appliance/config.json" + syncFlags.substr(0, syncFlags.size() - 1) +
-                  " = EACCES\n" + synced(directory + "/"));
+              written("new") + "open " + temporaryPath + notOpenedForSyncing + renamed + "open " +
+                  path + notOpenedForSyncing + synced(directory + "/"));
+}
+
+// The file may be written all the same: it is open already.
+TEST_F(FileCalls, OfReplacingSyncNoFileThatTheUmaskForbidsToRead)
+{
+    for (const mode_t mask : {0400U, 0777U}) {
+        SCOPED_TRACE(mask);
+        const mode_t maskBefore = umask(mask);
+        const std::string transcript = calls.record([] {
+            ReplacingFile file;
+            EXPECT_EQ(file.open(path), 0);
+            file << "new";
+            EXPECT_EQ(file.finish(), 0);
+        });
+        umask(maskBefore);
+
+        EXPECT_EQ(transcript, written("new") + "open " + temporaryPath + notOpenedForSyncing +
+                                  renamed + "open " + path + notOpenedForSyncing +
+                                  synced(directory + "/"));
+    }
+}
+
+TEST_F(FileCalls, OfReplacingSyncNoDirectoryThatMayNotBeRead)
+{
+    ASSERT_EQ(chmod(directory.c_str(), 0333), 0);
+    const std::string transcript = calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        EXPECT_EQ(file.finish(), 0);
+    });
+    ASSERT_EQ(chmod(directory.c_str(), 0755), 0);
+
+    EXPECT_EQ(transcript, written("new") + synced(temporaryPath) + renamed + synced(path) +
+                              "open " + directory + "/" + notOpenedForSyncing);
 }
 
 TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
