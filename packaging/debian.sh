@@ -19,7 +19,7 @@ cp "$tarball" "switch-querier_$version.orig.tar.gz"
 tar -xf "$tarball"
 cd "$name"
 cp -R packaging/debian debian
-awk -v maintainer="$(sed -n 's/^Maintainer: //p' debian/control)" \
+TZ=UTC0 LC_ALL=C awk -v maintainer="$(sed -n 's/^Maintainer: //p' debian/control)" \
     -v date="$(LC_ALL=C date --utc --rfc-email --date="@$SOURCE_DATE_EPOCH")" \
     -f packaging/changelog.awk CHANGELOG.md >debian/changelog
 # dpkg-source packs the permissions that the umask left.
