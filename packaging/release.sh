@@ -4,41 +4,41 @@
 
 # Makes a release in a new directory: the source tarball, a static program for 64-bit Arm, Debian
 # packages for amd64 and arm64, the SBOM, the hashes for Buildroot, and the checksums of all.
-# HEAD has to be the commit that the tag vVERSION names. With --snapshot it is whatever the tree
-# holds, for tests.
-# usage: release.sh [--snapshot] DIRECTORY
+# HEAD has to be the commit that the tag vVERSION names. The tag may be lightweight, annotated or
+# signed: whoever verifies a release verifies the signature of the checksums.
+# usage: release.sh DIRECTORY
 set -eu
-snapshot=
-if [ "$1" = --snapshot ]; then
-    snapshot=yes
-    shift
-fi
-mkdir "$1"
-directory=$(cd "$1" && pwd)
+[ $# -eq 1 ] || {
+    echo "usage: release.sh DIRECTORY" >&2
+    exit 2
+}
+
+refuse() {
+    echo "release: $*" >&2
+    exit 1
+}
+
+[ ! -e "$1" ] || refuse "$1 exists"
+directory=$(realpath "$1")
 cd "$(dirname "$0")/.."
 version=$(cat VERSION)
 name=switch-querier-$version
+# In a tarball that is unpacked in another project's repository git answers for that project.
+[ "$(git rev-parse --show-prefix 2>/dev/null || echo none)" = "" ] ||
+    refuse "$PWD is not the top of a git repository"
+tagged=$(git rev-parse --verify --quiet "refs/tags/v$version^{commit}") ||
+    refuse "VERSION is $version, and there is no tag v$version"
+[ "$tagged" = "$(git rev-parse HEAD)" ] || refuse "the tag v$version names another commit than HEAD"
+[ -z "$(git status --porcelain)" ] || refuse "the tree has changes that are not committed"
+grep -m 1 '^## ' CHANGELOG.md | grep -Eqx "## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}" ||
+    refuse "the first release in CHANGELOG.md is not \"## $version, YEAR-MONTH-DAY\""
 
-if [ -z "$snapshot" ]; then
-    if [ "$(git describe --tags --exact-match HEAD)" != "v$version" ] ||
-        [ -n "$(git status --short)" ] || grep -q 'not yet released' CHANGELOG.md; then
-        echo "A release is a clean tree at the tag v$version that CHANGELOG.md calls released." >&2
-        rmdir "$directory"
-        exit 1
-    fi
-fi
-
-# The tree as git knows it, with what is changed but not committed; an unpacked tarball has no git.
-if git rev-parse --git-dir >/dev/null 2>&1; then
-    tree=$(git stash create)
-    SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
-    git -c tar.umask=0022 archive --format=tar --prefix="$name/" "${tree:-HEAD}"
-else
-    SOURCE_DATE_EPOCH=$(stat -c %Y CHANGELOG.md)
-    tar --create --sort=name --format=ustar --owner=root:0 --group=root:0 --mode=u=rwX,go=rX \
-        --mtime="@$SOURCE_DATE_EPOCH" --exclude='./build*' --transform="s|^\.|$name|" .
-fi >"$directory/$name.tar"
+# What is not whole must not look like a release.
+trap 'rm -rf "$directory"' EXIT
+mkdir "$directory"
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH
+git -c tar.umask=0022 archive --format=tar --prefix="$name/" --output="$directory/$name.tar" HEAD
 cd "$directory"
 gzip -9n "$name.tar"
 
@@ -49,11 +49,12 @@ cmake --build build -j "$(nproc)"
 sh "$name/packaging/tarball.sh" build "$name-aarch64-static.tar.gz"
 rm -rf build
 
-# reuse gives each SBOM its own name and the present time.
+# reuse gives each SBOM its own name and the present time. It lists the repository around, if git
+# finds one.
 date=$(date --utc --date="@$SOURCE_DATE_EPOCH" +%Y-%m-%dT%H:%M:%SZ)
-(cd "$name" && reuse spdx) | sed -e "s|^Created: .*|Created: $date|" \
-    -e "s|^DocumentNamespace: .*|DocumentNamespace: https://example.com/spdx/$name|" \
-    >"$name.spdx"
+(cd "$name" && GIT_CEILING_DIRECTORIES=$directory reuse spdx) >"$name.spdx"
+sed -i -e "s|^Created: .*|Created: $date|" \
+    -e "s|^DocumentNamespace: .*|DocumentNamespace: https://example.com/spdx/$name|" "$name.spdx"
 
 {
     cat "$name/packaging/buildroot/switch-querier.hash"
@@ -64,4 +65,5 @@ rm -rf "$name"
 sh debian.sh "$name.tar.gz" . amd64 arm64
 rm debian.sh
 sha256sum -- * >SHA256SUMS
+trap - EXIT
 echo "To sign: gpg --armor --detach-sign $directory/SHA256SUMS"

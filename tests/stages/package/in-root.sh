@@ -58,6 +58,23 @@ sh "$try" /tmp/try /usr/sbin/switch-querier
     done
     rm /run/switch-querier.lock
 )
+# The example of an init script, which starts the application after a success only.
+(
+    mkdir -p /config
+    printf '#!/bin/sh\nexec sleep 100\n' >/usr/bin/application
+    chmod +x /usr/bin/application
+    script=/usr/share/doc/switch-querier/examples/S50application
+    echo >/config/app.json
+    touch /config/ENCODER
+    status=0
+    sh $script start >/tmp/log 2>&1 || status=$?
+    [ "$status" -eq 174 ] && [ ! -e /run/application.pid ]
+    printf '{"App": {"isEncoder": false}}' >/config/app.json
+    sh $script start >/tmp/log 2>&1
+    grep -qx 'Starting application as encoder' /tmp/log
+    sh $script stop >/tmp/log
+    rm -r /config /usr/bin/application /run/application.pid /run/switch-querier.lock
+)
 bash -c 'set -eu
     . /usr/share/bash-completion/completions/switch-querier
     complete -p switch-querier >/dev/null'

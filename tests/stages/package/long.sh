@@ -28,7 +28,8 @@ step "running autopkgtest" autopkgtest --setup-commands='apt-get update' \
     "$work/release/switch-querier_$version-1.dsc" "$amd64" -- chroot "$work/minimal"
 rm -rf "$work/minimal"
 
-# The source tarball, without git around.
-mkdir "$work/elsewhere"
-tar -xf "$work/release/$name.tar.gz" -C "$work/elsewhere"
-(cd "$work/elsewhere/$name" && ./test)
+# The source tarball, without git around: neither its own repository nor ours.
+elsewhere=$(mktemp -d)
+tar -xf "$work/release/$name.tar.gz" -C "$elsewhere"
+(cd "$elsewhere/$name" && ./test) || fail "./test in the source tarball"
+rm -rf "$elsewhere"

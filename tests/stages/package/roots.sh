@@ -1,0 +1,65 @@
+# SPDX-FileCopyrightText: The switch querier authors
+# SPDX-License-Identifier: MIT
+# shellcheck shell=sh
+
+# Sourced by run.sh: tries the packages in fresh roots.
+# shellcheck disable=SC2154
+
+# usage: prepare_try PACKAGE ARCHITECTURE; the files for in-root.sh, among them a package that
+# upgrades this one.
+prepare_try() {
+    mkdir "try-$2"
+    dpkg-deb --raw-extract "$1" "newer-$2"
+    sed -i 's/^Version: .*/&+newer/' "newer-$2/DEBIAN/control"
+    dpkg-deb --root-owner-group --build "newer-$2" "try-$2/newer.deb" >"$log"
+    cp "$1" "try-$2/package.deb"
+    cp "$stage/in-root.sh" "$stage/try.sh" "try-$2"
+    cp "$name/packaging/debian/tests/manual" "try-$2/manual-test"
+}
+in_root='cd /tmp && sh in-root.sh package.deb newer.deb try.sh /tmp/manual-test'
+
+# usage: try_in_root SUITE; in a fresh root, which is gone with the call. Its dpkg syncs nothing.
+# What was downloaded is kept.
+try_in_root() {
+    mkdir -p "$cache/$1"
+    # The hooks get the root as their first argument.
+    # shellcheck disable=SC2016
+    step "trying the package in $1" mmdebstrap --variant=essential --include=libstdc++6 \
+        --dpkgopt=force-unsafe-io --skip=download/empty,essential/unlink \
+        --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
+        --setup-hook="sync-in '$cache/$1' /var/cache/apt/archives" \
+        --customize-hook="sync-out /var/cache/apt/archives '$cache/$1'" \
+        --customize-hook="sync-in '$work/try-amd64' /tmp" \
+        --customize-hook="chroot \"\$1\" sh -c '$in_root'" "$1" /dev/null
+}
+
+# usage: try_in_arm_root SUITE; under qemu-user. The kernel need not know how to run a foreign
+# program, so the packages of this root are unpacked without their scripts, and count as installed.
+try_in_arm_root() {
+    mkdir -p "$cache/$1-arm64" "$work/arm64-root" "$work/arm64-packages"
+    # shellcheck disable=SC2016
+    step "making a root of $1 for arm64" mmdebstrap --variant=extract --architectures=arm64 \
+        --skip=check/qemu,download/empty,extract/unlink,essential/unlink \
+        --include=bash,coreutils,dash,diffutils,dpkg,findutils,grep,gzip,libc-bin,libstdc++6 \
+        --include=mawk,sed,tar,util-linux \
+        --setup-hook='mkdir -p "$1/var/cache/apt/archives"' \
+        --setup-hook="sync-in '$cache/$1-arm64' /var/cache/apt/archives" \
+        --extract-hook="sync-out /var/cache/apt/archives '$cache/$1-arm64'" \
+        --extract-hook='APT_CONFIG=$MMDEBSTRAP_APT_CONFIG apt-get -qq autoclean' \
+        --extract-hook="sync-out /var/cache/apt/archives '$work/arm64-packages'" \
+        "$1" arm64-root.tar
+    tar -xf arm64-root.tar -C arm64-root --exclude='./dev/*'
+    for package in arm64-packages/*.deb; do
+        dpkg-deb --field "$package"
+        printf 'Status: install ok installed\n\n'
+        packed=$(dpkg-deb --field "$package" Package)
+        # dpkg(1) has the architecture in the name of the list only for these.
+        [ "$(dpkg-deb --field "$package" Multi-Arch)" != same ] || packed=$packed:arm64
+        : >"arm64-root/var/lib/dpkg/info/$packed.list"
+    done >arm64-root/var/lib/dpkg/status
+    echo 1 >arm64-root/var/lib/dpkg/info/format
+    ln -sf mawk arm64-root/usr/bin/awk
+    cp try-arm64/* arm64-root/tmp
+    step "trying the package in $1 for arm64" env PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+        proot -0 -q qemu-aarch64 -r arm64-root -b /proc -b /dev/null /bin/sh -c "$in_root"
+}
