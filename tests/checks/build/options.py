@@ -30,7 +30,8 @@ EXPECTED = {
 }
 OF_PROCESSOR = {"x86_64": {"-fcf-protection"}, "aarch64": {"-mbranch-protection=standard"}}
 # Where the sources are, and the contact address: neither changes the code.
-UNCOUNTED = ("-ffile-prefix-map=", "-DSWITCH_QUERIER_CONTACT=")
+PREFIX = "-ffile-prefix-map="
+UNCOUNTED = (PREFIX, "-DSWITCH_QUERIER_CONTACT=")
 OF_CODE = re.compile(r"-(O|D|U|f|m|std|g|x|include|specs|param|W[apl],|Xassembler)|--|@")
 
 
@@ -48,6 +49,10 @@ def main():
         for option in sorted(expected - options):
             failed = True
             print(f"build: {name} is compiled without {option}")
+        mapped = sorted(w.rpartition("=")[2] for w in words if w.startswith(PREFIX))
+        if mapped != [".", "./build"]:
+            failed = True
+            print(f"build: {name} shows where it was built: {PREFIX} maps to {mapped}")
         for path in (source, source.with_suffix(".h")):
             if path.exists() and re.search(r"#pragma (?!once)|optimize\(", path.read_text()):
                 failed = True

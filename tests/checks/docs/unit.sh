@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Fails when systemd-analyze finds something in the unit or in an application's unit that has the
-# example's drop-in, or calls the unit more exposed than 1.1 of 10.
+# example's drop-in, or calls the unit more exposed than 1.1 of 10, or when a text names it wrongly.
 # usage: unit.sh PROGRAM UNIT INSTALLED-PROGRAM
 set -eu
 program=$1
@@ -56,5 +56,12 @@ instance=switch-querier@$(systemd-escape --path /config/app.json).service
 for line in "Requires=$instance" "After=$instance"; do
     for file in "$unit" packaging/systemd/application.conf man/switch-querier.8; do
         grep -Eqx "(# +)?$line" "$file" || fail "$file has no line $line"
+    done
+done
+# Which of the tool's statuses are also systemd's own is in the manual and the README.
+systemd-analyze exit-status | awk '$3 == "systemd" { print $2, $1 }' | while read -r status name; do
+    for file in man/switch-querier.8 README.md; do
+        ! grep -Eq "^(\.It |\| )$status( |$)" "$file" || grep -q "$status/$name" "$file" ||
+            fail "$file does not say that $status is also systemd's $name"
     done
 done
