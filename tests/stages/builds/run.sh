@@ -47,6 +47,15 @@ installs() {
     diff "$top/tests/checks/docs/installed.txt" "$work/files" || fail "installs other files"
 }
 
+# usage: optimised_only DIRECTORY LEVEL; fails if some source of ours is compiled with another one.
+optimised_only() {
+    find "$1" -name flags.make -path '*/switch-querier*' >"$work/flags-of-targets"
+    [ -s "$work/flags-of-targets" ] || fail "has no targets of ours"
+    while read -r flags; do
+        [ "$(grep -oE ' -O[^ ]*' "$flags" | sort -u)" = " $2" ] || fail "$flags: not only $2"
+    done <"$work/flags-of-targets"
+}
+
 # usage: variant NAME CMAKE-ARGUMENT…
 variant() {
     wanted "$1" || return 0
@@ -64,9 +73,11 @@ variant ninja -G Ninja
 variant MinSizeRel -D CMAKE_BUILD_TYPE=MinSizeRel
 variant RelWithDebInfo -D CMAKE_BUILD_TYPE=RelWithDebInfo
 variant Debug -D CMAKE_BUILD_TYPE=Debug
-variant flags -D CMAKE_CXX_FLAGS="-Os -D_FORTIFY_SOURCE=3 -fno-stack-protector -fno-pie" \
-    -D CMAKE_EXE_LINKER_FLAGS=-no-pie
-if [ "$name" = flags ]; then
+# docs.ImageBuild of ./test has the level of optimisation among the flags of all build types.
+variant flags -D CMAKE_CXX_FLAGS="-D_FORTIFY_SOURCE=3 -fno-stack-protector -fno-pie" \
+    -D CMAKE_CXX_FLAGS_RELEASE="-Os -DNDEBUG" -D CMAKE_EXE_LINKER_FLAGS=-no-pie
+if [ -d "$work/flags" ]; then
+    optimised_only "$work/flags" -Os
     objects=$(find "$work/flags" -name '*.o' -path '*.dir/*')
     # Each object is an argument of its own.
     # shellcheck disable=SC2086
@@ -114,6 +125,7 @@ if wanted subproject; then
 cmake_minimum_required(VERSION 3.25)
 project(parent LANGUAGES CXX)
 set(CMAKE_CXX_FLAGS_RELEASE "-O1")
+set(type "\${CMAKE_BUILD_TYPE}")
 foreach(target settings json gpio log fileio app package_of_the_parent)
   add_custom_target(\${target})
 endforeach()
@@ -123,7 +135,8 @@ endfunction()
 include(FetchContent)
 FetchContent_Declare(switch-querier SOURCE_DIR "$tree")
 FetchContent_MakeAvailable(switch-querier)
-if(CMAKE_BUILD_TYPE OR COMMAND cpack_add_component OR CPACK_GENERATOR OR CMAKE_CXX_EXTENSIONS)
+if(NOT "\${CMAKE_BUILD_TYPE}" STREQUAL "\${type}" OR COMMAND cpack_add_component OR CPACK_GENERATOR
+   OR CMAKE_CXX_EXTENSIONS)
   message(FATAL_ERROR "the subproject changes its parent")
 endif()
 get_property(tests DIRECTORY "$tree" PROPERTY TESTS)
@@ -140,7 +153,8 @@ CMAKE
     step installing cmake --install "$work/$name"
     installed=$(cd "$DESTDIR" && find . -type f)
     [ "$installed" = ./usr/share/parent.txt ] || fail "installs $installed"
-    build "$work/$name" -S "$work/parent" -D CMAKE_BUILD_TYPE=""
+    build "$work/$name" -S "$work/parent" -D CMAKE_BUILD_TYPE=Release
+    optimised_only "$work/$name" -O1
 fi
 
 [ "$tried" -gt 0 ] || {
