@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
+#include <limits>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,6 +32,9 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 using Levels = std::vector<std::int32_t>;
+
+constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
 
 /// What an output did, and when, by the clock of the host.
 struct Change {
@@ -99,6 +104,7 @@ Outside& outside()
     return only;
 }
 
+/// The levels of changes that are all of line 17.
 Levels levelsOf(const Changes& changes)
 {
     Levels levels;
@@ -178,6 +184,7 @@ TEST_F(GpioOnTheBoard, ReadsTheLevelThatIsDriven)
             outside().drive(level);
 
             EXPECT_EQ(line.readValue(), level);
+            EXPECT_EQ(line.lastValue(), level);
             EXPECT_EQ(readFile(valueFile), std::to_string(level) + "\n");
         }
     }
@@ -190,26 +197,33 @@ TEST_F(GpioOnTheBoard, WakesForTheEdgesThatWereAskedFor)
 {
     struct Row {
         std::int32_t request;
+        const char* expected;
         bool falling;
         bool rising;
     };
-    const std::vector<Row> rows = {{-1, true, false}, {0, true, true}, {1, false, true}};
+    const std::vector<Row> rows = {{-1, "falling\n", true, false},
+                                   {0, "both\n", true, true},
+                                   {1, "rising\n", false, true},
+                                   {lowest, "falling\n", true, false},
+                                   {highest, "rising\n", false, true}};
     GpioLine line;
     ASSERT_TRUE(line.init(17, -1));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.request);
         ASSERT_TRUE(line.setEdge(row.request));
+        EXPECT_EQ(readFile(edgeFile), row.expected);
         const Waiter waiter;
         for (const std::int32_t level : {1, 0, 1, 1, 0, 0}) {
             const bool changes = waiter.read() != std::to_string(level) + "\n";
             const bool expected = changes && (level == 1 ? row.rising : row.falling);
             outside().drive(level);
 
-            EXPECT_EQ(waiter.wakes(expected ? 30s : 300ms), expected) << "driven to " << level;
+            ASSERT_EQ(waiter.wakes(expected ? 10s : 300ms), expected) << "driven to " << level;
             EXPECT_EQ(waiter.read(), std::to_string(level) + "\n");
             EXPECT_FALSE(waiter.wakes(20ms)) << "once more for " << level;
         }
         EXPECT_TRUE(line.disableEdge());
+        EXPECT_EQ(readFile(edgeFile), "none\n");
         waiter.read();
         for (const std::int32_t level : {1, 0}) {
             outside().drive(level);
@@ -226,15 +240,41 @@ TEST_F(GpioOnTheBoard, DrivesTheLevelThatIsWritten)
 {
     GpioLine line;
     openOutput(line, 0);
-    std::int32_t variable = 1;
+    std::int32_t before = 0;
+    for (const std::int32_t level : {0, 1, 0, 2, 0, 5, 1, 0, -1, 0, lowest, 0, highest, 0}) {
+        SCOPED_TRACE(level);
+        const std::int32_t expected = level == 0 ? 0 : 1;
 
-    EXPECT_TRUE(line.writeLevel(1));
-    EXPECT_TRUE(line.writeLevel(5));
-    EXPECT_TRUE(line.writeLevel(0));
-    EXPECT_EQ(levelsOf(outside().changes()), (Levels{1, 0}));
-    EXPECT_TRUE(line.writeLevelAndToggle(variable));
-    EXPECT_TRUE(line.writeLevelAndToggle(variable));
-    EXPECT_EQ(levelsOf(outside().changes()), (Levels{1, 0}));
+        EXPECT_TRUE(line.writeLevel(level));
+        EXPECT_EQ(levelsOf(outside().changes()), expected == before ? Levels{} : Levels{expected});
+        EXPECT_EQ(line.lastValue(), expected);
+        EXPECT_EQ(line.readValue(), expected);
+        EXPECT_EQ(readFile(valueFile), std::to_string(expected) + "\n");
+        before = expected;
+    }
+}
+
+TEST_F(GpioOnTheBoard, DrivesALevelAndTogglesTheVariable)
+{
+    struct Row {
+        std::int32_t level;
+        std::int32_t expectedLevel;
+        std::int32_t expectedVariable;
+    };
+    const std::vector<Row> rows = {{1, 1, 0}, {0, 0, 1},  {2, 1, 1},
+                                   {5, 1, 0}, {-1, 1, 0}, {-2, 1, 1}};
+    GpioLine line;
+    openOutput(line, 0);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.level);
+        ASSERT_TRUE(line.writeLevel(1 - row.expectedLevel));
+        outside().changes();
+        std::int32_t variable = row.level;
+
+        EXPECT_TRUE(line.writeLevelAndToggle(variable));
+        EXPECT_EQ(variable, row.expectedVariable);
+        EXPECT_EQ(levelsOf(outside().changes()), Levels{row.expectedLevel});
+    }
 }
 
 TEST_F(GpioOnTheBoard, Pulses)
@@ -243,50 +283,61 @@ TEST_F(GpioOnTheBoard, Pulses)
         std::int32_t level;
         Levels expected;
     };
-    // 2 is followed by the complement of its lowest bit, which is 1 as well.
-    for (const Row& row : {Row{0, {0, 1}}, Row{1, {1, 0}}, Row{2, {1}}, Row{5, {1, 0}}}) {
+    // Each level is followed by the complement of its lowest bit, which for 2 is high as well.
+    const std::vector<Row> rows = {{0, {0, 1}}, {1, {1, 0}},  {2, {1}},
+                                   {5, {1, 0}}, {-1, {1, 0}}, {-2, {1}}};
+    GpioLine line;
+    openOutput(line, 0);
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.level);
-        GpioLine line;
-        openOutput(line, 1 - row.expected[0]);
-        EXPECT_TRUE(line.pulse(row.level));
-        EXPECT_EQ(levelsOf(outside().changes()), row.expected);
+        for (const nanoseconds duration : {0ms, 40ms}) {
+            ASSERT_TRUE(line.writeLevel(1 - row.expected[0]));
+            outside().changes();
 
-        ASSERT_TRUE(line.writeLevel(1 - row.expected[0]));
-        outside().changes();
-        EXPECT_TRUE(line.pulseFor(row.level, 40ms));
-        const Changes changes = outside().changes();
-        ASSERT_EQ(levelsOf(changes), row.expected);
-        EXPECT_GE(changes.back().time - changes.front().time, changes.size() > 1 ? 40ms : 0ms);
-        takeBackExport();
+            EXPECT_TRUE(duration == 0ms ? line.pulse(row.level)
+                                        : line.pulseFor(row.level, duration));
+            const Changes changes = outside().changes();
+            ASSERT_EQ(levelsOf(changes), row.expected);
+            if (changes.size() > 1) {
+                EXPECT_GE(changes[1].time - changes[0].time, duration);
+            }
+        }
     }
 }
 
 // The first change of line 18 comes before the sequence begins, its second after the end.
 TEST_F(GpioOnTheBoard, PlaysASequence)
 {
-    const std::vector<nanoseconds> durations = {30ms, 10ms, 50ms, 20ms};
+    struct Row {
+        std::int32_t level;
+        Levels expected;
+    };
+    const std::vector<Row> rows = {{0, {}},  {0, {0, 1, 0}},       {1, {1, 0, 1, 0}}, {2, {1, 0}},
+                                   {2, {1}}, {5, {1, 0, 1, 0, 1}}, {-1, {1, 0, 1}}};
+    const std::vector<nanoseconds> durations = {30ms, 10ms, 50ms, 20ms, 10ms};
     GpioLine marker;
     ASSERT_TRUE(marker.init(18, 0));
-    for (const std::int32_t level : {0, 1, 2}) {
-        SCOPED_TRACE(level);
-        GpioLine line;
-        openOutput(line, level == 0 ? 1 : 0);
+    GpioLine line;
+    openOutput(line, 0);
+    for (const Row& row : rows) {
+        const std::size_t count = row.expected.size();
+        SCOPED_TRACE(std::to_string(row.level) + " for " + std::to_string(count));
+        ASSERT_TRUE(line.writeLevel(row.level == 0 ? 1 : 0));
+        outside().changes();
 
         EXPECT_TRUE(marker.writeLevel(1));
-        EXPECT_TRUE(line.playSequence(level, durations));
+        EXPECT_TRUE(line.playSequence(row.level, std::span(durations).first(count)));
         EXPECT_TRUE(marker.writeLevel(0));
         const Changes changes = outside().changes();
-        ASSERT_EQ(changes.size(), durations.size() + 2);
+        ASSERT_EQ(changes.size(), count + 2);
         EXPECT_EQ(changes.front().line, 18);
+        EXPECT_EQ(changes.back().line, 18);
+        EXPECT_EQ(levelsOf({changes.begin() + 1, changes.end() - 1}), row.expected);
         nanoseconds sum = 0ns;
-        for (std::size_t i = 1; i < changes.size(); ++i) {
-            const bool last = i > durations.size();
-            EXPECT_EQ(changes[i].line, last ? 18 : 17);
-            EXPECT_EQ(changes[i].level, last ? 0 : (level != 0) == (i % 2 != 0) ? 1 : 0);
-            EXPECT_GE(changes[i].time - changes[0].time, sum);
-            sum += last ? 0ns : durations[i - 1];
+        for (std::size_t i = 0; i < count; ++i) {
+            sum += durations[i];
+            EXPECT_GE(changes[i + 2].time - changes[0].time, sum);
         }
-        takeBackExport();
     }
     marker.release();
 }

@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -33,9 +32,6 @@ namespace {
 
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
-using std::chrono::system_clock;
-
-using Levels = std::vector<std::int32_t>;
 
 constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
@@ -65,11 +61,6 @@ public:
     /// The level at the input.
     void setInput(std::int32_t level) { setBit(2, level); }
 
-    /// The edge or level that interrupts, if the interrupt is enabled.
-    enum Interrupt : std::uint32_t { lowLevel, highLevel, risingEdge, fallingEdge };
-    [[nodiscard]] std::uint32_t interrupt() const { return words[4] >> 2U & 3U; }
-    [[nodiscard]] bool interrupts() const { return bit(5) != 0; }
-
 private:
     static constexpr std::uint32_t mask = 1U << 17U;
 
@@ -91,9 +82,6 @@ Registers& registers()
     return all;
 }
 
-/// Records the level that the chip drives after each write(2), as long as the object lives.
-Levels* levelsAfterWrites = nullptr;
-
 /// The chip that has line 17.
 std::string chip()
 {
@@ -114,31 +102,8 @@ protected:
         registers().setLevel(0);
     }
 
-    ~GpioOnTheKernel() override
-    {
-        levelsAfterWrites = nullptr;
-        takeBackExport();
-    }
-
-    /// Opens line 17 as an output at low, and records the levels from then on.
-    void openOutput(GpioLine& line)
-    {
-        ASSERT_TRUE(line.init(17, 0));
-        levels.clear();
-        levelsAfterWrites = &levels;
-    }
-
-    Levels levels;
+    ~GpioOnTheKernel() override { takeBackExport(); }
 };
-
-extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t count)
-{
-    const auto written = static_cast<ssize_t>(syscall(SYS_write, descriptor, bytes, count));
-    if (levelsAfterWrites != nullptr) {
-        levelsAfterWrites->push_back(registers().level());
-    }
-    return written;
-}
 
 // init
 
@@ -167,37 +132,6 @@ TEST_F(GpioOnTheKernel, ExportsALineAndOpensItAsRequested)
         EXPECT_EQ(line.lastValue(), row.expectedValue);
         EXPECT_EQ(line.readValue(), row.expectedValue);
         if (row.expectedMode == 1) {
-            EXPECT_EQ(registers().level(), row.expectedValue);
-        }
-    }
-}
-
-TEST_F(GpioOnTheKernel, OpensALineThatIsExported)
-{
-    struct Row {
-        const char* before;
-        std::int32_t request;
-        const char* expectedDirection;
-        std::int32_t expectedValue;
-    };
-    const std::vector<Row> rows = {
-        {"in", -1, "in\n", 1},   {"in", 0, "out\n", 0},   {"in", 1, "out\n", 1},
-        {"in", 2, "out\n", 1},   {"low", -1, "in\n", 1},  {"low", 0, "out\n", 0},
-        {"low", 1, "out\n", 1},  {"low", 2, "out\n", 0},  {"high", -1, "in\n", 1},
-        {"high", 0, "out\n", 0}, {"high", 1, "out\n", 1}, {"high", 2, "out\n", 1},
-    };
-    registers().setInput(1);
-    set(root + "export", "17");
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.before) + " to " + std::to_string(row.request));
-        set(directionFile, row.before);
-        GpioLine line;
-
-        EXPECT_TRUE(line.init(17, row.request));
-        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
-        EXPECT_EQ(line.readValue(), row.expectedValue);
-        if (row.request >= 0) {
             EXPECT_EQ(registers().level(), row.expectedValue);
         }
     }
@@ -271,122 +205,6 @@ TEST_F(GpioOnTheKernel, FailsOnALineThatNoChipHas)
 
 // Levels
 
-TEST_F(GpioOnTheKernel, ReadsTheLevelFreshEachTime)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    for (const std::int32_t level : {0, 1, 1, 0, 0, 1, 0}) {
-        registers().setInput(level);
-
-        EXPECT_EQ(line.readValue(), level);
-        EXPECT_EQ(line.lastValue(), level);
-    }
-}
-
-TEST_F(GpioOnTheKernel, WritesALevel)
-{
-    struct Row {
-        std::int32_t level;
-        std::int32_t expected;
-    };
-    const std::vector<Row> rows = {{0, 0}, {1, 1},  {0, 0},      {2, 1},       {0, 0},
-                                   {5, 1}, {-1, 1}, {lowest, 1}, {highest, 1}, {0, 0}};
-    GpioLine line;
-    openOutput(line);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.level);
-        levels.clear();
-
-        EXPECT_TRUE(line.writeLevel(row.level));
-        EXPECT_EQ(levels, Levels{row.expected});
-        EXPECT_EQ(line.lastValue(), row.expected);
-        EXPECT_EQ(readFile(valueFile), std::to_string(row.expected) + "\n");
-    }
-}
-
-TEST_F(GpioOnTheKernel, WritesALevelAfterARead)
-{
-    GpioLine line;
-    openOutput(line);
-
-    EXPECT_EQ(line.readValue(), 0);
-    EXPECT_TRUE(line.writeLevel(1));
-    EXPECT_EQ(registers().level(), 1);
-    EXPECT_EQ(line.readValue(), 1);
-    EXPECT_TRUE(line.writeLevel(0));
-    EXPECT_EQ(registers().level(), 0);
-    EXPECT_EQ(line.readValue(), 0);
-}
-
-TEST_F(GpioOnTheKernel, WritesALevelAndTogglesTheVariable)
-{
-    struct Row {
-        std::int32_t level;
-        std::int32_t expectedLevel;
-        std::int32_t expectedVariable;
-    };
-    const std::vector<Row> rows = {{1, 1, 0}, {0, 0, 1},  {2, 1, 1},
-                                   {5, 1, 0}, {-1, 1, 0}, {-2, 1, 1}};
-    GpioLine line;
-    openOutput(line);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.level);
-        levels.clear();
-        std::int32_t variable = row.level;
-
-        EXPECT_TRUE(line.writeLevelAndToggle(variable));
-        EXPECT_EQ(variable, row.expectedVariable);
-        EXPECT_EQ(levels, Levels{row.expectedLevel});
-    }
-}
-
-TEST_F(GpioOnTheKernel, Pulses)
-{
-    struct Row {
-        std::int32_t level;
-        Levels expected;
-    };
-    const std::vector<Row> rows = {{0, {0, 1}}, {1, {1, 0}},  {2, {1, 1}},
-                                   {5, {1, 0}}, {-1, {1, 0}}, {-2, {1, 1}}};
-    GpioLine line;
-    openOutput(line);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.level);
-        levels.clear();
-        EXPECT_TRUE(line.pulse(row.level));
-        EXPECT_EQ(levels, row.expected);
-
-        levels.clear();
-        const auto start = steady_clock::now();
-        EXPECT_TRUE(line.pulseFor(row.level, 30ms));
-        EXPECT_GE(steady_clock::now() - start, 30ms);
-        EXPECT_EQ(levels, row.expected);
-        EXPECT_EQ(line.lastValue(), row.expected.back());
-    }
-}
-
-TEST_F(GpioOnTheKernel, PlaysASequence)
-{
-    struct Row {
-        std::int32_t level;
-        Levels expected;
-    };
-    const std::vector<Row> rows = {{0, {}},  {0, {0, 1, 0}},       {1, {1, 0, 1, 0}}, {2, {1, 0}},
-                                   {2, {1}}, {5, {1, 0, 1, 0, 1}}, {-1, {1, 0, 1}}};
-    GpioLine line;
-    openOutput(line);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::to_string(row.level) + " for " + std::to_string(row.expected.size()));
-        levels.clear();
-        const auto start = system_clock::now();
-
-        EXPECT_TRUE(
-            line.playSequence(row.level, std::vector<nanoseconds>(row.expected.size(), 10ms)));
-        EXPECT_GE(system_clock::now() - start, 10ms * row.expected.size());
-        EXPECT_EQ(levels, row.expected);
-    }
-}
-
 // The kernel refuses with EPERM.
 TEST_F(GpioOnTheKernel, WritesNoLevelToAnInput)
 {
@@ -425,6 +243,7 @@ TEST_F(GpioOnTheKernel, NeitherReadsNorWritesALineThatAnotherUserUnexported)
 
 // Directions
 
+// Of the line that is open, and of one that is exported when it is opened.
 TEST_F(GpioOnTheKernel, SetsTheDirection)
 {
     struct Row {
@@ -434,74 +253,36 @@ TEST_F(GpioOnTheKernel, SetsTheDirection)
         std::int32_t expectedValue;
     };
     const std::vector<Row> rows = {
-        {"low", -1, "in\n", 0},      {"high", -1, "in\n", 0},      {"high", lowest, "in\n", 0},
-        {"in", 0, "out\n", 0},       {"high", 0, "out\n", 0},      {"in", 1, "out\n", 1},
-        {"low", 1, "out\n", 1},      {"low", 2, "out\n", 0},       {"high", 2, "out\n", 1},
-        {"in", 2, "out\n", 1},       {"low", highest, "out\n", 0}, {"high", highest, "out\n", 1},
-        {"in", highest, "out\n", 1},
+        {"in", -1, "in\n", 1},         {"in", 0, "out\n", 0},       {"in", 1, "out\n", 1},
+        {"in", 2, "out\n", 1},         {"in", highest, "out\n", 1}, {"low", -1, "in\n", 1},
+        {"low", 0, "out\n", 0},        {"low", 1, "out\n", 1},      {"low", 2, "out\n", 0},
+        {"low", highest, "out\n", 0},  {"high", -1, "in\n", 0},     {"high", lowest, "in\n", 0},
+        {"high", 0, "out\n", 0},       {"high", 1, "out\n", 1},     {"high", 2, "out\n", 1},
+        {"high", highest, "out\n", 1},
     };
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
+    set(root + "export", "17");
     for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.before) + " to " + std::to_string(row.request));
-        set(directionFile, row.before);
-
-        EXPECT_TRUE(line.setDirection(17, row.request));
-        EXPECT_EQ(readFile(directionFile), row.expectedDirection);
-        EXPECT_EQ(registers().isOutput(), row.request >= 0);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
-        EXPECT_EQ(line.readValue(), row.expectedValue);
-        if (row.request >= 0) {
-            EXPECT_EQ(registers().level(), row.expectedValue);
-        }
-    }
-}
-
-// With "in" and "out" alone the level at first would be the old content of the register.
-TEST_F(GpioOnTheKernel, StartsAnOutputAtItsLevelWhateverTheRegisterHeld)
-{
-    for (const std::int32_t held : {0, 1}) {
-        for (const std::int32_t request : {0, 1}) {
-            SCOPED_TRACE(std::to_string(held) + " to " + std::to_string(request));
+        registers().setInput(std::string(row.before) == "high" ? 0 : 1);
+        for (const bool open : {false, true}) {
+            SCOPED_TRACE(std::string(row.before) + " to " + std::to_string(row.request) +
+                         (open ? ", open" : ""));
             GpioLine line;
-            ASSERT_TRUE(line.init(17, -1));
-            registers().setLevel(held);
+            ASSERT_TRUE(!open || line.init(17, -1));
+            set(directionFile, row.before);
 
-            EXPECT_TRUE(line.setDirection(17, request));
-            EXPECT_EQ(registers().level(), request);
+            EXPECT_TRUE(open ? line.setDirection(17, row.request) : line.init(17, row.request));
+            EXPECT_EQ(readFile(directionFile), row.expectedDirection);
+            EXPECT_EQ(registers().isOutput(), row.request >= 0);
+            EXPECT_EQ(line.lastValue(), row.expectedValue);
+            EXPECT_EQ(line.readValue(), row.expectedValue);
+            if (row.request >= 0) {
+                EXPECT_EQ(registers().level(), row.expectedValue);
+            }
         }
     }
 }
 
 // Edges
-
-TEST_F(GpioOnTheKernel, SelectsTheEdge)
-{
-    struct Row {
-        std::int32_t request;
-        const char* expected;
-        std::uint32_t expectedInterrupt;
-    };
-    // For both edges this chip interrupts at the level that the line does not have.
-    const std::vector<Row> rows = {{-1, "falling\n", Registers::fallingEdge},
-                                   {0, "both\n", Registers::highLevel},
-                                   {1, "rising\n", Registers::risingEdge},
-                                   {lowest, "falling\n", Registers::fallingEdge},
-                                   {highest, "rising\n", Registers::risingEdge}};
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.request);
-
-        EXPECT_TRUE(line.setEdge(row.request));
-        EXPECT_EQ(readFile(edgeFile), row.expected);
-        EXPECT_EQ(registers().interrupt(), row.expectedInterrupt);
-        EXPECT_TRUE(registers().interrupts());
-    }
-    EXPECT_TRUE(line.disableEdge());
-    EXPECT_EQ(readFile(edgeFile), "none\n");
-    EXPECT_FALSE(registers().interrupts());
-}
 
 TEST_F(GpioOnTheKernel, CannotSelectTheEdgeWithoutALine)
 {
@@ -512,6 +293,13 @@ TEST_F(GpioOnTheKernel, CannotSelectTheEdgeWithoutALine)
     EXPECT_FALSE(line.setEdge(0));
     EXPECT_FALSE(line.disableEdge());
     EXPECT_EQ(readFile(edgeFile), "none\n");
+}
+
+TEST_F(GpioOnTheKernel, CannotCreateAnAttribute)
+{
+    set(root + "export", "17");
+
+    EXPECT_FALSE(writeGpioAttribute(17, "missing", "1"));
 }
 
 // close and release
