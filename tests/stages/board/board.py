@@ -7,7 +7,7 @@ import socket
 import tempfile
 from pathlib import Path
 
-from machine import QUIET, Emulator
+from machine import Emulator
 
 HERE = Path(__file__).parent
 NEEDED = {
@@ -22,6 +22,7 @@ NEEDED = {
     "BLK_DEV_LOOP": "loop",
     "EXT4_FS": "ext4",
 }
+BOARD = "-M imx8mp-evk -m 1G -accel tcg -nic none -serial null -serial stdio".split()
 CHIP = "/machine/soc/gpio1"  # the emulator's name of the chip that has the lines 0 to 31
 CHANGE = re.compile(r"\[S \+([0-9.]+)\] IRQ (raise|lower) ([0-9]+)$")
 
@@ -30,7 +31,7 @@ class Board(Emulator):
     """The running board. The emulator connects to a socket of ours for the pins, and stamps what
     they do with the time."""
 
-    def __init__(self, emulator, hardware, console, seconds=900):
+    def __init__(self, emulator, hardware, console):
         with tempfile.TemporaryDirectory() as directory, socket.socket(socket.AF_UNIX) as listening:
             listening.bind(f"{directory}/qtest")
             listening.listen()
@@ -38,30 +39,8 @@ class Board(Emulator):
             pins = console.with_suffix(".pins")
             pins.write_bytes(b"")
             self.changes = pins.open()
-            super().__init__(
-                [
-                    *emulator,
-                    "-M",
-                    "imx8mp-evk",
-                    "-m",
-                    "1G",
-                    "-accel",
-                    "tcg",
-                    "-nic",
-                    "none",
-                    *QUIET,
-                    "-qtest",
-                    f"unix:{directory}/qtest",
-                    "-serial",
-                    "null",
-                    "-serial",
-                    "stdio",
-                    *hardware,
-                ],
-                console,
-                seconds,
-                stderr=pins.open("a"),
-            )
+            command = [*emulator, *BOARD, "-qtest", f"unix:{directory}/qtest", *hardware]
+            super().__init__(command, console, stderr=pins.open("a"))
             self.pins, _ = listening.accept()
         self.pins.settimeout(60)
         self.answers = self.pins.makefile("r")

@@ -17,7 +17,6 @@ DEBIAN = (
     "scripts=debian systemd.getty_auto=no systemd.show_status=no "
     "systemd.default_timeout_start_sec=600"
 )
-SCRIPTS = "sh /cases/debian/"
 UNITS = ("switch-querier@config-app.json.service", "application.service")
 
 
@@ -56,10 +55,8 @@ class Stage(Results):
                     board.answer(line.removeprefix("@ask "))
         self.record_from("gpio,pin", lines, "@end" in lines)
         self.check_count("program.cases", PIN_CASES, "line ")
-        print(
-            f"GpioLine: {self.count('GpioOnTheBoard.')} tests; the program: "
-            f"{self.count('line ')} runs"
-        )
+        tests = self.count("GpioOnTheBoard.")
+        print(f"GpioLine: {tests} tests; the program: {self.count('line ')} runs")
 
     def record_from(self, scripts, lines, ended):
         for result in results_of(scripts, lines, ended)[0]:
@@ -72,59 +69,47 @@ class Stage(Results):
         boots = [line for line in boots if line and not line.startswith("#")]
         if self.extent == "short":
             boots = boots[:2]
-        columns = [line.split() for line in boots]
         with self.boot_debian("install") as board:
-            self.do(board, "install")
-            self.prepare(board, columns[0])
-        for number, (name, line, *_) in enumerate(columns):
-            last = number + 1 == len(columns)
+            self.do(board, "install_package")
+            self.do(board, "prepare " + boots[0])
+        for boot, next_boot in zip(boots, [*boots[1:], boots[0]]):
+            name, line, *_ = boot.split()
             with self.boot_debian(name, pin=int(line == "high")) as board:
-                lines, ended = board.shell(f"{SCRIPTS}check.sh {boots[number]}")
+                lines, ended = board.shell("sh /cases/debian/check.sh " + boot)
                 self.record_from("check.sh", lines, ended)
-                if not last:
-                    self.prepare(board, columns[number + 1])
-                elif self.extent == "short":
-                    self.do(board, "purge")
-                else:
-                    self.prepare(board, columns[0])
+                self.do(board, "prepare " + next_boot)
+                if self.extent == "short" and boot == boots[-1]:
+                    self.do(board, "purge_package")
         if self.extent == "long":
             self.cut_power()
+            with self.boot_debian("refusals") as board:
+                for step in ("verify_unit", "hang", "refuse_without_config", "purge_package"):
+                    self.do(board, step)
         print(f"Debian: {self.count('boot ')} boots with the package")
         self.card.unlink()
 
-    def boot_debian(self, name, options="", pin=0):
+    def boot_debian(self, name, options="", pin=0, until="@ready"):
         """Debian, when all its units have started or failed to."""
         disk = ("-drive", f"file={self.card},if=sd,bus=2,format=raw")
         board = self.boot(f"debian-{name}", f"{DEBIAN} {options}", *disk, pin=pin)
-        if name != "cut":
-            lines, _ = board.wait_for("@ready")
-            self.check(f"Debian starts: {name}", lines is not None, "came to no end")
+        lines, _ = board.wait_for(until)
+        self.check(f"Debian starts: {name}", lines is not None, "came to no end")
         return board
 
-    def do(self, board, script):
-        lines, succeeded = board.shell(SCRIPTS + script + ".sh")
-        self.check(f"Debian: {script}", succeeded, " ".join(lines[-9:]))
-
-    def prepare(self, board, columns):
-        """What the next boot is to find."""
-        lines, succeeded = board.shell(SCRIPTS + "prepare.sh " + " ".join(columns[1:]))
-        if not succeeded:
-            raise MachineError("Debian cannot be prepared: " + " ".join(lines))
+    def do(self, board, step):
+        """A function of steps.sh, which must succeed."""
+        lines, succeeded = board.shell(step)
+        self.check(f"Debian: {step}", succeeded, " ".join(lines[-9:]))
 
     def cut_power(self):
         """Cuts the power as soon as the unit has succeeded and the application runs."""
-        with self.boot_debian("cut") as board:
-            lines, _ = board.wait_for("@application")
-            self.check("power cut: the application starts", lines is not None, "came to no end")
+        with self.boot_debian("cut", until="@application"):
+            pass
         masked = " ".join("systemd.mask=" + unit for unit in UNITS)
         with self.boot_debian("after-cut", masked) as board:
             new = "/cases/documents/new-encoder.json"
             _, same = board.shell(f"cmp /config/app.json {new} && [ ! -e /run/application.json ]")
             self.check("power cut after the unit's success: the new text", same, "another one")
-        with self.boot_debian("hang") as board:
-            self.do(board, "security")
-            self.do(board, "hang")
-            self.do(board, "purge")
 
 
 def main(directory, extent, packages, *emulator):

@@ -32,19 +32,13 @@ NEEDED = {
     "NLS_ASCII": "nls_ascii",
 }
 
-HARDWARE = ["-M", "virt", "-cpu", "cortex-a53", "-m", "256", "-accel", "tcg", "-nic", "none"]
+HARDWARE = "-M virt -cpu cortex-a53 -m 256 -accel tcg -nic none".split()
 
 # Parts of the packages that nobody needs here.
-LARGE = (
-    "usr/share",
-    "kernel/net",
-    "kernel/sound",
-    "kernel/drivers/[gins]*",
-    "kernel/drivers/media",
-)
+LARGE = "usr/share kernel/net kernel/sound kernel/drivers/[gins]* kernel/drivers/media".split()
 
 # Nothing but the console; panics end the emulator.
-QUIET = ["-display", "none", "-monitor", "none", "-no-reboot"]
+QUIET = "-display none -monitor none -no-reboot".split()
 
 
 class MachineError(Exception):
@@ -68,12 +62,8 @@ class Disk:
             )
         else:
             block = f"driver=file,filename={self.path}"
-        return [
-            "-blockdev",
-            f"{block},node-name={self.name}",
-            "-device",
-            f"virtio-blk-device,drive={self.name},serial={self.name}",
-        ]
+        device = f"virtio-blk-device,drive={self.name},serial={self.name}"
+        return ["-blockdev", f"{block},node-name={self.name}", "-device", device]
 
 
 class Result:
@@ -116,13 +106,11 @@ class Results:
             work()
         except MachineError as error:
             self.check("the stage", False, f"{error}")
-        (self.directory / "results.txt").write_text(
-            "".join(
-                f"{'failed' if result.problem else 'passed'} {result.name}\n"
-                for result in self.results
-            )
-        )
-        failed = sum(1 for result in self.results if result.problem)
+        failed = 0
+        with (self.directory / "results.txt").open("w") as file:
+            for result in self.results:
+                failed += bool(result.problem)
+                print("failed" if result.problem else "passed", result.name, file=file)
         print(f"{len(self.results) - failed} passed, {failed} failed")
         return 1 if failed else 0
 
@@ -130,13 +118,13 @@ class Results:
 class Emulator:
     """A running machine, whose console is read and written by lines and is kept in a file."""
 
-    def __init__(self, command, console, seconds, stderr=subprocess.STDOUT):
+    def __init__(self, command, console, stderr=subprocess.STDOUT, seconds=900):
         self.kept = console.open("wb")
         self.deadline = time.monotonic() + seconds
         self.pending = b""
         self.ended = False  # by itself
         self.process = subprocess.Popen(
-            [str(word) for word in command],
+            [str(word) for word in [*command, *QUIET]],
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             stderr=stderr,
@@ -198,42 +186,21 @@ class Machine:
             shutil.rmtree(self.packages, ignore_errors=True)
             self.packages.mkdir(parents=True)
             for package in sorted(Path(packages).glob("*.deb")):
-                with subprocess.Popen(
-                    ["dpkg-deb", "--fsys-tarfile", package], stdout=subprocess.PIPE
-                ) as tar:
-                    run(
-                        [
-                            "tar",
-                            "-x",
-                            "-C",
-                            self.packages,
-                            "--wildcards",
-                            "--no-wildcards-match-slash",
-                            *(f"--exclude=*/{tree}" for tree in LARGE),
-                        ],
-                        stdin=tar.stdout,
-                    )
+                extract = "tar -x --wildcards --no-wildcards-match-slash".split()
+                extract += [f"--exclude=*/{tree}" for tree in LARGE]
+                tar = ["dpkg-deb", "--fsys-tarfile", package]
+                with subprocess.Popen(tar, stdout=subprocess.PIPE) as tar:
+                    run([*extract, "-C", self.packages], stdin=tar.stdout)
             if not (self.packages / "lib").exists():
                 (self.packages / "lib").symlink_to("usr/lib")
             stamp.write_text(names)
         self.kernel = self.only("boot/vmlinuz-*")
         self.version = self.kernel.name.removeprefix("vmlinuz-")
-        self.busybox = (
-            self.only("*bin/busybox")
-            if (self.packages / "bin").exists()
-            else self.only("usr/bin/busybox")
-        )
+        self.busybox = self.only("**/bin/busybox")
         config = self.only("boot/config-*").read_text()
-        missing = [
-            option
-            for option in self.needed
-            if not re.search(rf"^CONFIG_{option}=[ym]$", config, re.MULTILINE)
-        ]
-        if missing:
-            raise MachineError(
-                f"kernel {self.version} lacks "
-                + ", ".join("CONFIG_" + option for option in missing)
-            )
+        for option in self.needed:
+            if not re.search(rf"^CONFIG_{option}=[ym]$", config, re.MULTILINE):
+                raise MachineError(f"kernel {self.version} lacks CONFIG_{option}")
         run(["/sbin/depmod", "-b", self.packages, self.version])
 
     def only(self, pattern):
@@ -245,19 +212,9 @@ class Machine:
     def modules(self):
         """The modules' files, each after those that it needs."""
         files = []
+        show = ["/sbin/modprobe", "-d", self.packages, "-S", self.version, "--show-depends"]
         for module in filter(None, self.needed.values()):
-            lines = run(
-                [
-                    "/sbin/modprobe",
-                    "-d",
-                    self.packages,
-                    "-S",
-                    self.version,
-                    "--show-depends",
-                    module,
-                ]
-            ).splitlines()
-            for line in lines:
+            for line in run([*show, module]).splitlines():
                 words = line.split()
                 if words[0] == "insmod" and words[1] not in files:
                     files.append(words[1])
@@ -287,14 +244,9 @@ class Machine:
         (root / "modules/order").write_text("".join(order))
         image = self.directory / "initramfs"
         names = "".join(f"{path.relative_to(root)}\n" for path in sorted(root.rglob("*")))
-        with image.open("wb") as out:
-            subprocess.run(
-                ["cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0"],
-                cwd=root,
-                input=names.encode(),
-                stdout=out,
-                check=True,
-            )
+        run(
+            ["cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0", "-O", image], cwd=root, input=names
+        )
         return image
 
     def device_tree(self, chip):
@@ -315,33 +267,21 @@ class Machine:
         disks,
         options="",
         chip="gpio0",
-        seconds=900,
         cut_at=None,
         cut_after=0.0,
     ):
         """Runs the guest's scripts to their end, or cuts the power so many seconds after the first
         line that begins like cut_at. Returns the results and the other lines that begin with "@";
         the console is kept in the file."""
-        command = [
-            "qemu-system-aarch64",
-            *HARDWARE,
-            *QUIET,
-            "-serial",
-            "stdio",
-            "-kernel",
-            self.kernel,
-            "-initrd",
-            self.initramfs,
-            "-dtb",
-            self.device_tree(chip),
-            "-append",
-            f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts} {options}",
-        ]
+        command = ["qemu-system-aarch64", *HARDWARE, "-serial", "stdio"]
+        command += ["-kernel", self.kernel, "-initrd", self.initramfs]
+        command += ["-dtb", self.device_tree(chip), "-append"]
+        command += [f"console=ttyAMA0 panic=-1 quiet iomem=relaxed scripts={scripts} {options}"]
         for disk in disks:
             command += disk.arguments()
         lines = []
         cut = False
-        with Emulator(command, console, seconds) as emulator:
+        with Emulator(command, console) as emulator:
             while (line := emulator.line()) is not None:
                 lines.append(line)
                 if cut_at and not cut and line.startswith(cut_at):
@@ -357,9 +297,9 @@ def results_of(scripts, lines, ended):
     output = []
     for line in lines:
         if line.startswith("@pass "):
-            results.append(Result(line[len("@pass ") :]))
+            results.append(Result(line.removeprefix("@pass ")))
         elif line.startswith("@fail "):
-            case, _, problem = line[len("@fail ") :].partition(": ")
+            case, _, problem = line.removeprefix("@fail ").partition(": ")
             results.append(Result(case, problem or "failed"))
         elif line.startswith("@") and line not in ("@end", "@cut"):
             output.append(line[1:])
@@ -371,14 +311,8 @@ def results_of(scripts, lines, ended):
 def run(command, **options):
     """Runs a tool of the host and returns what it printed."""
     try:
-        done = subprocess.run(
-            [str(word) for word in command],
-            text=True,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
-            check=False,
-            **options,
-        )
+        words = [str(word) for word in command]
+        done = subprocess.run(words, text=True, capture_output=True, check=False, **options)
     except FileNotFoundError as error:
         raise MachineError(f"{command[0]} is not installed") from error
     if done.returncode != 0:

@@ -67,10 +67,8 @@ class Stage(Results):
         self.check_count("program.cases", ".", "line ")
         self.boot("gone", "gone", self.disks_for_program(), chip="gpio1")
         self.check_count("gone.cases", ".", "line gone")
-        print(
-            f"GpioLine: {self.count('GpioOnTheKernel.')} tests; the program: "
-            f"{self.count('line ')} runs"
-        )
+        tests = self.count("GpioOnTheKernel.")
+        print(f"GpioLine: {tests} tests; the program: {self.count('line ')} runs")
 
     def disks_for_program(self):
         disks = []

@@ -73,12 +73,7 @@ prepare_disk() {
     rm -f $directory/config.json $directory/config.json.filsec
     [ "$2" = none ] || cp "/cases/documents/$2.json" $directory/config.json
     case $1 in
-    full)
-        dd if=/dev/zero of=/full/big bs=64k 2>/tmp/none
-        dd if=/dev/zero of=/full/small bs=1k 2>/tmp/none
-        sync
-        dd if=/dev/zero of=/full/last bs=1k 2>/tmp/none
-        ;;
+    full) fill /full ;;
     inodes)
         n=0
         while touch "/full/$n"; do

@@ -62,6 +62,14 @@ make_texts() {
     switch-querier /tmp/texts/2 -enc >/tmp/none 2>&1
 }
 
+# Fills the file system that has the directory, to its last block.
+fill() {
+    dd if=/dev/zero of="$1/big" bs=64k
+    dd if=/dev/zero of="$1/small" bs=1k
+    sync
+    dd if=/dev/zero of="$1/last" bs=1k
+} 2>/tmp/none
+
 # Note a difference, of texts and of files.
 compare() {
     [ "$2" = "$3" ] || problem="$problem $1 is [$2], not [$3];"

@@ -4,10 +4,8 @@
 
 # Compares what a boot has left with what expected-run writes.
 # usage: check.sh NAME LINE MARKER DISK FILE STATUS
-# shellcheck source=tests/stages/board/guest/debian/unit.sh
-. /cases/debian/unit.sh
-# shellcheck source=tests/stages/machine/guest/results.sh
-. /cases/results.sh
+# shellcheck source=tests/stages/board/guest/debian/steps.sh
+. /cases/debian/steps.sh
 name="boot $1"
 status=$6
 document=$5
