@@ -3,16 +3,21 @@
 
 #include "tests/unit/app/FailingMemory.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
 #include "tests/unit/calls/Calls.h"
 
 long allocationsLeft = -1;
+std::size_t largestAllocation = 0;
 
 // NOLINTBEGIN(cppcoreguidelines-no-malloc): this is what new and delete are made of
 void* operator new(std::size_t size)
 {
+    if (Calls::Inside::depth == 0) {
+        largestAllocation = std::max(largestAllocation, size);
+    }
     const bool fails = allocationsLeft >= 0 && Calls::Inside::depth == 0 && allocationsLeft-- == 0;
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr) {
