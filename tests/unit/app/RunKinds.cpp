@@ -270,6 +270,16 @@ std::vector<RunKind> makeRunKinds()
          configHolds("{\"a\" 1}"),
          ready + configRead("{\"a\" 1}") + error("Cannot decode Json at position 5, code -4") +
              logsClosed + "exit 174\n"},
+        {"SyntaxErrorAtALargePosition",
+         {config},
+         configHolds("{\"a\"" + std::string(2'000, ' ') + "1}"),
+         ready +
+             "fopen /appliance/config.json rb\n"
+             "lseek /appliance/config.json end\n"
+             "lseek /appliance/config.json start\n"
+             "read /appliance/config.json 2006 bytes\n"
+             "fclose /appliance/config.json\n" +
+             error("Cannot decode Json at position 2004, code -4") + logsClosed + "exit 174\n"},
         {"FlagMissing",
          {config},
          configHolds("{}"),

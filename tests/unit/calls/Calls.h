@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <ctime>
 #include <functional>
 #include <map>
@@ -11,8 +13,8 @@
 #include <vector>
 
 /// Records the calls to the C library that the code under test makes, and those that the C++
-/// library makes for it. Calls.cpp defines the functions in the test program, where they take
-/// precedence over the shared library's (ld.so(8)).
+/// library makes for it. The other files of this directory define the functions in the test
+/// program, where they take precedence over the shared library's (ld.so(8)).
 ///
 /// The files are the real ones. The time is not, while an object exists: it stands still, and a
 /// sleep moves the clocks and does not wait.
@@ -91,6 +93,25 @@ private:
 
 /// The object that exists, or null.
 extern Calls* currentCalls;
+
+/// Records the call, if there is an object that does.
+void note(const std::string& line);
+
+/// Passes the result of a call on, after it was noted if it is a failure.
+template <typename Result>
+Result noted(Result result, bool failed)
+{
+    if (currentCalls != nullptr && failed) {
+        const int error = errno;
+        const char* const name = strerrorname_np(error);
+        currentCalls->addToLine(std::string("= ") + (name != nullptr ? name : "failure"));
+        errno = error;
+    }
+    return result;
+}
+
+/// Whether the code under test makes the call, not the recorder or a test's hook.
+bool isOfTheTested();
 
 std::chrono::nanoseconds durationOf(const timespec& time);
 

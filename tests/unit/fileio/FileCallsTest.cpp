@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -31,7 +32,31 @@ protected:
         writeFile(path, "0123456789");
     }
 
-    Calls calls;
+    /// Returns the calls of reading the file, during whose first read(2) this happens.
+    std::string callsOfReadingDuring(const std::function<void()>& event)
+    {
+        bool happened = false;
+        calls.before = [&](const std::string& line) {
+            if (line.starts_with("read ") && !happened) {
+                happened = true;
+                event();
+            }
+        };
+        return calls.record([] {
+            std::string text;
+            EXPECT_TRUE(readTextFile(path, text, 10));
+        });
+    }
+
+    class RecordedCalls : public Calls {
+    public:
+        bool syncs = true;
+
+    private:
+        int syncing(int /*descriptor*/) override { return syncs ? 0 : EIO; }
+    };
+
+    RecordedCalls calls;
 };
 
 TEST_F(FileCalls, OfReadingAskForTheSizeBeforeTheBytes)
@@ -46,6 +71,27 @@ TEST_F(FileCalls, OfReadingAskForTheSizeBeforeTheBytes)
               "read /appliance/config.json \"0123456789\"\n"
               "fclose /appliance/config.json\n");
     EXPECT_TRUE(result);
+}
+
+TEST_F(FileCalls, OfReadingAFileThatShrinksEndWithItsEnd)
+{
+    EXPECT_EQ(callsOfReadingDuring([] { writeFile(path, "0123"); }),
+              "fopen /appliance/config.json rb\n"
+              "lseek /appliance/config.json end\n"
+              "lseek /appliance/config.json start\n"
+              "read /appliance/config.json \"0123\"\n"
+              "read /appliance/config.json \"\"\n"
+              "fclose /appliance/config.json\n");
+}
+
+TEST_F(FileCalls, OfReadingAFileThatGrowsEndWithTheSize)
+{
+    EXPECT_EQ(callsOfReadingDuring([] { writeFile(path, std::string(20'000, 'x')); }),
+              "fopen /appliance/config.json rb\n"
+              "lseek /appliance/config.json end\n"
+              "lseek /appliance/config.json start\n"
+              "read /appliance/config.json 8191 bytes\n"
+              "fclose /appliance/config.json\n");
 }
 
 TEST_F(FileCalls, OfReadingAFileThatIsTooLargeEndWithItsSize)
@@ -138,6 +184,23 @@ TEST_F(FileCalls, OfReplacingEndWithTheRenameThatFails)
     }),
               written("new") + synced(temporaryPath) +
                   "rename /appliance/config.json.filsec /appliance/config.json = EISDIR\n");
+}
+
+TEST_F(FileCalls, OfReplacingCloseWhatCannotBeSynced)
+{
+    const auto notSynced = [](const std::string& name) {
+        return "open " + name + syncFlags + "fsync " + name + " = EIO\nclose " + name + "\n";
+    };
+    calls.syncs = false;
+
+    EXPECT_EQ(calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+        EXPECT_EQ(file.finish(), 0);
+    }),
+              written("new") + notSynced(temporaryPath) + renamed + notSynced(path) +
+                  notSynced(directory + "/"));
 }
 
 const std::string notOpenedForSyncing = syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n";

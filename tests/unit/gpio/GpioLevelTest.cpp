@@ -257,7 +257,7 @@ TEST_F(GpioLinePulse, SleepsForTheRemainingTimeAfterASignal)
 {
     GpioLine line;
     openOutput(line);
-    calls.sleep = interruptedOnce(7ns);
+    calls.sleep = interrupted({7ns});
 
     EXPECT_TRUE(line.pulseFor(1, 90s));
     ASSERT_EQ(calls.sleeps.size(), 2U);

@@ -176,7 +176,7 @@ TEST_F(GpioLineSequence, SleepsForTheRemainingTimeAfterASignal)
 {
     GpioLine line;
     openOutput(line);
-    calls.sleep = interruptedOnce(7ns);
+    calls.sleep = interrupted({7ns});
     const auto start = system_clock::now();
 
     EXPECT_TRUE(line.playSequence(1, std::vector<nanoseconds>{60ms}));

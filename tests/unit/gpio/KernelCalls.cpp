@@ -31,14 +31,15 @@ void KernelCalls::opened(const char* path, int opened)
     }
 }
 
-std::function<int(const timespec*, timespec*)> interruptedOnce(std::chrono::nanoseconds left)
+std::function<int(const timespec*, timespec*)>
+interrupted(const std::vector<std::chrono::nanoseconds>& left)
 {
-    return [left, done = false](const timespec* request, timespec* remaining) mutable {
-        if (done) {
+    return [left, count = std::size_t{0}](const timespec* request, timespec* remaining) mutable {
+        if (count == left.size()) {
             return Calls::sleepAsAsked(request, remaining);
         }
-        done = true;
-        *remaining = {0, static_cast<long>(left.count())};
+        *remaining = {0, static_cast<long>(left[count].count())};
+        ++count;
         errno = EINTR;
         return -1;
     };

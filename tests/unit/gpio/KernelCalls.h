@@ -25,5 +25,7 @@ private:
     void opened(const char* path, int opened) override;
 };
 
-/// Ends the sleep as a signal does that comes when this much of it is left.
-std::function<int(const timespec*, timespec*)> interruptedOnce(std::chrono::nanoseconds left);
+/// Ends each sleep in turn as a signal does that comes when this much of it is left, below a
+/// second, and lets the next one end by itself.
+std::function<int(const timespec*, timespec*)>
+interrupted(const std::vector<std::chrono::nanoseconds>& left);

@@ -72,7 +72,7 @@ private:
 
 }  // namespace
 
-// Calls.cpp does not replace this one, which most suites have no use for.
+// The other files do not replace this one, which most suites have no use for.
 extern "C" tm* localtime(const std::time_t* time) noexcept
 {
     const Calls::Inside inside;
