@@ -1,19 +1,20 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cfenv>
 #include <clocale>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
@@ -80,8 +81,7 @@ std::string processState()
     text << "priority " << getpriority(PRIO_PROCESS, 0) << ", policy " << sched_getscheduler(0)
          << "\ngroup " << getpgrp() << ", session " << getsid(0) << "\ntimer "
          << timer.it_value.tv_sec << "\nrounding " << std::fegetround() << ", traps "
-         << fegetexcept() << "\nlog mask " << setlogmask(0) << "\ndumpable "
-         << prctl(PR_GET_DUMPABLE) << "\nterminates by "
+         << fegetexcept() << "\ndumpable " << prctl(PR_GET_DUMPABLE) << "\nterminates by "
          << reinterpret_cast<void*>(std::get_terminate()) << ", allocates by "
          << reinterpret_cast<void*>(std::get_new_handler()) << "\nconsoles "
          << std::cout.getloc().name() << ", " << std::cerr.getloc().name() << '\n';
@@ -113,6 +113,10 @@ public:
         : maskBefore(umask(0077)), handlerBefore(std::signal(SIGPIPE, SIG_IGN)),
           directoryBefore(fs::current_path())
     {
+        groupsBefore.resize(static_cast<std::size_t>(getgroups(0, nullptr)));
+        EXPECT_GE(getgroups(static_cast<int>(groupsBefore.size()), groupsBefore.data()), 0);
+        constexpr gid_t somebody = 12345;
+        static_cast<void>(setgroups(1, &somebody));  // where that is allowed
         setenv("LOCPATH", commaLocalePath, 1);
         setenv("LC_ALL", commaLocale, 1);
         static_cast<void>(std::setlocale(LC_ALL, ""));
@@ -125,6 +129,7 @@ public:
 
     ~Unusual()
     {
+        static_cast<void>(setgroups(groupsBefore.size(), groupsBefore.data()));
         fs::current_path(directoryBefore);
         for (const char* const name : {"TZ", "LC_ALL", "LOCPATH", "POSIXLY_CORRECT", "TMPDIR"}) {
             unsetenv(name);
@@ -142,6 +147,7 @@ private:
     mode_t maskBefore;
     void (*handlerBefore)(int);
     fs::path directoryBefore;
+    std::vector<gid_t> groupsBefore;
 };
 
 class Surroundings : public testing::TestWithParam<RunKind> {

@@ -76,6 +76,15 @@ void syslog(int priority, const char* format, ...)
     va_end(arguments);
 }
 
+/// Has no effect: the product sets none.
+int setlogmask(int mask)
+{
+    constexpr int everything = 0xff;
+    const Calls::Inside inside;
+    note("setlogmask " + std::to_string(mask));
+    return everything;
+}
+
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the library's own name
 [[gnu::format(printf, 3, 4)]] void __syslog_chk(int priority, int /*flag*/, const char* format, ...)
 {
