@@ -42,8 +42,8 @@ public:
     /// Moves the clocks by the time that was asked for.
     static int sleepAsAsked(const timespec* request, timespec* remaining);
 
-    /// The system clock, 2020-01-16 09:05:03.042 UTC at first.
-    std::chrono::nanoseconds systemTime{1'579'165'503'042'000'000};
+    /// The system clock, 7 ns after 2020-01-16 09:05:03.042 UTC at first.
+    std::chrono::nanoseconds systemTime{1'579'165'503'042'000'007};
 
     /// The clock that nobody sets.
     std::chrono::nanoseconds steadyTime{1'000'000'007};
@@ -77,9 +77,13 @@ public:
     /// Is called after open(2), with its result.
     virtual void opened(const char* /*path*/, int /*descriptor*/) {}
 
-    /// Are called before read(2) and fsync(2), recorded or not; as opening.
+    /// Are called before read(2), write(2) and fsync(2), recorded or not; as opening.
     virtual int reading(int /*descriptor*/) { return 0; }
+    virtual int writing(int /*descriptor*/) { return 0; }
     virtual int syncing(int /*descriptor*/) { return 0; }
+
+    /// In place of the error that write(2) is to fail with: it succeeds and writes nothing.
+    static constexpr int writesNothing = -1;
 
     void isOpen(const char* path, int descriptor) { paths[descriptor] = path; }
     void isClosed(int descriptor) { paths.erase(descriptor); }

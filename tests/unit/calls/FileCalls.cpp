@@ -158,6 +158,9 @@ ssize_t write(int descriptor, const void* bytes, size_t size)
 {
     const Calls::Inside inside;
     note("write " + nameOf(descriptor) + " " + quoted(static_cast<const char*>(bytes), size));
+    if (const int error = isOfTheTested() ? currentCalls->writing(descriptor) : 0; error != 0) {
+        return error == Calls::writesNothing ? 0 : failedWith(error);
+    }
     const ssize_t count = syscall(SYS_write, descriptor, bytes, size);
     return noted(count, count < 0);
 }

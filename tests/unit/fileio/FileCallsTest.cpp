@@ -73,6 +73,22 @@ TEST_F(FileCalls, OfReadingAskForTheSizeBeforeTheBytes)
     EXPECT_TRUE(result);
 }
 
+// More than a stream's buffer holds goes to the text directly.
+TEST_F(FileCalls, OfReadingALargeFileAskForItInOnePiece)
+{
+    writeFile(path, std::string(10'000, 'x'));
+
+    EXPECT_EQ(calls.record([] {
+        std::string text;
+        EXPECT_TRUE(readTextFile(path, text, 10'000));
+    }),
+              "fopen /appliance/config.json rb\n"
+              "lseek /appliance/config.json end\n"
+              "lseek /appliance/config.json start\n"
+              "read /appliance/config.json 10000 bytes\n"
+              "fclose /appliance/config.json\n");
+}
+
 TEST_F(FileCalls, OfReadingAFileThatShrinksEndWithItsEnd)
 {
     EXPECT_EQ(callsOfReadingDuring([] { writeFile(path, "0123"); }),

@@ -1,12 +1,14 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -137,6 +139,50 @@ TEST_F(GpioLineCalls, InitOfALineThatAppearsTooLate)
     EXPECT_EQ(calls.steadyTime - start, 220ms);
 }
 
+// No error ends the attempts, and none of them is not counted.
+TEST_F(GpioLineCalls, InitOfALineThatCannotBeOpenedForAnyReason)
+{
+    for (const int error : {EPERM, ENOENT, EINTR, EIO, ENXIO, EAGAIN, EACCES, EBUSY, ENODEV, EINVAL,
+                            EMFILE, ETXTBSY}) {
+        SCOPED_TRACE(error);
+        const std::string failing = "usleep 20000\nopen /sys/class/gpio/gpio17/value O_RDWR = " +
+                                    std::string(strerrorname_np(error)) + "\n";
+        GpioLine failed;
+        calls.openFlags.clear();
+        calls.openError = error;
+        calls.beforeOpen = [this](std::size_t attempt) {
+            calls.openError = attempt > 11 ? 0 : calls.openError;
+        };
+        EXPECT_EQ(callsOf([&] { return failed.init(17, -1); }),
+                  noneClosed + present + times(11, failing) + "false\n");
+
+        calls.openFlags.clear();
+        calls.openError = error;
+        calls.beforeOpen = [this](std::size_t attempt) {
+            calls.openError = attempt > 10 ? 0 : calls.openError;
+        };
+        EXPECT_EQ(callsOf([&] { return failed.init(17, -1); }),
+                  noneClosed + present + times(10, failing) + opened + madeInput + "true\n");
+    }
+}
+
+// A line that could not be set up is not this object's: release unexports nothing.
+TEST_F(GpioLineCalls, InitThatFailsLeavesNoNumber)
+{
+    const auto release = [this] {
+        line.release();
+        return true;
+    };
+    calls.openError = ENOENT;
+    EXPECT_FALSE(line.init(17, -1));
+    calls.openError = 0;
+    EXPECT_EQ(callsOf(release), noneClosed + "true\n");
+
+    replaceByDirectory(directionFile);
+    EXPECT_FALSE(line.init(17, -1));
+    EXPECT_EQ(callsOf(release), noneClosed + "true\n");
+}
+
 TEST_F(GpioLineCalls, InitOfALineThatCannotBeExported)
 {
     fs::remove_all(root);
@@ -216,7 +262,52 @@ TEST_F(GpioLineCalls, EdgeRequests)
               attributeWritten("edge", "none") + "true\n");
 }
 
+TEST_F(GpioLineCalls, EdgesWithoutALineAreThoseOfMinusOne)
+{
+    const std::string refused = "fopen /sys/class/gpio/gpio-1/edge w = ENOENT\nfalse\n";
+
+    EXPECT_EQ(callsOf([&] { return line.setEdge(1); }), refused);
+    EXPECT_EQ(callsOf([&] { return line.disableEdge(); }), refused);
+}
+
 // Levels
+
+// A FIFO has no position (ESPIPE).
+TEST_F(GpioLineCalls, ReadingNeedsNoRewind)
+{
+    fs::remove(valueFile);
+    ASSERT_EQ(mkfifo(valueFile.c_str(), 0600), 0);
+    const int writer = ::open(valueFile.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::write(writer, "0\n1\n", 4), 4);
+    ASSERT_TRUE(line.init(17, -1));
+
+    EXPECT_EQ(callsOf([&] { return line.readValue() == 1; }),
+              "lseek /sys/class/gpio/gpio17/value start = ESPIPE\n"
+              "read /sys/class/gpio/gpio17/value \"1\\n\"\n"
+              "true\n");
+    ::close(writer);
+}
+
+// Not even after a signal.
+TEST_F(GpioLineCalls, NoReadOrWriteIsRepeated)
+{
+    ASSERT_TRUE(line.init(17, -1));
+    for (const int error : {EINTR, EAGAIN, EIO, ENODEV, EPERM}) {
+        SCOPED_TRACE(error);
+        const std::string name = strerrorname_np(error);
+        calls.readError = error;
+        calls.writeError = error;
+
+        EXPECT_EQ(callsOf([&] { return line.readValue() != -1; }),
+                  "lseek /sys/class/gpio/gpio17/value start\n"
+                  "read /sys/class/gpio/gpio17/value = " +
+                      name + "\nfalse\n");
+        EXPECT_EQ(callsOf([&] { return line.writeLevel(1); }),
+                  "write /sys/class/gpio/gpio17/value \"1\" = " + name + "\nfalse\n");
+    }
+    calls.writeError = Calls::writesNothing;
+    EXPECT_EQ(callsOf([&] { return line.writeLevel(1); }), highWritten + "false\n");
+}
 
 TEST_F(GpioLineCalls, ReadingAsksForTwoBytesFromTheStart)
 {
@@ -400,6 +491,37 @@ TEST_F(GpioLineCalls, CloseOfDescriptorZeroCallsNothing)
     ::close(kept);
 
     EXPECT_EQ(transcript, noneClosed + present + opened + attributeWritten("direction", "high"));
+}
+
+// The descriptor that is not closed is not reset either; the mode is set after the direction.
+TEST_F(GpioLineCalls, DescriptorZeroOutlivesADirectionThatFails)
+{
+    replaceByDirectory(directionFile);
+    const int kept = dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    GpioLine zero;
+    EXPECT_FALSE(zero.init(17, 1));
+    const std::string edgeCalls = callsOf([&] { return zero.disableEdge(); });
+    ::close(STDIN_FILENO);
+    dup2(kept, STDIN_FILENO);
+    ::close(kept);
+
+    EXPECT_EQ(calls.descriptor, 0);
+    EXPECT_EQ(zero.currentMode(), 0);
+    EXPECT_EQ(edgeCalls, attributeWritten("edge", "none") + "true\n");
+}
+
+TEST_F(GpioLineCalls, CloseThatFailsResetsTheLineToo)
+{
+    ASSERT_TRUE(line.init(17, -1));
+    ::close(calls.descriptor);
+    const auto close = [this] {
+        line.close();
+        return true;
+    };
+
+    EXPECT_TRUE(callsOf(close).ends_with(" = EBADF\ntrue\n"));
+    EXPECT_EQ(callsOf(close), noneClosed + "true\n");
 }
 
 TEST_F(GpioLineCalls, ReleaseUnexportsBeforeItCloses)

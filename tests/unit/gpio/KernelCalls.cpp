@@ -20,6 +20,7 @@ int KernelCalls::opening(const char* path, int flags)
     if (isValueFile(path)) {
         openFlags.push_back(flags);
         beforeOpen(openFlags.size());
+        return openError;
     }
     return 0;
 }

@@ -20,7 +20,14 @@ public:
     /// Called before each attempt with its number, from 1.
     std::function<void(std::size_t attempt)> beforeOpen = [](std::size_t /*attempt*/) {};
 
+    /// The errors that opening a value file, reading and writing fail with; 0 for none.
+    int openError = 0;
+    int readError = 0;
+    int writeError = 0;
+
 private:
+    int reading(int /*descriptor*/) override { return readError; }
+    int writing(int /*descriptor*/) override { return writeError; }
     int opening(const char* path, int flags) override;
     void opened(const char* path, int opened) override;
 };
