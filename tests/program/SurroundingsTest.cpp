@@ -139,7 +139,9 @@ TEST_P(FileNamedLikeAParameter, IsReadAndReplaced)
 
 INSTANTIATE_TEST_SUITE_P(, FileNamedLikeAParameter,
                          testing::Values("-queryx", "-query ", "-query.json", "-quer", "-Query",
-                                         "--query", "query", "-enc", "-dec", "-flip"));
+                                         "--query", "query", "-enc", "-dec", "-flip", "-", "--",
+                                         "-h", "--help", "-v", "--version", "~", "$HOME", " x ",
+                                         "*", "a\\b", "{}"));
 
 // A path is written as it is, line ends and control bytes included.
 TEST(FirstParameter, IsShownUnchanged)

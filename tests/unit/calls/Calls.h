@@ -50,6 +50,9 @@ public:
 
     void advance(std::chrono::nanoseconds time);
 
+    /// The error that usleep(3) fails with after half of its time; 0 for none.
+    int usleepError = 0;
+
     /// Whether sleeps and clocks are the kernel's all the same.
     bool realTime = false;
 

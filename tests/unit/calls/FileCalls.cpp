@@ -3,8 +3,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -212,6 +214,14 @@ int fclose(FILE* stream)
     forget(descriptor);
     const int result = _IO_fclose(stream);
     return noted(result, result != 0);
+}
+
+int isatty(int descriptor) noexcept
+{
+    const Calls::Inside inside;
+    note("isatty " + nameOf(descriptor));
+    termios settings{};
+    return syscall(SYS_ioctl, descriptor, TCGETS, &settings) == 0 ? 1 : 0;
 }
 
 DIR* opendir(const char* path)

@@ -34,7 +34,7 @@ Function* original(const char* name)
         original<decltype(vsyslog)>("vsyslog")(priority, format, arguments);
         return;
     }
-    std::array<char, 2000> text{};
+    std::array<char, 20'000> text{};
     static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
     currentCalls->add("syslog " + std::to_string(priority) + " " + format + " as " +
                       (identity == nullptr ? "nobody" : identity) + ": " +

@@ -38,6 +38,11 @@ int usleep(useconds_t microseconds)
         return clock_nanosleep(CLOCK_REALTIME, 0, &request, nullptr);
     }
     note("usleep " + std::to_string(microseconds));
+    if (const int error = currentCalls->usleepError; error != 0) {
+        currentCalls->advance(std::chrono::microseconds(microseconds / 2));
+        errno = error;
+        return noted(-1, true);
+    }
     currentCalls->advance(std::chrono::microseconds(microseconds));
     return 0;
 }

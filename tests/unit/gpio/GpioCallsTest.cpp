@@ -166,6 +166,17 @@ TEST_F(GpioLineCalls, InitOfALineThatCannotBeOpenedForAnyReason)
     }
 }
 
+// The wait is no part of the result: a signal may cut it short.
+TEST_F(GpioLineCalls, InitDoesNotRepeatAWaitThatASignalEnds)
+{
+    calls.usleepError = EINTR;
+
+    EXPECT_EQ(callsOf([&] { return line.init(17, -1); }),
+              noneClosed + present +
+                  "usleep 20000 = EINTR\nopen /sys/class/gpio/gpio17/value O_RDWR\n" + madeInput +
+                  "true\n");
+}
+
 // A line that could not be set up is not this object's: release unexports nothing.
 TEST_F(GpioLineCalls, InitThatFailsLeavesNoNumber)
 {

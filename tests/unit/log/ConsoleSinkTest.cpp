@@ -231,6 +231,31 @@ TEST_F(ConsoleSinkOutput, WritesALongTextWhole)
     EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
 }
 
+TEST_F(ConsoleSinkOutput, LeavesTheFormattingOfTheConsole)
+{
+    for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
+        SCOPED_TRACE(format);
+        std::ostringstream console;
+        const std::ostringstream untouched;
+        ConsoleSink sink(&console, format);
+
+        sink.write(someTime, "text", LOG_ERR);
+        EXPECT_EQ(console.fill(), untouched.fill());
+        EXPECT_EQ(console.width(), untouched.width());
+        EXPECT_EQ(console.flags(), untouched.flags());
+        EXPECT_EQ(console.precision(), untouched.precision());
+        EXPECT_EQ(console.exceptions(), untouched.exceptions());
+    }
+}
+
+TEST_F(ConsoleSinkOutput, WritesNulBytes)
+{
+    const std::string text("one\0two", 7);
+
+    EXPECT_EQ(shown(textOnly, text), text + "\n");
+    EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
+}
+
 TEST_F(ConsoleSinkOutput, WritesARecordAfterTheOther)
 {
     std::ostringstream console;

@@ -452,4 +452,30 @@ TEST_F(LogStreamOutput, IsGoodFromTheStartAndAfterEachFlush)
     }
 }
 
+TEST_F(LogStreamOutput, ReportsSuccessOfASyncEvenInAFailedState)
+{
+    ErrorLog log(name, &console, levelOnly);
+    log << "text";
+    log.setstate(std::ios::badbit);
+
+    EXPECT_EQ(log.rdbuf()->pubsync(), 0);
+    EXPECT_EQ(shown(), "ERROR: text\n");
+}
+
+// The record is taken off the buffer when both destinations have had it.
+TEST_F(LogStreamOutput, KeepsTheRecordIfTheConsoleThrows)
+{
+    ErrorLog log(name, &console, levelOnly);
+    console.setstate(std::ios::badbit);
+    EXPECT_THROW(console.exceptions(std::ios::badbit), std::ios::failure);
+    log << "text";
+    EXPECT_THROW(static_cast<void>(log.rdbuf()->pubsync()), std::ios::failure);
+    EXPECT_EQ(systemLog.drain(), Records{});
+
+    console.clear();
+    EXPECT_EQ(log.rdbuf()->pubsync(), 0);
+    EXPECT_EQ(shown(), "ERROR: text\n");
+    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "text"}}));
+}
+
 }  // namespace

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <ctime>
 #include <filesystem>
 #include <functional>
@@ -170,6 +171,18 @@ TEST_F(SyslogCalls, HandThePriorityOnToTheBit)
                       sink.write(system_clock::time_point(), "100 %d", priority);
                   }),
                   "syslog " + std::to_string(priority) + " %s as nobody: \"100 %d\"\n");
+    }
+}
+
+TEST_F(SyslogCalls, HandALongTextOnWhole)
+{
+    SyslogSink sink;
+    for (const std::size_t size : {std::size_t{1'023}, std::size_t{1'024}, std::size_t{10'000}}) {
+        const std::string text = std::string(size - 1, 'x') + "\n";
+        EXPECT_EQ(callsOf([&](std::ostream& /*console*/) {
+                      sink.write(system_clock::time_point(), text, 3);
+                  }),
+                  "syslog 3 %s as nobody: " + std::to_string(size) + " bytes\n");
     }
 }
 
