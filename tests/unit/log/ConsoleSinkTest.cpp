@@ -20,6 +20,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/appliance/CommaLocale.h"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -246,6 +248,26 @@ TEST_F(ConsoleSinkOutput, LeavesTheFormattingOfTheConsole)
         EXPECT_EQ(console.precision(), untouched.precision());
         EXPECT_EQ(console.exceptions(), untouched.exceptions());
     }
+}
+
+// Neither that of the console nor that of the user groups the digits of a year.
+TEST_F(ConsoleSinkOutput, WritesTheTimeInNoLocale)
+{
+    class Thousands : public std::numpunct<char> {
+        std::string do_grouping() const override { return "\3"; }
+        char do_thousands_sep() const override { return '.'; }
+    };
+    makeCommaLocale();
+    setenv("LOCPATH", commaLocalePath, 1);
+    setenv("LC_ALL", commaLocale, 1);
+    std::ostringstream console;
+    console.imbue(std::locale(std::locale(""), new Thousands));
+    ConsoleSink sink(&console, dateAndTime);
+    sink.write(someTime, "text", LOG_ERR);
+    unsetenv("LC_ALL");
+    unsetenv("LOCPATH");
+
+    EXPECT_EQ(console.str(), "2020-01-16 09:05:03.042 ERROR: text\n");
 }
 
 TEST_F(ConsoleSinkOutput, WritesNulBytes)
