@@ -71,7 +71,14 @@ TYPE_WORDS = {
     "using", "void", "static_assert", "public", "private", "protected", "case", "default", "else",
     "if", "for", "while", "do", "switch",
 }  # fmt: skip
-OPEN, CLOSE = "([{", ")]}"
+OPEN, CLOSE = list("([{"), list(")]}")
+CONTROL = ["if", "for", "while", "do", "switch", "case", "default", "else", "return", "break",
+           "continue"]  # fmt: skip
+
+# What an operand of these operators does not reach beyond.
+OPERAND_ENDS = {"||": [",", ";", "?", ":", "=", "return", "||"]}
+OPERAND_ENDS["&&"] = [*OPERAND_ENDS["||"], "&&"]
+OPERAND_ENDS["|"] = [*OPERAND_ENDS["&&"], *RELATIONAL, "|"]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -275,6 +282,9 @@ class Source:
     def spaced(self, i):
         return self.blank_before(i) and self.text[self.tokens[i].end].isspace()
 
+    def text_of(self, first, last):
+        return self.text[self.tokens[first].start : self.tokens[last].end]
+
     # Mutants
 
     def add(self, i, start, end, replacement):
@@ -332,6 +342,8 @@ class Source:
             joined = text == "+" and "string" in (self.tokens[i - 1].kind, self.tokens[i + 1].kind)
             for other in () if joined else BINARY[text]:
                 self.replace(i, other)
+            if text in ("|", "&&", "||"):
+                self.operands(i)
         elif text in INCREMENTS:
             self.replace(i, INCREMENTS[text])
         elif text in ("!", "~"):
@@ -342,6 +354,23 @@ class Source:
         elif text == "?":
             self.conditional(i)
 
+    def operands(self, i):
+        """Leaves out one operand: the one after the operator; of the first also that before it."""
+        first, last = self.operand(i, -1), self.operand(i, 1)
+        self.replace_range(first, last, self.text_of(first, i - 1))
+        if self.tokens[first - 1].text != self.tokens[i].text:
+            self.replace_range(first, last, self.text_of(i + 1, last))
+
+    def operand(self, i, step):
+        """The last token, in this direction, of the operand of the operator i."""
+        ends = OPERAND_ENDS[self.tokens[i].text] + (OPEN if step < 0 else CLOSE)
+        n = i
+        while self.tokens[n + step].text not in ends:
+            n += step
+            if self.tokens[n].text in (CLOSE if step < 0 else OPEN):
+                n = self.partner[n]
+        return n
+
     def conditional(self, i):
         """Swaps the arms of ?:."""
         colon = i + 1
@@ -351,10 +380,7 @@ class Source:
         while self.tokens[end].text not in (";", ",", ")", "]", "}"):
             end = self.partner[end] + 1 if self.tokens[end].text in OPEN else end + 1
 
-        def piece(first, last):
-            return self.text[self.tokens[first].start : self.tokens[last].end]
-
-        swapped = piece(colon + 1, end - 1) + " : " + piece(i + 1, colon - 1)
+        swapped = self.text_of(colon + 1, end - 1) + " : " + self.text_of(i + 1, colon - 1)
         self.add(i, self.tokens[i + 1].start, self.tokens[end - 1].end, swapped)
 
     def number(self, i, text):
@@ -365,6 +391,8 @@ class Source:
             value = int(plain)
             for other in (value + 1, value - 1, 0):
                 self.replace(i, str(other) if other >= 0 else f"({other})")
+            if value >= 1000 and value % 1000 == 0:
+                self.replace(i, str(value // 1000))  # another unit
 
     def string(self, i, token):
         raw = token.kind == "raw"
@@ -419,6 +447,8 @@ class Source:
         self.replace_range(first, last, "false")
         if word == "if":
             self.replace_range(first, last, "true")
+        else:
+            self.replace(opened - 1, "if")  # at most once
 
     def loop(self, opened):
         """The body of a loop is never entered."""
@@ -457,11 +487,30 @@ class Source:
             self.replace_range(colon + 1, last, "break;")
 
     def statement(self, i):
-        text = self.tokens[i].text
-        if text in ("{", "}", ";") or text == "." or self.declares(i):
+        if self.tokens[i].text in ("{", "}", ";"):
+            return
+        if self.calls(i):
+            self.swap(i)
+        if self.declares(i):
             return
         end = self.statement_end(i)
+        if self.calls(i):
+            text = self.text_of(i, end)
+            self.replace_range(i, end, text + " " + text)
         self.replace_range(i, end, ";")
+
+    def swap(self, i):
+        """Swaps two neighbouring calls."""
+        end = self.statement_end(i)
+        if self.starts_statement(end + 1) and self.calls(end + 1):
+            last = self.statement_end(end + 1)
+            self.replace_range(i, last, self.text_of(end + 1, last) + " " + self.text_of(i, end))
+
+    def calls(self, i):
+        """Whether the statement that begins here is a plain one with a call or an insertion."""
+        if self.tokens[i].text in CONTROL or self.tokens[i].text in OPEN:
+            return False
+        return any(t.text in ("(", "<<") for t in self.tokens[i : self.statement_end(i)])
 
 
 def kindred_names(sources):
