@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -267,6 +268,22 @@ TEST_F(FileCalls, OfReplacingSyncNoDirectoryThatMayNotBeRead)
 
     EXPECT_EQ(transcript, written("new") + synced(temporaryPath) + renamed + synced(path) +
                               "open " + directory + "/" + notOpenedForSyncing);
+}
+
+TEST_F(FileCalls, OfReplacingSyncADescriptorThatIsZeroToo)
+{
+    const int kept = dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    const std::string transcript = calls.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.open(path), 0);
+        file << "new";
+    });
+    dup2(kept, STDIN_FILENO);
+    ::close(kept);
+
+    EXPECT_EQ(transcript, written("new") + synced(temporaryPath) + renamed + synced(path) +
+                              synced(directory + "/"));
 }
 
 TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
