@@ -15,6 +15,7 @@
 namespace {
 
 constexpr ByteSet valueTerminators(" \n\t\r,]}");
+constexpr ByteSet baseLetters("bBoO");
 
 /// Whether the conversions of newer C libraries read the number as binary, "0b101" (C23, 7.24.1.7),
 /// or octal, "0o17". Here neither is a number, whichever library the program runs with.
@@ -24,7 +25,7 @@ bool hasBinaryOrOctalPrefix(const char* text)
     if (*text == '+' || *text == '-') {
         ++text;
     }
-    return text[0] == '0' && text[1] != '\0' && std::strchr("bBoO", text[1]) != nullptr;
+    return text[0] == '0' && baseLetters.contains(text[1]);
 }
 
 /// Reads as many decimal digits as there are, modulo 2 to the power of 64.

@@ -36,7 +36,7 @@ bool isControl(char byte)
 JsonCode JsonParser::parse(JsonObject& destination, const std::string& text,
                            std::uint64_t& position)
 {
-    if (text.size() < 2 || text.front() != '{' || text.back() != '}') {
+    if (!text.starts_with('{') || !text.ends_with('}')) {
         position = 0;
         return JsonCode::notAnObject;
     }
