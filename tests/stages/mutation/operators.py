@@ -494,7 +494,8 @@ class Source:
         if self.declares(i):
             return
         end = self.statement_end(i)
-        if self.calls(i):
+        name = i + 1 if self.tokens[i].text == "::" else i
+        if self.tokens[name + 1].text == "<<" or self.partner[name + 1] == end - 1:
             text = self.text_of(i, end)
             self.replace_range(i, end, text + " " + text)
         self.replace_range(i, end, ";")
