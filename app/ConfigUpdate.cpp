@@ -3,6 +3,7 @@
 
 #include "app/ConfigUpdate.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -62,15 +63,9 @@ int writeConfig(const std::string& path, const JsonObject& root, std::ostream& e
 
 void trimText(std::string& text)
 {
-    const auto isTrimmed = [](char byte) { return static_cast<unsigned char>(byte) <= 32; };
-    while (!text.empty() && isTrimmed(text.back())) {
-        text.pop_back();
-    }
-    std::size_t leading = 0;
-    while (leading < text.size() && isTrimmed(text[leading])) {
-        ++leading;
-    }
-    text.erase(0, leading);
+    const auto isKept = [](char byte) { return static_cast<unsigned char>(byte) > 32; };
+    text.erase(std::find_if(text.rbegin(), text.rend(), isKept).base(), text.end());
+    text.erase(text.begin(), std::find_if(text.begin(), text.end(), isKept));
 }
 
 int updateConfig(const std::string& path, const ModeSources& sources, bool query,

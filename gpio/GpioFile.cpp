@@ -4,7 +4,6 @@
 #include "gpio/GpioFile.h"
 
 #include <fstream>
-#include <ios>
 
 std::string gpioLineDirectory(std::int32_t lineNumber)
 {
@@ -13,7 +12,7 @@ std::string gpioLineDirectory(std::int32_t lineNumber)
 
 bool writeGpioFile(const std::string& name, const std::string& text)
 {
-    std::ofstream file(gpioRoot + name, std::ios::out | std::ios::trunc);
+    std::ofstream file(gpioRoot + name);
     if (!file.is_open()) {
         return false;
     }
