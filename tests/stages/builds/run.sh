@@ -37,7 +37,8 @@ wanted() {
     tried=$((tried + 1))
 }
 
-# usage: installs [CMAKE-ARGUMENT…]; installs the last build, and checks which files there are.
+# usage: installs [CMAKE-ARGUMENT…]; installs the last build, and checks which files there are, and
+# the installed program, which does not find what is only in the directory of the build.
 installs() {
     DESTDIR=$work/root
     export DESTDIR
@@ -45,6 +46,7 @@ installs() {
     step installing cmake --install "$work/$name" "$@"
     (cd "$DESTDIR" && find . -type f | LC_ALL=C sort) >"$work/files"
     diff "$top/tests/checks/docs/installed.txt" "$work/files" || fail "installs other files"
+    check "$DESTDIR/usr/sbin/switch-querier"
 }
 
 # usage: optimised_only DIRECTORY LEVEL; fails if some source of ours is compiled with another one.
