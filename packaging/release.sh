@@ -6,6 +6,7 @@
 # packages for amd64 and arm64, the SBOM, the hashes for Buildroot, and the checksums of all.
 # HEAD has to be the commit that the tag vVERSION names. The tag may be lightweight, annotated or
 # signed: whoever verifies a release verifies the signature of the checksums.
+# It takes the Debian packages of tests/stages/package/packages.
 # usage: release.sh DIRECTORY
 set -eu
 [ $# -eq 1 ] || {
