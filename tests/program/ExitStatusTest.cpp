@@ -187,6 +187,16 @@ const std::vector<Row> rows = {
          writeFile(configPath, decoderFile);
          std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
      }},
+    {"DiskFullForMoreThanAStreamsBuffer",
+     236,
+     expected::notWritten(1),
+     Fails::writing,
+     {configPath},
+     [] {
+         const std::string filling(9'900, 'x');
+         writeFile(configPath, R"({"App":{"isEncoder":false},"a":")" + filling + "\"}");
+         std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
+     }},
     {"DirectoryNotWritableButTheTemporaryFileIs",
      236,
      expected::notWritten(-3),

@@ -77,7 +77,7 @@ void syslog(int priority, const char* format, ...)
 }
 
 /// Has no effect: the product sets none.
-int setlogmask(int mask)
+int setlogmask(int mask) noexcept
 {
     constexpr int everything = 0xff;
     const Calls::Inside inside;
