@@ -43,7 +43,7 @@ TEST(ProgramName, IsTheTextAfterTheLastSeparator)
         {"C:switch-querier", "C:switch-querier"},
         {"a/100%s", "100%s"},
         {"-switch-querier", "-switch-querier"},
-        {"a/lt-switch-querier", "lt-switch-querier"},
+        {"lt-switch-querier", "lt-switch-querier"},
         {"a/\xc3\xa4", "\xc3\xa4"},
     };
     for (const Row& row : rows) {
