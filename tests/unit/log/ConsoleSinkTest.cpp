@@ -261,7 +261,7 @@ TEST_F(ConsoleSinkOutput, WritesTheTimeInNoLocale)
     setenv("LOCPATH", commaLocalePath, 1);
     setenv("LC_ALL", commaLocale, 1);
     std::ostringstream console;
-    console.imbue(std::locale(std::locale(""), new Thousands));
+    console.imbue(std::locale(std::locale::classic(), new Thousands));
     ConsoleSink sink(&console, dateAndTime);
     sink.write(someTime, "text", LOG_ERR);
     unsetenv("LC_ALL");
