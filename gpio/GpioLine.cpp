@@ -165,8 +165,8 @@ bool GpioLine::setDirection(std::int32_t lineNumber, std::int32_t directionReque
         value = readLevel();
         return true;
     }
-    // "low" and "high" set the direction and the level in one step, without a glitch; "out" does
-    // not.
+    // "low" and "high" set direction and level in one step, without a glitch; "out" always starts
+    // low (the kernel's Documentation/admin-guide/gpio/sysfs.rst).
     const bool high = directionRequest != requestLow;
     if (!writeGpioAttribute(lineNumber, "direction", high ? "high" : "low")) {
         return false;

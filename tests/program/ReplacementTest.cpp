@@ -218,8 +218,9 @@ TEST_F(Replacement, IsRefusedIfSomethingIsMountedOnTheFile)
 bool setImmutable(const std::string& path, bool immutable)
 {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    int flags = immutable ? FS_IMMUTABLE_FL : 0;
-    const int result = ioctl(fd, FS_IOC_SETFLAGS, &flags);
+    // The kernel reads an int, although the number of the request says long.
+    const std::array<int, 2> flags = {immutable ? FS_IMMUTABLE_FL : 0, 0};
+    const int result = ioctl(fd, FS_IOC_SETFLAGS, flags.data());
     const int error = errno;
     close(fd);
     errno = error;
