@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/appliance/Files.h"
@@ -17,7 +18,7 @@
 // A whole run as the sequence of calls that it makes.
 namespace {
 
-const RunKind& runKind(const std::string& name)
+const RunKind& runKind(std::string_view name)
 {
     return *std::ranges::find(runKinds(), name, &RunKind::name);
 }
