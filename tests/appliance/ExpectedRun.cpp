@@ -64,7 +64,8 @@ std::string overrideText(int parameter, std::optional<int> recorded)
     if (parameter != 2) {
         return modeName(parameter, "None");
     }
-    return recorded.value_or(-1) < 0 ? "Flipped" : "Flipped to " + modeName(1 - *recorded);
+    const int mode = recorded.value_or(-1);
+    return mode < 0 ? "Flipped" : "Flipped to " + modeName(1 - mode);
 }
 
 /// A run as it comes about.
@@ -109,7 +110,10 @@ private:
 
 std::string modeName(int mode, const std::string& none)
 {
-    return mode < 0 ? none : mode == 0 ? "Decoder" : "Encoder";
+    if (mode < 0) {
+        return none;
+    }
+    return mode == 0 ? "Decoder" : "Encoder";
 }
 
 Failure unknownParameter()

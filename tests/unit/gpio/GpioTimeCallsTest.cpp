@@ -113,9 +113,8 @@ TEST_F(GpioLineCalls, ASequenceFollowsAStepOfTheSystemClock)
         return 0;
     };
 
-    EXPECT_EQ(callsOf([&] {
-                  return line.playSequence(1, std::vector<nanoseconds>{2s, 1s});
-              }),
+    const std::vector<nanoseconds> durations = {2s, 1s};
+    EXPECT_EQ(callsOf([&] { return line.playSequence(1, durations); }),
               clockRead + highWritten + clockRead + "nanosleep 2.000000000\n" + clockRead +
                   "nanosleep 3.000000000\n" + clockRead + lowWritten + clockRead + "true\n");
 }

@@ -203,12 +203,11 @@ TEST(JsonMemory, FailsInTheStandardWayForATextThatIsTooLarge)
         SCOPED_TRACE(level);
         const JsonValue anArray = array({integer(1)});
         const JsonValue anObject = object({{"a", integer(1)}});
+        const JsonMember aMember{"k", integer(1)};
         EXPECT_TRUE(isTooLarge([&] { return JsonWriter::writeValue(anArray, level); }));
         EXPECT_TRUE(isTooLarge([&] { return JsonWriter::writeValue(anObject, level); }));
         EXPECT_TRUE(isTooLarge([&] { return JsonWriter::writeObject(anObject.object(), level); }));
-        EXPECT_TRUE(isTooLarge([&] {
-            return JsonWriter::writeMember(JsonMember{"k", integer(1)}, level);
-        }));
+        EXPECT_TRUE(isTooLarge([&] { return JsonWriter::writeMember(aMember, level); }));
     }
 }
 
