@@ -64,8 +64,8 @@ std::string overrideText(int parameter, std::optional<int> recorded)
     if (parameter != 2) {
         return modeName(parameter, "None");
     }
-    const int mode = recorded.value_or(-1);
-    return mode < 0 ? "Flipped" : "Flipped to " + modeName(1 - mode);
+    const int old = recorded.value_or(-1);
+    return old < 0 ? "Flipped" : "Flipped to " + modeName(1 - old);
 }
 
 /// A run as it comes about.
