@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -14,6 +14,7 @@
 #include "fileio/ReplacingFile.h"
 #include "fileio/TextFile.h"
 #include "tests/appliance/Files.h"
+#include "tests/appliance/StandardInputClosed.h"
 #include "tests/unit/calls/Calls.h"
 
 namespace fs = std::filesystem;
@@ -134,11 +135,11 @@ TEST_F(FileCalls, OfReadingAFileThatIsMissingEndWithTheOpening)
     EXPECT_FALSE(result);
 }
 
-const std::string syncFlags = " O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY\n";
+const std::string syncFlags = " O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY";
 
 std::string synced(const std::string& name)
 {
-    return "open " + name + syncFlags + "fsync " + name + "\nclose " + name + "\n";
+    return "open " + name + syncFlags + "\nfsync " + name + "\nclose " + name + "\n";
 }
 
 std::string written(const std::string& text)
@@ -152,11 +153,21 @@ std::string written(const std::string& text)
 
 const std::string renamed = "rename /appliance/config.json.filsec /appliance/config.json\n";
 
+std::string replaced(const std::string& text)
+{
+    return written(text) + synced(temporaryPath) + renamed + synced(path) + synced(directory + "/");
+}
+
+void replace(std::int32_t expected = 0)
+{
+    ReplacingFile file;
+    EXPECT_EQ(file.open(path), 0);
+    file << "new";
+    EXPECT_EQ(file.finish(), expected);
+}
+
 TEST_F(FileCalls, OfReplacingSyncTheBytesRenameAndSyncTheName)
 {
-    const std::string expected =
-        written("new") + synced(temporaryPath) + renamed + synced(path) + synced(directory + "/");
-
     EXPECT_EQ(calls.record([] {
         ReplacingFile file;
         EXPECT_EQ(file.open(path), 0);
@@ -164,14 +175,14 @@ TEST_F(FileCalls, OfReplacingSyncTheBytesRenameAndSyncTheName)
         EXPECT_EQ(file.finish(), 0);
         EXPECT_EQ(file.finish(), 0);
     }),
-              expected)
+              replaced("new"))
         << "finished twice";
     EXPECT_EQ(calls.record([] {
         ReplacingFile file;
         EXPECT_EQ(file.open(path), 0);
         file << "new";
     }),
-              expected)
+              replaced("new"))
         << "destroyed";
 }
 
@@ -193,12 +204,7 @@ TEST_F(FileCalls, OfReplacingEndWithTheRenameThatFails)
     fs::remove(path);
     fs::create_directory(path);
 
-    EXPECT_EQ(calls.record([] {
-        ReplacingFile file;
-        EXPECT_EQ(file.open(path), 0);
-        file << "new";
-        EXPECT_EQ(file.finish(), -3);
-    }),
+    EXPECT_EQ(calls.record([] { replace(-3); }),
               written("new") + synced(temporaryPath) +
                   "rename /appliance/config.json.filsec /appliance/config.json = EISDIR\n");
 }
@@ -206,21 +212,18 @@ TEST_F(FileCalls, OfReplacingEndWithTheRenameThatFails)
 TEST_F(FileCalls, OfReplacingCloseWhatCannotBeSynced)
 {
     const auto notSynced = [](const std::string& name) {
-        return "open " + name + syncFlags + "fsync " + name + " = EIO\nclose " + name + "\n";
+        return "open " + name + syncFlags + "\nfsync " + name + " = EIO\nclose " + name + "\n";
     };
     calls.syncs = false;
 
-    EXPECT_EQ(calls.record([] {
-        ReplacingFile file;
-        EXPECT_EQ(file.open(path), 0);
-        file << "new";
-        EXPECT_EQ(file.finish(), 0);
-    }),
-              written("new") + notSynced(temporaryPath) + renamed + notSynced(path) +
-                  notSynced(directory + "/"));
+    EXPECT_EQ(calls.record([] { replace(); }), written("new") + notSynced(temporaryPath) + renamed +
+                                                   notSynced(path) + notSynced(directory + "/"));
 }
 
-const std::string notOpenedForSyncing = syncFlags.substr(0, syncFlags.size() - 1) + " = EACCES\n";
+std::string notOpened(const std::string& name)
+{
+    return "open " + name + syncFlags + " = EACCES\n";
+}
 
 TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
 {
@@ -231,8 +234,8 @@ TEST_F(FileCalls, OfReplacingSkipWhatCannotBeOpenedForSyncing)
         const Calls::Inside inside;
         EXPECT_EQ(chmod(temporaryPath.c_str(), 0200), 0);
     }),
-              written("new") + "open " + temporaryPath + notOpenedForSyncing + renamed + "open " +
-                  path + notOpenedForSyncing + synced(directory + "/"));
+              written("new") + notOpened(temporaryPath) + renamed + notOpened(path) +
+                  synced(directory + "/"));
 }
 
 // The file may be written all the same: it is open already.
@@ -241,49 +244,29 @@ TEST_F(FileCalls, OfReplacingSyncNoFileThatTheUmaskForbidsToRead)
     for (const mode_t mask : {0400U, 0777U}) {
         SCOPED_TRACE(mask);
         const mode_t maskBefore = umask(mask);
-        const std::string transcript = calls.record([] {
-            ReplacingFile file;
-            EXPECT_EQ(file.open(path), 0);
-            file << "new";
-            EXPECT_EQ(file.finish(), 0);
-        });
+        const std::string transcript = calls.record([] { replace(); });
         umask(maskBefore);
 
-        EXPECT_EQ(transcript, written("new") + "open " + temporaryPath + notOpenedForSyncing +
-                                  renamed + "open " + path + notOpenedForSyncing +
-                                  synced(directory + "/"));
+        EXPECT_EQ(transcript, written("new") + notOpened(temporaryPath) + renamed +
+                                  notOpened(path) + synced(directory + "/"));
     }
 }
 
 TEST_F(FileCalls, OfReplacingSyncNoDirectoryThatMayNotBeRead)
 {
     ASSERT_EQ(chmod(directory.c_str(), 0333), 0);
-    const std::string transcript = calls.record([] {
-        ReplacingFile file;
-        EXPECT_EQ(file.open(path), 0);
-        file << "new";
-        EXPECT_EQ(file.finish(), 0);
-    });
+    const std::string transcript = calls.record([] { replace(); });
     ASSERT_EQ(chmod(directory.c_str(), 0755), 0);
 
     EXPECT_EQ(transcript, written("new") + synced(temporaryPath) + renamed + synced(path) +
-                              "open " + directory + "/" + notOpenedForSyncing);
+                              notOpened(directory + "/"));
 }
 
 TEST_F(FileCalls, OfReplacingSyncADescriptorThatIsZeroToo)
 {
-    const int kept = dup(STDIN_FILENO);
-    ::close(STDIN_FILENO);
-    const std::string transcript = calls.record([] {
-        ReplacingFile file;
-        EXPECT_EQ(file.open(path), 0);
-        file << "new";
-    });
-    dup2(kept, STDIN_FILENO);
-    ::close(kept);
+    const StandardInputClosed freed;
 
-    EXPECT_EQ(transcript, written("new") + synced(temporaryPath) + renamed + synced(path) +
-                              synced(directory + "/"));
+    EXPECT_EQ(calls.record([] { replace(); }), replaced("new"));
 }
 
 TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
@@ -295,10 +278,8 @@ TEST_F(FileCalls, OfOpeningFinishTheFileThatIsOpen)
         EXPECT_EQ(file.open("/appliance/other"), 0);
         file.setstate(std::ios::failbit);
     }),
-              written("one") + synced(temporaryPath) + renamed + synced(path) +
-                  synced(directory + "/") +
-                  "fopen /appliance/other.filsec wb\n"
-                  "fclose /appliance/other.filsec\n");
+              replaced("one") + "fopen /appliance/other.filsec wb\n"
+                                "fclose /appliance/other.filsec\n");
 }
 
 TEST_F(FileCalls, OfAnObjectThatIsNeverOpenedAreNone)

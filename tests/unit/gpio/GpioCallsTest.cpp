@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/appliance/Files.h"
+#include "tests/appliance/StandardInputClosed.h"
 #include "tests/unit/gpio/GpioLineCalls.h"
 
 namespace fs = std::filesystem;
@@ -148,8 +149,7 @@ TEST_F(GpioLineCalls, CloseWithoutALineHandsOnTheDescriptorMinusOne)
 
 TEST_F(GpioLineCalls, CloseOfDescriptorZeroCallsNothing)
 {
-    const int kept = dup(STDIN_FILENO);
-    ::close(STDIN_FILENO);
+    const StandardInputClosed freed;
     const std::string transcript = calls.record([] {
         GpioLine zero;
         EXPECT_TRUE(zero.init(17, 1));
@@ -157,9 +157,6 @@ TEST_F(GpioLineCalls, CloseOfDescriptorZeroCallsNothing)
         zero.close();
     });
     EXPECT_EQ(calls.descriptor, 0);
-    ::close(STDIN_FILENO);
-    dup2(kept, STDIN_FILENO);
-    ::close(kept);
 
     EXPECT_EQ(transcript, noneClosed + present + opened + attributeWritten("direction", "high"));
 }
@@ -168,14 +165,10 @@ TEST_F(GpioLineCalls, CloseOfDescriptorZeroCallsNothing)
 TEST_F(GpioLineCalls, DescriptorZeroOutlivesADirectionThatFails)
 {
     replaceByDirectory(directionFile);
-    const int kept = dup(STDIN_FILENO);
-    ::close(STDIN_FILENO);
+    const StandardInputClosed freed;
     GpioLine zero;
     EXPECT_FALSE(zero.init(17, 1));
     const std::string edgeCalls = callsOf([&] { return zero.disableEdge(); });
-    ::close(STDIN_FILENO);
-    dup2(kept, STDIN_FILENO);
-    ::close(kept);
 
     EXPECT_EQ(calls.descriptor, 0);
     EXPECT_EQ(zero.currentMode(), 0);

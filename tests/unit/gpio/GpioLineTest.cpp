@@ -13,28 +13,13 @@
 #include <type_traits>
 
 #include "tests/appliance/Files.h"
+#include "tests/appliance/StandardInputClosed.h"
 #include "tests/unit/gpio/GpioLineFixture.h"
 
 namespace {
 
 static_assert(std::has_virtual_destructor_v<GpioLine>);
 static_assert(!std::is_copy_constructible_v<GpioLine> && !std::is_copy_assignable_v<GpioLine>);
-
-/// Keeps descriptor 0 closed until destroyed, so that the next open(2) returns 0.
-class StandardInputClosed {
-public:
-    StandardInputClosed() : kept(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
-    ~StandardInputClosed()
-    {
-        dup2(kept, STDIN_FILENO);
-        close(kept);
-    }
-    StandardInputClosed(const StandardInputClosed&) = delete;
-    StandardInputClosed& operator=(const StandardInputClosed&) = delete;
-
-private:
-    int kept;
-};
 
 /// Counts the calls of the virtual close.
 class CountingLine : public GpioLine {
