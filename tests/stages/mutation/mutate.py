@@ -8,6 +8,7 @@ See README.md. To be run from the top of the tree, by run.sh.
 """
 
 import argparse
+import collections
 import concurrent.futures
 import filecmp
 import functools
@@ -48,6 +49,7 @@ TEST_FLAGS = ["-w", "-O0"]
 CPU_LIMIT_SECONDS = 3  # in addition to five times what a suite needs unchanged
 WALL_LIMIT_SECONDS = 60
 MEMORY_LIMIT_BYTES = 2 << 30
+HANGS_LIMIT = 5  # of a suite's tests, for one mutant of the matrix
 CANNOT_TEST = 99  # the tests' own status if they get no private root
 
 KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = (
@@ -265,12 +267,70 @@ def passes(project, suite, directory):
             result = False
         time.sleep(0.005)
     for process in started:
-        try:
-            os.killpg(process.pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
-        process.wait()
+        kill_group(process)
     return result
+
+
+def tests_of(suite, directory):
+    """The suite's tests, as a filter names them."""
+    tests, group = [], ""
+    for line in call([directory / f"{suite}-test", "--gtest_list_tests"]).stdout.splitlines():
+        word = line.split("#")[0].strip()
+        if line.startswith(" "):
+            tests.append(group + word)
+        else:
+            group = word
+    return tests
+
+
+def failing_tests(project, suite, directory):
+    """All the suite's tests that fail, and whether all were run."""
+    count = project.shards[suite]
+    tests = tests_of(suite, directory)
+    shards = [(directory / f"{suite}-{n}.out", tests[n::count]) for n in range(count)]
+    with concurrent.futures.ThreadPoolExecutor(count) as pool:
+        run = functools.partial(run_in_turn, project, suite, directory)
+        results = list(pool.map(run, *zip(*shards)))
+    failed = set().union(*(failed for failed, _ in results))
+    return {f"{suite}.{test}" for test in failed}, all(ran for _, ran in results)
+
+
+def run_in_turn(project, suite, directory, output, tests):
+    """Runs the tests in one process. A test that ends it, or hangs, has failed; a further process
+    runs those after it.
+    """
+    failed = set()
+    hangs = 0
+    while tests and hangs < HANGS_LIMIT:
+        with output.open("w") as stream:
+            process = subprocess.Popen(
+                [directory / f"{suite}-test", f"--gtest_filter={':'.join(tests)}"],
+                preexec_fn=functools.partial(limit_resources, project.cpu_limits[suite]),
+                stdin=subprocess.DEVNULL, stdout=stream, stderr=subprocess.DEVNULL,
+            )  # fmt: skip
+        try:
+            process.wait(WALL_LIMIT_SECONDS)
+        except subprocess.TimeoutExpired:
+            pass
+        kill_group(process)
+        if process.returncode == CANNOT_TEST:
+            raise Failure(f"{suite}-test gets no private root here")
+        hangs += process.returncode in (-signal.SIGKILL, -signal.SIGXCPU)
+        text = output.read_text(errors="replace")
+        lines = re.findall(r"\[ *(RUN|OK|SKIPPED) *\] ([^\s,]+)", text)
+        begun = {test for word, test in lines if word == "RUN"} or set(tests)
+        failed |= begun - {test for word, test in lines if word != "RUN"}
+        tests = [test for test in tests if test not in begun]
+    return failed, not tests
+
+
+def kill_group(process):
+    """Ends a process and what it started."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
 
 
 class Worker:
@@ -283,13 +343,14 @@ class Worker:
         self.overlay = self.directory / "tree"
         self.overlay.mkdir(parents=True)
 
-    def try_mutant(self, mutant):
+    def try_mutant(self, mutant, trial):
+        """What the trial, one of the functions below, says of the mutant."""
         path = self.overlay / mutant.file
         path.parent.mkdir(exist_ok=True)
         text = (TREE / mutant.file).read_text()
         path.write_text(text[: mutant.start] + mutant.replacement + text[mutant.end :])
         try:
-            return self.outcome(mutant)
+            return trial(self, mutant)
         finally:
             path.unlink()
 
@@ -310,19 +371,28 @@ class Worker:
             stripped.append(copy.read_bytes())
         return stripped[0] == stripped[1]
 
-    def outcome(self, mutant):
+    def compile_product(self, mutant, suites):
+        """The sources that see the mutant, and the product's objects that it changes, or None if
+        the compiler rejects it.
+        """
         project = self.project
         changed = {}
-        suites = SUITES[mutant.file.split("/")[0]]
         names = [f"{s}-test" for s in suites] + ["switch-querier"] * ("program" in suites)
         touched = {s for n in names for s in project.parts[n]
                    if mutant.file in project.dependencies[s]}  # fmt: skip
         for source in sorted(s for s in touched if project.kind(s) == "product"):
             output = self.compile(source)
             if output is None:
-                return UNBUILT
+                return touched, None
             if not self.same(source, output):
                 changed[source] = output
+        return touched, changed
+
+    def outcome(self, mutant):
+        suites = SUITES[mutant.file.split("/")[0]]
+        touched, changed = self.compile_product(mutant, suites)
+        if changed is None:
+            return UNBUILT
         survived = False
         for suite in suites:
             outcome = self.outcome_in(suite, mutant, touched, dict(changed))
@@ -363,6 +433,24 @@ class Worker:
             if not passes(project, suite, self.directory):
                 return KILLED
         return SURVIVED
+
+    def killers(self, mutant):
+        """All the tests that fail for the mutant, and whether all were run; or its outcome, if it
+        needs no test.
+        """
+        suites = SUITES[mutant.file.split("/")[0]]
+        touched, changed = self.compile_product(mutant, suites)
+        if changed is None:
+            return UNBUILT
+        for source in sorted(s for s in touched if self.project.kind(s) == "tests"):
+            if not self.compile_test(source, changed):
+                return KILLED
+        if not changed:
+            return EQUAL
+        for name, sources in self.project.parts.items():
+            self.link(name, sources, changed)
+        results = [failing_tests(self.project, s, self.directory) for s in suites]
+        return set().union(*(failed for failed, _ in results)), all(ran for _, ran in results)
 
     def compile_test(self, source, changed):
         """Notes a test's object when it changed. False: the compiler has carried out the test."""
@@ -413,21 +501,35 @@ def read_survivors(path):
 
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("mode", nargs="?", choices=["matrix"], help="each mutant against each test")
+    parser.add_argument("suite", nargs="?", choices=DIRECTORIES, help="the matrix's directory")
     parser.add_argument("--full", action="store_true", help="try all mutants, not a sample")
-    parser.add_argument("--sample", type=int, default=60, help="how many to try otherwise")
+    parser.add_argument("--sample", type=int, help="how many to try otherwise (60)")
     parser.add_argument("--seed", help="draws the sample; the sources and tests, if not given")
     parser.add_argument("--only", action="append", help="only files that begin with this")
     parser.add_argument("--again", help="only mutants in this file, of survivors.txt's form")
     parser.add_argument("--list", action="store_true", help="print the mutants, try none")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--progress", action="store_true", help="show each outcome on stderr")
-    return parser.parse_args()
+    options = parser.parse_args()
+    if options.mode:
+        if options.suite is None:
+            parser.error(f"matrix needs one of {', '.join(DIRECTORIES)}")
+        inside = f"{options.suite}/"
+        options.only = [p for p in options.only or [inside] if p.startswith(inside)]
+        if not options.only:
+            parser.error(f"--only has nothing of {inside}")
+        options.full = options.full or options.sample is None
+    options.sample = options.sample or 60
+    return options
 
 
 def chosen_mutants(options, everything, known):
     chosen = everything
     if options.only:
         chosen = [m for m in chosen if m.file.startswith(tuple(options.only))]
+    if options.mode:
+        chosen = [m for m in chosen if m.key not in known]
     if options.again:
         wanted = read_survivors(pathlib.Path(options.again))
         chosen = [m for m in chosen if m.key in wanted]
@@ -453,7 +555,7 @@ def try_all(options, project, chosen, known):
             return KNOWN
         worker = workers.get()
         try:
-            outcome = worker.try_mutant(mutant)
+            outcome = worker.try_mutant(mutant, Worker.killers if options.mode else Worker.outcome)
         finally:
             workers.put(worker)
         print(f"{next(numbers)}/{len(chosen)} tried", flush=True)
@@ -499,6 +601,57 @@ def report(options, chosen, outcomes, known, everything):
     return 1 if failed or unknown else 0
 
 
+def smallest_set(killers):
+    """Tests that kill all that any test kills, in a small number: those without which a mutant
+    survives, and then again and again the one that kills most of the rest. Each has the number of
+    mutants that it adds to those before it.
+    """
+    alone = {test for tests in killers if len(tests) == 1 for test in tests}
+    left = [tests for tests in killers if tests]
+    added = {}
+    while left:
+        counts = collections.Counter(test for tests in left for test in sorted(tests))
+        needed = {test: n for test, n in counts.items() if test in alone} or counts
+        best = max(needed, key=needed.get)
+        added[best] = counts[best]
+        left = [tests for tests in left if best not in tests]
+    return added
+
+
+def report_matrix(options, project, chosen, outcomes):
+    """Prints which tests kill what, and notes the tests of each mutant in matrix.txt."""
+    count = collections.Counter(o for o in outcomes if isinstance(o, str))
+    tried = [(m, *outcome) for m, outcome in zip(chosen, outcomes) if not isinstance(outcome, str)]
+    killers = [tests for _, tests, _ in tried]
+    (BUILD / "matrix.txt").write_text(
+        "\n".join(mutant_text(m, " ".join(sorted(tests)) or "?") for m, tests, _ in tried)
+    )
+    all_tests = [
+        f"{suite}.{test}" for suite in project.suites for test in tests_of(suite, project.directory)
+    ]
+    kills = collections.Counter(test for tests in killers for test in tests)
+    alone = collections.Counter(test for tests in killers if len(tests) == 1 for test in tests)
+    added = smallest_set(killers)
+    print(" adds  alone  kills  test")
+    for test in [*added, *sorted(set(all_tests) - set(added), key=lambda t: (-kills[t], t))]:
+        print(f"{added.get(test, 0):5}  {alone[test]:5}  {kills[test]:5}  {test}")
+    for mutant, tests, all_ran in tried:
+        if not tests:
+            print(f"{mutant.file}:{mutant.line}: no test notices this change")
+        elif not all_ran:
+            print(f"{mutant.file}:{mutant.line}: {HANGS_LIMIT} tests hang; the rest was not run")
+        if not tests or not all_ran:
+            print(mutant_text(mutant))
+    print(
+        f"matrix of {options.suite}: {len(chosen)} mutants: {sum(map(bool, killers))} killed by "
+        f"{len(all_tests)} tests, {count[KILLED]} by the compiler, {count[EQUAL]} equal code, "
+        f"{count[UNBUILT]} not compiling, {killers.count(set())} survived; "
+        f"{len(added)} tests kill all, {len(alone)} alone kill something, "
+        f"{len(all_tests) - len(alone)} nothing of their own"
+    )
+    return 0
+
+
 def main():
     options = arguments()
     BUILD.mkdir(parents=True, exist_ok=True)
@@ -520,6 +673,8 @@ def main():
         project = Project(options.jobs, sorted({s for f in directories for s in SUITES[f]}))
         project.measure()
         outcomes = try_all(options, project, chosen, known)
+        if options.mode:
+            return report_matrix(options, project, chosen, outcomes)
     except Failure as failure:
         print(f"mutation: {failure}")
         return 1

@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Plants changes in the product, one at a time, and fails when the tests do not notice one.
-# usage: run.sh [--full | --sample N] [--seed SEED] [--only PATH] (see README.md)
+# usage: run.sh [matrix SUITE] [--full | --sample N] [--seed SEED] [--only PATH] (see README.md)
 set -eu
 cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
