@@ -47,7 +47,7 @@ PRODUCT_FLAGS = ["-Werror=return-type"]  # -w would silence that too
 TEST_FLAGS = ["-w", "-O0"]
 
 CPU_LIMIT_SECONDS = 3  # in addition to five times what a suite needs unchanged
-WALL_LIMIT_SECONDS = 60
+WALL_LIMIT_SECONDS = 60  # of each process
 MEMORY_LIMIT_BYTES = 2 << 30
 HANGS_LIMIT = 5  # of a suite's tests, for one mutant of the matrix
 CANNOT_TEST = 99  # the tests' own status if they get no private root
@@ -236,39 +236,7 @@ def limit_resources(cpu_seconds):
 
 
 def passes(project, suite, directory):
-    """Whether the suite passes: its parts run at the same time, up to the first failure."""
-    count = project.shards[suite]
-    running = []
-    limit = functools.partial(limit_resources, project.cpu_limits[suite])
-    for index in range(count):
-        environment = os.environ | {
-            "GTEST_TOTAL_SHARDS": str(count), "GTEST_SHARD_INDEX": str(index),
-            "GTEST_FAIL_FAST": "1", "GTEST_BRIEF": "1",
-        }  # fmt: skip
-        running.append(
-            subprocess.Popen(
-                [directory / f"{suite}-test"], env=environment, preexec_fn=limit,
-                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            )
-        )  # fmt: skip
-    started = set(running)
-    deadline = time.monotonic() + WALL_LIMIT_SECONDS
-    result = True
-    while running and result is True:
-        for process in list(running):
-            status = process.poll()
-            if status is not None:
-                running.remove(process)
-                if status == CANNOT_TEST:
-                    raise Failure(f"{suite}-test gets no private root here")
-                if status != 0:
-                    result = False
-        if time.monotonic() > deadline:
-            result = False
-        time.sleep(0.005)
-    for process in started:
-        kill_group(process)
-    return result
+    return not failing_tests(project, suite, directory, only_first=True)[0]
 
 
 def tests_of(suite, directory):
@@ -280,31 +248,34 @@ def tests_of(suite, directory):
             tests.append(group + word)
         else:
             group = word
-    return tests
+    return tests or ["*"]  # a program that crashes at its start lists none
 
 
-def failing_tests(project, suite, directory):
-    """All the suite's tests that fail, and whether all were run."""
+def failing_tests(project, suite, directory, only_first=False):
+    """All the suite's tests that fail, and whether all were run. The suite's shards are run at the
+    same time, each up to its first failure if that is enough.
+    """
     count = project.shards[suite]
     tests = tests_of(suite, directory)
     shards = [(directory / f"{suite}-{n}.out", tests[n::count]) for n in range(count)]
     with concurrent.futures.ThreadPoolExecutor(count) as pool:
-        run = functools.partial(run_in_turn, project, suite, directory)
+        run = functools.partial(run_shard, project, suite, directory, only_first)
         results = list(pool.map(run, *zip(*shards)))
     failed = set().union(*(failed for failed, _ in results))
     return {f"{suite}.{test}" for test in failed}, all(ran for _, ran in results)
 
 
-def run_in_turn(project, suite, directory, output, tests):
+def run_shard(project, suite, directory, only_first, output, tests):
     """Runs the tests in one process. A test that ends it, or hangs, has failed; a further process
     runs those after it.
     """
     failed = set()
     hangs = 0
-    while tests and hangs < HANGS_LIMIT:
+    while tests and hangs < HANGS_LIMIT and not (failed and only_first):
         with output.open("w") as stream:
             process = subprocess.Popen(
                 [directory / f"{suite}-test", f"--gtest_filter={':'.join(tests)}"],
+                env=os.environ | {"GTEST_FAIL_FAST": str(int(only_first))},
                 preexec_fn=functools.partial(limit_resources, project.cpu_limits[suite]),
                 stdin=subprocess.DEVNULL, stdout=stream, stderr=subprocess.DEVNULL,
             )  # fmt: skip
@@ -320,6 +291,8 @@ def run_in_turn(project, suite, directory, output, tests):
         lines = re.findall(r"\[ *(RUN|OK|SKIPPED) *\] ([^\s,]+)", text)
         begun = {test for word, test in lines if word == "RUN"} or set(tests)
         failed |= begun - {test for word, test in lines if word != "RUN"}
+        if process.returncode != 0 and not failed:
+            failed = set(tests[-1:])
         tests = [test for test in tests if test not in begun]
     return failed, not tests
 
@@ -471,32 +444,34 @@ class Worker:
 # What survives, and is known to
 
 
-def mutant_text(mutant, reason=None):
+def mutant_text(mutant):
     head = mutant.file + (f" {mutant.function}" if mutant.function else "")
     lines = [head]
     lines += ["- " + line for line in mutant.old.splitlines()]
     lines += ["+ " + line for line in mutant.new.splitlines()]
-    if reason is not None:
-        lines.append("= " + reason)
     return "\n".join(lines) + "\n"
 
 
-def read_survivors(path):
-    """The reasons by the mutants' keys."""
+def read_reasons(path):
+    """Maps the mutants' names to the line, which begins with "=", that stands above them."""
     found = {}
-    text = "\n".join(line for line in path.read_text().splitlines() if not line.startswith("#"))
-    for block in re.split(r"\n\s*\n", text.strip()):
-        lines = block.splitlines()
-        if not lines:
-            continue
-        file, _, function = lines[0].partition(" ")
-        part = {
-            sign: "\n".join(line[2:] for line in lines[1:] if line[:1] == sign) for sign in "-+="
-        }
-        if not part["="]:
-            raise Failure(f"{path}: no reason is given for\n{block}")
-        found[(file, function, part["-"], part["+"])] = part["="]
+    reason = None
+    for line in path.read_text().splitlines():
+        if line.startswith("="):
+            reason = line
+        elif line and not line.startswith("#"):
+            if reason is None:
+                raise Failure(f"{path}: no reason is given for {line}")
+            found[line] = reason
     return found
+
+
+def write_reasons(path, reasons):
+    """Writes pairs of a mutant and its reason, those with the same reason together."""
+    groups = {}
+    for mutant, reason in reasons:
+        groups.setdefault(reason, []).append(mutant.name)
+    path.write_text("\n".join(f"= {r}\n" + "\n".join(names) + "\n" for r, names in groups.items()))
 
 
 def arguments():
@@ -529,10 +504,10 @@ def chosen_mutants(options, everything, known):
     if options.only:
         chosen = [m for m in chosen if m.file.startswith(tuple(options.only))]
     if options.mode:
-        chosen = [m for m in chosen if m.key not in known]
+        chosen = [m for m in chosen if m.name not in known]
     if options.again:
-        wanted = read_survivors(pathlib.Path(options.again))
-        chosen = [m for m in chosen if m.key in wanted]
+        wanted = read_reasons(pathlib.Path(options.again))
+        chosen = [m for m in chosen if m.name in wanted]
     elif not options.full:
         # The same tree draws the same sample, so that a failure comes again.
         digest = hashlib.sha256()
@@ -551,7 +526,7 @@ def try_all(options, project, chosen, known):
     numbers = itertools.count(1)
 
     def one(mutant):
-        if mutant.key in known and not (options.full or options.again):
+        if mutant.name in known and not (options.full or options.again):
             return KNOWN
         worker = workers.get()
         try:
@@ -574,22 +549,20 @@ def report(options, chosen, outcomes, known, everything):
     failed = False
     unknown = []
     for mutant, outcome in zip(chosen, outcomes):
-        if mutant.key in known:
+        if mutant.name in known:
             if outcome == SURVIVED:
                 outcome = KNOWN
             elif outcome != KNOWN:
                 failed = True
-                print(f"{mutant.file}:{mutant.line}: in survivors.txt, but {outcome}")
-                print(mutant_text(mutant))
+                print(f"line {mutant.line}: in survivors.txt, but {outcome}\n{mutant.name}\n")
         count[outcome] += 1
         if outcome == SURVIVED:
             unknown.append(mutant)
-            print(f"{mutant.file}:{mutant.line}: no test notices this change")
-            print(mutant_text(mutant))
-    (BUILD / "survived.txt").write_text("\n".join(mutant_text(m, "?") for m in unknown))
-    for key in sorted(set(known) - {m.key for m in everything}):
+            print(f"line {mutant.line}: no test notices this change\n{mutant.name}\n")
+    write_reasons(BUILD / "survived.txt", [(m, "?") for m in unknown])
+    for name in sorted(set(known) - {m.name for m in everything}):
         failed = True
-        print(f"survivors.txt holds a change that the sources do not have: {key}")
+        print(f"survivors.txt holds a change that the sources do not have: {name}")
     tried = count[KILLED] + count[SURVIVED] + count[KNOWN]
     score = 100 * count[KILLED] / tried if tried else 100
     print(
@@ -623,9 +596,7 @@ def report_matrix(options, project, chosen, outcomes):
     count = collections.Counter(o for o in outcomes if isinstance(o, str))
     tried = [(m, *outcome) for m, outcome in zip(chosen, outcomes) if not isinstance(outcome, str)]
     killers = [tests for _, tests, _ in tried]
-    (BUILD / "matrix.txt").write_text(
-        "\n".join(mutant_text(m, " ".join(sorted(tests)) or "?") for m, tests, _ in tried)
-    )
+    write_reasons(BUILD / "matrix.txt", [(m, " ".join(sorted(tests))) for m, tests, _ in tried])
     all_tests = [
         f"{suite}.{test}" for suite in project.suites for test in tests_of(suite, project.directory)
     ]
@@ -637,11 +608,9 @@ def report_matrix(options, project, chosen, outcomes):
         print(f"{added.get(test, 0):5}  {alone[test]:5}  {kills[test]:5}  {test}")
     for mutant, tests, all_ran in tried:
         if not tests:
-            print(f"{mutant.file}:{mutant.line}: no test notices this change")
+            print(f"line {mutant.line}: no test notices this change\n{mutant.name}\n")
         elif not all_ran:
-            print(f"{mutant.file}:{mutant.line}: {HANGS_LIMIT} tests hang; the rest was not run")
-        if not tests or not all_ran:
-            print(mutant_text(mutant))
+            print(f"line {mutant.line}: tests hang, and others were not run\n{mutant.name}\n")
     print(
         f"matrix of {options.suite}: {len(chosen)} mutants: {sum(map(bool, killers))} killed by "
         f"{len(all_tests)} tests, {count[KILLED]} by the compiler, {count[EQUAL]} equal code, "
@@ -663,7 +632,7 @@ def main():
                 if path.suffix in (".h", ".cpp"):
                     files[str(path.relative_to(TREE))] = path.read_text()
         everything = operators.mutants_of(files)
-        known = read_survivors(HERE / "survivors.txt")
+        known = read_reasons(HERE / "survivors.txt")
         chosen = chosen_mutants(options, everything, known)
         if options.list:
             for mutant in chosen:

@@ -9,6 +9,7 @@ binary "<", none around a template's), and a change that makes no sense does not
 
 import collections
 import dataclasses
+import os
 import re
 
 TOKEN = re.compile(
@@ -95,9 +96,20 @@ class Mutant:
     new: str
 
     @property
-    def key(self):
-        """What names the mutant wherever its lines stand in the file."""
-        return (self.file, self.function, self.old, self.new)
+    def name(self):
+        """What names the mutant wherever its lines stand in the file: the file, the function and
+        the change in the notation of wdiff(1), [-what goes-]{+what comes+}.
+        """
+        old, new = (
+            re.findall(r"\w+|[-+<>=!&|]+|.", text.replace("\n", " "))
+            for text in (self.old, self.new)
+        )
+        first = len(os.path.commonprefix([old, new]))
+        last = len(os.path.commonprefix([old[first:][::-1], new[first:][::-1]]))
+        goes, comes = old[first : len(old) - last], new[first : len(new) - last]
+        change = [*(["[-", *goes, "-]"] if goes else []), *(["{+", *comes, "+}"] if comes else [])]
+        place = f"{self.file} {self.function}".strip()
+        return f"{place}: {''.join(old[:first] + change + old[len(old) - last :])}"
 
 
 @dataclasses.dataclass
@@ -527,15 +539,15 @@ def kindred_names(sources):
 
 
 def mutants_of(files):
-    """All mutants of the files, given as a map from name to text; no two have the same key."""
+    """All mutants of the files, given as a map from name to text; no two have the same name."""
     kindred = kindred_names(files.values())
     found = []
     counts = collections.Counter()
     for file, text in sorted(files.items()):
         for mutant in Source(file, text, kindred).mutants():
-            counts[mutant.key] += 1
-            if counts[mutant.key] > 1:
-                again = f"{mutant.function} ({counts[mutant.key]})".strip()
+            counts[mutant.name] += 1
+            if counts[mutant.name] > 1:
+                again = f"{mutant.function} ({counts[mutant.name]})".strip()
                 mutant = dataclasses.replace(mutant, function=again)
             found.append(mutant)
     return found
