@@ -17,7 +17,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 
 # -O2 is what is tested and measured. It replaces CMake's own -O3, but no level that the caller, a
 # toolchain file or an enclosing project sets.
-if(PROJECT_IS_TOP_LEVEL AND CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
+if(top_level AND CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
   if(CMAKE_CXX_FLAGS MATCHES "(^| )-O")
     set(CMAKE_CXX_FLAGS_RELEASE "-DNDEBUG")
   else()
@@ -29,7 +29,7 @@ option(SWITCH_QUERIER_STATIC "Link the program statically, with the C and C++ li
 
 # Only optimised builds are hardened: _FORTIFY_SOURCE has no effect without optimisation, and
 # sanitizers do their own checks.
-set(hardened $<CONFIG:Release,MinSizeRel>)
+set(hardened $<OR:$<CONFIG:Release>,$<CONFIG:MinSizeRel>>)
 set(callersFlags
     " ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELEASE} ${CMAKE_CXX_FLAGS_MINSIZEREL}")
 

@@ -2,19 +2,25 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-"""Compares the recipes for Yocto and Buildroot with what is installed, and with the conventions of
-BitBake and of Buildroot's check-package. Neither tool is packaged in Debian."""
+"""Models what BitBake and Buildroot, which Debian does not package, make of the recipes: which
+package takes an installed file, which options the build gets, and with which CMake it works."""
 
 import fnmatch
-import hashlib
+import glob
 import pathlib
 import re
+import shlex
+import subprocess
 import sys
 
-VERSION = pathlib.Path("VERSION").read_text().strip()
-LICENSE = pathlib.Path("LICENSE").read_bytes()
-INSTALLED = pathlib.Path("tests/checks/docs/installed.txt").read_text().split()
-SNIPPET = pathlib.Path("packaging/init/switch-mode.sh.in").read_text()
+UNITS = "/usr/lib/systemd/system"
+INSTALLED = pathlib.Path("tests/checks/docs/installed.txt").read_text().replace("./", "/").split()
+CMAKE = "".join(
+    pathlib.Path(name).read_text()
+    for pattern in ("CMakeLists.txt", "[afgjl]*/CMakeLists.txt", "cmake/*.cmake")
+    for name in glob.glob(pattern)
+)
+MINIMUM = int(re.search(r"^cmake_minimum_required\(VERSION 3\.(\d+)", CMAKE, re.M).group(1))
 failed = False
 
 
@@ -25,146 +31,134 @@ def check(right, what):
         failed = True
 
 
-def check_options(text):
+def check_options(options):
     """Whether the build has the options that a recipe sets: CMake accepts any name."""
-    known = pathlib.Path("CMakeLists.txt").read_text()
-    known += "".join(path.read_text() for path in pathlib.Path("cmake").iterdir())
-    for option in re.findall(r"-D(SWITCH_QUERIER_\w+)=", text):
-        check(re.search(rf"(set|option)\({option}\b", known), f"the build has no option {option}")
+    for option in re.findall(r"-D(\w+)=", options):
+        check(re.search(rf"(set|option)\({option}\b", CMAKE), f"the build has no option {option}")
+
+
+def packages_of(recipe, variables):
+    """The patterns of FILES by package: bitbake.conf's, those of the classes, and the recipe's."""
+    programs = "/usr/bin/* /usr/sbin/* /usr/lib/lib*.so.* /etc /usr/share/switch-querier"
+    files = {"${PN}": programs, "${PN}-doc": "/usr/share/doc /usr/share/man /usr/share/info"}
+    if re.search(r"^inherit .*\bbash-completion\b", recipe, re.M):
+        files["${PN}-bash-completion"] = "/usr/share/bash-completion"
+    # systemd.bbclass wants the unit or its template to be there, and packages the file that
+    # SYSTEMD_SERVICE names. An instance is no file.
+    for service in variables["SYSTEMD_SERVICE:${PN}"].split():
+        template = re.sub(r"@.*\.", "@.", service)
+        check({f"{UNITS}/{service}", f"{UNITS}/{template}"} & {*INSTALLED}, f"no unit {service}")
+        if f"{UNITS}/{service}" in INSTALLED:
+            files["${PN}"] += f" {UNITS}/{service}"
+    for name, value in variables.items():
+        if name.startswith("FILES:"):
+            value = value.replace("${systemd_system_unitdir}", UNITS)
+            files[name[len("FILES:") :]] = files.get(name[len("FILES:") :], "") + " " + value
+    return files
 
 
 def yocto():
-    recipe = pathlib.Path(f"packaging/yocto/switch-querier_{VERSION}.bb")
-    check(recipe.exists(), f"there is no {recipe}")
-    text = recipe.read_text().replace("\\\n", " ")
-    variables = dict(re.findall(r'^(\S+)\s*[?+.]*=\+?\s*"(.*)"$', text, re.M))
-
+    layer = pathlib.Path("packaging/yocto")
+    configuration = (layer / "conf/layer.conf").read_text().replace("${LAYERDIR}", str(layer))
+    pattern = re.search(r'^BBFILES \+= "(.*)"$', configuration, re.M).group(1)
+    recipes = glob.glob(pattern)
+    check(len(recipes) == 1, f"the layer has the recipes {recipes}")
+    recipe = pathlib.Path(recipes[0]).read_text().replace("\\\n", " ")
+    assigned = re.findall(r'^(\S+)\s*([?+.]*=\+?)\s*"(.*)"$', recipe, re.M)
+    variables = {name: value for name, _, value in assigned}
     # The directory of the sources has moved between releases; BitBake's default is right in all.
-    sources = re.search(r"^S\b|WORKDIR", text, re.M)
-    check(not sources, "the recipe sets S or names WORKDIR")
+    check(not re.search(r"^S\b|WORKDIR", recipe, re.M), "the recipe sets S or names WORKDIR")
     check("${BP}" in variables["SRC_URI"], "SRC_URI does not take the version of the file's name")
-    checksum = f"file://LICENSE;md5={hashlib.md5(LICENSE).hexdigest()}"
-    check(variables["LIC_FILES_CHKSUM"] == checksum, f"LIC_FILES_CHKSUM is not {checksum}")
-    check(variables["LICENSE"] == "MIT", "LICENSE is not MIT")
-    inherited = re.search(r"^inherit (.*)$", text, re.M).group(1).split()
-    check(inherited == ["cmake", "systemd"], f"the recipe inherits {inherited}")
+    check(("SYSTEMD_AUTO_ENABLE", "?=", "disable") in assigned, "the unit is enabled, or cannot be")
+    check_options(variables["EXTRA_OECMAKE"])
     check(
-        re.search(r'^SYSTEMD_AUTO_ENABLE \?= "disable"$', text, re.M),
-        "the unit is enabled, or an image cannot enable it",
+        "_UNIT_DIR=${UNIT_DIR} " in variables["EXTRA_OECMAKE"], "nothing says where the unit goes"
     )
-    check(
-        "-DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=${UNIT_DIR}" in variables["EXTRA_OECMAKE"]
-        and "systemd_system_unitdir" in variables["UNIT_DIR"],
-        "the recipe does not say where the unit goes",
-    )
-    check_options(text)
     # BitBake leaves a variable that nobody sets as it is.
-    unknown = set(re.findall(r"\$\{(\w+)\}", text)) - set(variables) - {"BP", "PN", "datadir"}
-    check(not unknown, f"the recipe names {unknown}")
-
-    # Only what an installed file needs is recommended: the snippet calls flock.
-    recommended = variables["RRECOMMENDS:${PN}"].split()
-    check(recommended == ["util-linux-flock"], f"the recipe recommends {recommended}")
-    check("exec flock" in SNIPPET, "the snippet does not call flock")
-    check("RDEPENDS:${PN}" not in variables, "the package depends on another one")
-
-    # BitBake's defaults of FILES for the package and its documentation, what systemd.bbclass adds,
-    # and the recipe's own. BitBake refuses a file that none of them names.
-    unit = re.sub(r"@.*\.", "@.", variables["SYSTEMD_SERVICE:${PN}"])
-    packages = re.search(r'^PACKAGES =\+ "(.*)"$', text, re.M)
-    added = [name[len("FILES:") :] for name in variables if name.startswith("FILES:")]
-    check(packages and packages.group(1).split() == added, f"{added} are not all in PACKAGES")
-    own = [
-        value.replace("${datadir}", "/usr/share")
-        for name, value in variables.items()
-        if name.startswith("FILES:")
-    ]
-    patterns = [
-        "/usr/sbin/*",
-        "/usr/share/switch-querier",
-        "/usr/share/doc",
-        "/usr/share/man",
-        f"/usr/lib/systemd/system/{unit}",
-        *own,
-    ]
-    used = set()
+    unknown = {*re.findall(r"\$\{(\w+)\}", recipe)} - {"BP", "PN", "systemd_system_unitdir"}
+    check(unknown <= {*variables}, f"the recipe names {unknown - {*variables}}")
+    # do_package fails for a file that no package takes.
+    files = packages_of(recipe, variables)
     for name in INSTALLED:
-        matching = [
-            pattern
-            for pattern in patterns
-            if fnmatch.fnmatch(name, f".{pattern}") or name.startswith(f".{pattern}/")
+        takers = [
+            package
+            for package, patterns in files.items()
+            for pattern in patterns.split()
+            if fnmatch.fnmatch(name, pattern) or name.startswith(f"{pattern}/")
         ]
-        check(len(matching) == 1, f"{name} is in {len(matching)} packages of the recipe")
-        used |= set(matching)
-    check(used == set(patterns), f"nothing is installed for {set(patterns) - used}")
+        check(len(takers) == 1, f"{name} is in these packages of the recipe: {takers}")
+
+
+def made_by_buildroot(contact, init):
+    """The variables that make gets from the package with this configuration of Buildroot."""
+    text = f"""
+{init} = y
+BR2_PACKAGE_SWITCH_QUERIER_CONTACT = "{contact}"
+qstrip = $(strip $(subst ",,$(1)))
+KCONFIG_ENABLE_OPT = $(1)=y
+include packaging/buildroot/switch-querier.mk
+$(foreach name,$(filter SWITCH_QUERIER_%,$(.VARIABLES)),$(info $(name) := $(strip $($(name)))))
+nothing: ;
+"""
+    run = subprocess.run(["make", "-f", "-"], input=text, capture_output=True, text=True)
+    check(run.returncode == 0, run.stderr)
+    return dict(re.findall(r"^(\w+) := (.*)$", run.stdout, re.M))
 
 
 def buildroot():
     directory = pathlib.Path("packaging/buildroot")
-    names = sorted(path.name for path in directory.iterdir())
-    check(
-        names == ["Config.in", "switch-querier.hash", "switch-querier.mk"],
-        f"a Buildroot package of {names}",
-    )
+    # What its check-package objects to.
     for path in directory.iterdir():
         text = path.read_text()
-        check("SPDX" not in text, f"{path}: no file of Buildroot has such a header")
-        check(text.endswith("\n") and not text.endswith("\n\n"), f"{path}: how it ends")
-        check(not re.search(r"[ \t]$", text, re.M), f"{path}: space at the end of a line")
-        check("\n\n\n" not in text, f"{path}: two empty lines")
-
+        check(not re.search(r"[ \t]$|^ +\S|\n\n\n|\n\n\Z", text, re.M), f"{path}: whitespace")
     makefile = (directory / "switch-querier.mk").read_text()
     head = ["#" * 80, "#", "# switch-querier", "#", "#" * 80, ""]
     check(makefile.split("\n")[:6] == head, "the makefile does not begin as Buildroot's do")
-    check(makefile.endswith("\n$(eval $(cmake-package))\n"), "how the makefile ends")
-    variables = dict(re.findall(r"^(\w+) \+?= *(.*)$", makefile, re.M))
-    check(all(name.startswith("SWITCH_QUERIER_") for name in variables), "a variable's name")
-    check(not re.search(r"^ +\S", makefile, re.M), "an indentation by spaces")
-    check(variables["SWITCH_QUERIER_VERSION"] == VERSION, "the version")
-    # With the default of _SOURCE and _SITE_METHOD Buildroot fetches NAME-VERSION.tar.gz.
-    check(re.fullmatch(r"https://\S+[^/]", variables["SWITCH_QUERIER_SITE"]), "the site")
-    for name in ("SOURCE", "SITE_METHOD", "INSTALL_STAGING", "INSTALL_TARGET", "AUTORECONF"):
-        check(f"SWITCH_QUERIER_{name}" not in variables, f"{name} is needless")
-    check(variables["SWITCH_QUERIER_LICENSE"] == "MIT", "the licence")
-    check(variables["SWITCH_QUERIER_LICENSE_FILES"] == "LICENSE", "the licence's file")
-    choice = re.search(
-        r"^ifeq \(\$\(BR2_INIT_SYSTEMD\),y\)\n(.*)\nelse\n(.*)\nendif$", makefile, re.M
-    )
-    option = "SWITCH_QUERIER_CONF_OPTS += -DSWITCH_QUERIER_SYSTEMD_UNIT_DIR="
-    check(
-        choice and choice.groups() == (option + "/usr/lib/systemd/system", option),
-        "the unit does not depend on the init system",
-    )
-    check_options(makefile)
-
-    hashes = (directory / "switch-querier.hash").read_text().split("\n")
-    check(hashes[0].startswith("# "), "the hash does not say where it comes from")
-    check(
-        hashes[1:] == [f"sha256  {hashlib.sha256(LICENSE).hexdigest()}  LICENSE", ""],
-        f"the hash of LICENSE is not {hashes[1:]}",
-    )
-
     config = (directory / "Config.in").read_text()
-    check(
-        config.startswith('config BR2_PACKAGE_SWITCH_QUERIER\n\tbool "switch-querier"\n'),
-        "how Config.in begins",
-    )
-    described = config[config.index("\thelp\n") + 6 : config.index("\ncomment ")]
-    for line in described.split("\n"):
-        check(
-            not line or (line.startswith("\t  ") and len(line) <= 3 + 62),
-            f"the help has the line {line!r}",
-        )
-    check(re.search(r"^\t  https://\S+\n$", described, re.M), "the help has no address")
+    for line in re.findall(r"^\t  .*$", config, re.M):
+        check(len(line) <= 3 + 62, f"the help has the line {line!r}")
+
+    contact = "A <a@b.c>"
+    for init, directory in (("BR2_INIT_SYSTEMD", UNITS), ("BR2_INIT_BUSYBOX", "")):
+        made = made_by_buildroot(contact, init)
+        options = [f"-DSWITCH_QUERIER_CONTACT={contact}"]
+        options.append(f"-DSWITCH_QUERIER_SYSTEMD_UNIT_DIR={directory}")
+        given = shlex.split(made["SWITCH_QUERIER_CONF_OPTS"])
+        check(given == options, f"with {init} the build gets {given}")
+        check_options(" ".join(given))
+    # With the default of _SOURCE and _SITE_METHOD Buildroot fetches NAME-VERSION.tar.gz.
+    check(re.fullmatch(r"https://\S+[^/]", made["SWITCH_QUERIER_SITE"]), "the site")
+    fragment = pathlib.Path("packaging/linux/gpio-sysfs.config").read_text()
+    kernel = made["SWITCH_QUERIER_LINUX_CONFIG_FIXUPS"].split()
+    check(kernel == re.findall(r"^CONFIG_\w+=y$", fragment, re.M), f"the kernel gets {kernel}")
+
     # What the option depends on, the comment tells whoever cannot see the option.
     depends = re.findall(r"^\tdepends on (BR2_\w+)", config, re.M)
-    comment = config[config.index("\ncomment ") :]
+    hidden = f"\tdepends on {' || '.join('!' + symbol for symbol in depends)}\n"
+    check(config.endswith(hidden), "the comment depends on something else than the option")
+    # Buildroot takes the host's CMake from 3.18 on, and makes one if a package selects a newer.
+    selected = re.findall(r"^\tselect BR2_HOST_CMAKE_AT_LEAST_3_(\d+)", config, re.M)
     check(
-        f"depends on {' || '.join('!' + symbol for symbol in depends)}\n" in comment,
-        "the comment depends on something else",
+        selected == [str(MINIMUM)] * (MINIMUM > 18), f"Config.in selects {selected} for 3.{MINIMUM}"
     )
+
+
+def cmake():
+    """Whether the product's files use nothing newer than the CMake that they ask for: the manual of
+    the installed one tells."""
+    heading = r"^(?:.*\$<)?(\w+)(?:[:>].*|\n[-^]+)\n\n *\.\. versionadded:: 3\.(\d+)"
+    since = {}
+    for chapter in ("commands", "variables", "properties", "manual cmake-generator-expressions"):
+        run = subprocess.run(f"cmake --help-{chapter}".split(), capture_output=True, text=True)
+        since |= re.findall(heading, run.stdout, re.M)
+    check(since.get("PROJECT_IS_TOP_LEVEL") == "21", "CMake's manual does not tell the versions")
+    code = re.sub(r"#.*", "", CMAKE)
+    for name in sorted({*re.findall(r"\w+", code)} & since.keys()):
+        check(int(since[name]) <= MINIMUM, f"{name} needs CMake 3.{since[name]}")
+    check(not re.search(r"\$<CONFIG:\w*,", code), "a list in $<CONFIG> needs CMake 3.19")
 
 
 yocto()
 buildroot()
+cmake()
 sys.exit(1 if failed else 0)

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 SUMMARY = "Decides whether an appliance encodes or decodes"
+HOMEPAGE = "https://example.com/switch-querier"
 SECTION = "base"
 LICENSE = "MIT"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=3465b3868d0ec2904d4eb2b87bcb6e2d"
@@ -10,7 +11,7 @@ LIC_FILES_CHKSUM = "file://LICENSE;md5=3465b3868d0ec2904d4eb2b87bcb6e2d"
 # unpacks to ${BP}, where BitBake expects the sources by default.
 SRC_URI = "file://${BP}.tar.gz"
 
-inherit cmake systemd
+inherit cmake systemd bash-completion
 
 # The contact address in the banner.
 SWITCH_QUERIER_CONTACT ?= "support@example.com"
@@ -21,14 +22,16 @@ EXTRA_OECMAKE = " \
     -DSWITCH_QUERIER_SYSTEMD_UNIT_DIR=${UNIT_DIR} \
 "
 
-# The image chooses: the instance names the configuration file, as systemd-escape(1) writes it, and
-# "enable" starts it at boot. An application's unit that requires the instance needs neither.
+# The instance names the configuration file, as systemd-escape(1) writes it. What orders it before
+# the application is Requires= and After= in the application's unit, and these start it, too. To
+# start it at boot even so, an image sets, in a .bbappend or for this recipe in local.conf,
+#     SYSTEMD_AUTO_ENABLE:pn-switch-querier = "enable"
+# but not with kirkstone, whose systemctl for images takes the dot in the instance for its end.
 SWITCH_QUERIER_INSTANCE ?= "config-app.json"
 SYSTEMD_SERVICE:${PN} = "switch-querier@${SWITCH_QUERIER_INSTANCE}.service"
 SYSTEMD_AUTO_ENABLE ?= "disable"
+# systemd.bbclass packages the files that SYSTEMD_SERVICE names, and an instance is no file.
+FILES:${PN} += "${systemd_system_unitdir}/switch-querier@.service"
 
 # The function for init scripts calls flock. Busybox has it, too.
 RRECOMMENDS:${PN} = "util-linux-flock"
-
-PACKAGES =+ "${PN}-bash-completion"
-FILES:${PN}-bash-completion = "${datadir}/bash-completion"
