@@ -14,28 +14,43 @@ set -eu
     exit 2
 }
 
+# Tells all that is missing at once, in the order in which it has to be done: the tag is the last.
+ready=yes
 refuse() {
-    echo "release: $*" >&2
-    exit 1
+    echo "$*" | sed 's/^/release: /' >&2
+    ready=no
 }
 
 [ ! -e "$1" ] || refuse "$1 exists"
 directory=$(realpath "$1")
 cd "$(dirname "$0")/.."
+for program in aarch64-linux-gnu-g++ cmake dh dpkg-buildpackage git gzip make reuse; do
+    command -v "$program" >/dev/null || refuse "the program $program is missing"
+done
 version=$(cat VERSION)
 name=switch-querier-$version
+differences=$(sh packaging/version.sh) || refuse "$differences"
+grep -m 1 '^## ' CHANGELOG.md | grep -Eqx "## [^ ]+, [0-9]{4}-[0-9]{2}-[0-9]{2}" ||
+    refuse "the first release in CHANGELOG.md has no date: \"## $version, YEAR-MONTH-DAY\""
 # In a tarball that is unpacked in another project's repository git answers for that project.
-[ "$(git rev-parse --show-prefix 2>/dev/null || echo none)" = "" ] ||
+if [ "$(git rev-parse --show-prefix 2>/dev/null || echo none)" != "" ]; then
     refuse "$PWD is not the top of a git repository"
-tagged=$(git rev-parse --verify --quiet "refs/tags/v$version^{commit}") ||
-    refuse "VERSION is $version, and there is no tag v$version"
-[ "$tagged" = "$(git rev-parse HEAD)" ] || refuse "the tag v$version names another commit than HEAD"
-[ -z "$(git status --porcelain)" ] || refuse "the tree has changes that are not committed"
-grep -m 1 '^## ' CHANGELOG.md | grep -Eqx "## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}" ||
-    refuse "the first release in CHANGELOG.md is not \"## $version, YEAR-MONTH-DAY\""
+else
+    [ -z "$(git status --porcelain)" ] || refuse "the tree has changes that are not committed"
+    if ! tagged=$(git rev-parse --verify --quiet "refs/tags/v$version^{commit}"); then
+        refuse "there is no tag v$version"
+    elif [ "$tagged" != "$(git rev-parse HEAD)" ]; then
+        refuse "the tag v$version names another commit than HEAD"
+    fi
+fi
+[ "$ready" = yes ] || exit 1
 
-# What is not whole must not look like a release.
+# What is not whole must not look like a release. Dash runs no EXIT trap on a signal, unless the
+# signal's trap exits.
 trap 'rm -rf "$directory"' EXIT
+trap 'exit 129' HUP
+trap 'exit 130' INT
+trap 'exit 143' TERM
 mkdir "$directory"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Fails if packaging/release.sh does not refuse what is no release, each with its message and
-# without leaving anything.
+# Fails if packaging/release.sh does not refuse what is no release, telling all that is missing at
+# once, or if a refusal or a signal leaves anything.
 # usage: refusals.sh REPOSITORY DIRECTORY
 # HEAD of the repository is ready for release, and has no tag. The directory is new.
 set -eu
@@ -15,49 +15,86 @@ tag=v$version
 ready=$(git rev-parse HEAD)
 failed=0
 
-# usage: refused MESSAGE; the message begins so.
-refused() {
-    before=$(find .. | sort)
-    status=0
-    said=$(sh packaging/release.sh ../released 2>&1) || status=$?
-    case $status-$said in
-    1-"release: $1"*) ;;
-    *)
-        echo "status $status, not a refusal with '$1': $said"
-        failed=1
-        ;;
-    esac
+# usage: left_nothing WHAT; compares with what there was before.
+left_nothing() {
     [ "$(find .. | sort)" = "$before" ] || {
-        echo "the refusal with '$1' left something"
+        echo "$1 left something"
         failed=1
     }
 }
 
-refused "VERSION is $version, and there is no tag $tag"
+# usage: refused MESSAGE…; all that is told, in this order.
+refused() {
+    before=$(find .. | sort)
+    status=0
+    said=$(sh packaging/release.sh ../released 2>&1) || status=$?
+    if [ "$status" -ne 1 ] || [ "$said" != "$(printf 'release: %s\n' "$@")" ]; then
+        echo "status $status, not a refusal with '$*': $said"
+        failed=1
+    fi
+    left_nothing "the refusal with '$1'"
+}
+
+no_tag="there is no tag $tag"
+no_date="the first release in CHANGELOG.md has no date: \"## $version, YEAR-MONTH-DAY\""
+dirty="the tree has changes that are not committed"
+refused "$no_tag"
 git tag v0.0.1
-refused "VERSION is $version, and there is no tag $tag"
+refused "$no_tag"
 git tag -a -m "an object of its own, which names the commit" "$tag"
 git commit --quiet --allow-empty -m "after the release"
 refused "the tag $tag names another commit than HEAD"
 git reset --quiet --hard "$ready"
-echo >>README.md
-refused "the tree has changes that are not committed"
-git reset --quiet --hard
 touch new
-refused "the tree has changes that are not committed"
+refused "$dirty"
 rm new
-for heading in "$version, not yet released" "0.9.0, 2026-01-02" "$version" \
-    "2.0.0, not yet released\n\n## $version, 2026-01-02"; do
-    sed -i "0,/^## /s/^## .*/## $heading/" CHANGELOG.md
+# usage: refused_with HEADING MESSAGE…; the first release in CHANGELOG.md has this heading.
+refused_with() {
+    sed -i "0,/^## /s/^## .*/## $1/" CHANGELOG.md
     git commit --quiet -a -m "another heading"
     git tag --force "$tag" >/dev/null
-    refused "the first release in CHANGELOG.md is not "
-done
+    shift
+    refused "$@"
+}
+refused_with "$version, not yet released" "$no_date"
+refused_with "$version" "$no_date"
+refused_with "0.9.0, 2026-01-02" "the first release in CHANGELOG.md is '0.9.0', not '$version'"
+refused_with "2.0.0, not yet released\n\n## $version, 2026-01-02" \
+    "the first release in CHANGELOG.md is '2.0.0', not '$version'" "$no_date"
 git reset --quiet --hard "$ready"
-git tag --force "$tag" >/dev/null
+git tag --delete "$tag" >/dev/null
+
+# Everything at once.
+sed -i 's/^SWITCH_QUERIER_VERSION = .*/&.1/' packaging/buildroot/switch-querier.mk
+git mv packaging/yocto/recipes-core/switch-querier/switch-querier_*.bb \
+    packaging/yocto/recipes-core/switch-querier/switch-querier_0.9.0.bb
+sed -i "0,/^## /s/^## .*/## $version/" CHANGELOG.md
 mkdir ../released
-refused "../released exists"
+refused "../released exists" \
+    "the version in packaging/buildroot/switch-querier.mk is '$version.1', not '$version'" \
+    "the name of the Yocto recipe is 'switch-querier_0.9.0.bb', not 'switch-querier_$version.bb'" \
+    "$no_date" "$dirty" "$no_tag"
 rmdir ../released
+git reset --quiet --hard "$ready"
+
+# A release that is under way, and is told to stop as a terminal or a system tells it.
+git tag "$tag"
+before=$(find .. | sort)
+for signal in HUP:129 INT:130 TERM:143; do
+    env --default-signal setsid sh packaging/release.sh ../released >/dev/null 2>&1 &
+    until [ -d ../released/build ] || ! kill -0 $! 2>/dev/null; do
+        sleep 0.1
+    done
+    kill -s "${signal%:*}" -- -$!
+    status=0
+    wait $! || status=$?
+    [ "$status" -eq "${signal#*:}" ] || {
+        echo "SIG${signal%:*} ends a release with status $status"
+        failed=1
+    }
+    left_nothing "SIG${signal%:*}"
+    rm -rf ../released
+done
 mv .git ../git
 refused "$PWD is not the top of a git repository"
 exit "$failed"
