@@ -19,7 +19,6 @@ namespace {
 
 constexpr char socketPath[] = "/dev/log";
 
-/// "<11>Nov 21 01:56:09 name: text"
 LogRecord parse(const std::string& message)
 {
     const std::size_t close = message.find('>');
@@ -58,12 +57,21 @@ SystemLog::~SystemLog()
 std::vector<LogRecord> SystemLog::drain()
 {
     std::vector<LogRecord> records;
+    for (const std::string& message : drainRaw()) {
+        records.push_back(parse(message));
+    }
+    return records;
+}
+
+std::vector<std::string> SystemLog::drainRaw()
+{
+    std::vector<std::string> messages;
     std::array<char, 65536> bytes;
     ssize_t count = 0;
     while ((count = recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT)) >= 0) {
-        records.push_back(parse(std::string(bytes.data(), static_cast<std::size_t>(count))));
+        messages.emplace_back(bytes.data(), static_cast<std::size_t>(count));
     }
-    return records;
+    return messages;
 }
 
 void SystemLog::die()

@@ -33,6 +33,9 @@ public:
     /// Removes and returns the records received so far, oldest first.
     std::vector<LogRecord> drain();
 
+    /// Likewise, as they were sent: "<11>Nov 21 01:56:09 name: text".
+    std::vector<std::string> drainRaw();
+
     /// Stops listening. The file of the socket stays, as after the death of a daemon.
     void die();
 

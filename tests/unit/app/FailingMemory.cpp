@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "tests/unit/calls/Calls.h"
+#include "tests/unit/effects/Effects.h"
 
 long allocationsLeft = -1;
 std::size_t largestAllocation = 0;
@@ -15,10 +15,10 @@ std::size_t largestAllocation = 0;
 // NOLINTBEGIN(cppcoreguidelines-no-malloc): this is what new and delete are made of
 void* operator new(std::size_t size)
 {
-    if (Calls::Inside::depth == 0) {
+    if (Effects::active) {
         largestAllocation = std::max(largestAllocation, size);
     }
-    const bool fails = allocationsLeft >= 0 && Calls::Inside::depth == 0 && allocationsLeft-- == 0;
+    const bool fails = Effects::active && allocationsLeft >= 0 && allocationsLeft-- == 0;
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr) {
         throw std::bad_alloc();

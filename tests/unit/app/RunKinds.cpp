@@ -7,20 +7,22 @@
 
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 #include <streambuf>
 
 #include "tests/appliance/Files.h"
+#include "tests/appliance/SystemLog.h"
 #include "tests/unit/app/ProgramMain.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-/// Adds what is inserted to the transcript, one line for each flush.
+/// Takes the place of a console stream's buffer, and adds the lines that were flushed.
 class ConsoleBuffer : public std::streambuf {
 public:
-    ConsoleBuffer(Calls& recorder, std::ostream& replaced, const char* streamName)
-        : calls(recorder), stream(replaced), name(streamName), original(replaced.rdbuf(this))
+    ConsoleBuffer(Effects& recorder, std::ostream& replaced, const char* streamName)
+        : effects(recorder), stream(replaced), name(streamName), original(replaced.rdbuf(this))
     {
     }
 
@@ -33,50 +35,52 @@ public:
     ConsoleBuffer(const ConsoleBuffer&) = delete;
     ConsoleBuffer& operator=(const ConsoleBuffer&) = delete;
 
-    void flush(const char* remark)
+    /// Adds the text that is left.
+    void end()
     {
-        const Calls::Inside inside;
         if (!text.empty()) {
-            calls.add(name + remark + quoted(text.data(), text.size()));
-            text.clear();
+            effects.add(name + " never flushed " + inQuotes(text));
         }
     }
 
 protected:
     int_type overflow(int_type byte) override
     {
-        const Calls::Inside inside;
+        const Effects::Pause pause;
         text += traits_type::to_char_type(byte);
         return traits_type::not_eof(byte);
     }
 
     std::streamsize xsputn(const char* bytes, std::streamsize count) override
     {
-        const Calls::Inside inside;
+        const Effects::Pause pause;
         text.append(bytes, static_cast<std::size_t>(count));
         return count;
     }
 
     int sync() override
     {
-        flush(": ");
+        const Effects::Pause pause;
+        for (std::size_t end = 0; (end = text.find('\n') + 1) != 0; text.erase(0, end)) {
+            effects.add(name + " " + inQuotes(text.substr(0, end)));
+        }
         return 0;
     }
 
 private:
-    Calls& calls;
+    Effects& effects;
     std::ostream& stream;
     std::string name;
     std::streambuf* original;
     std::string text;
 };
 
-constexpr char config[] = "/appliance/config.json";
-constexpr char temporary[] = "/appliance/config.json.filsec";
+const std::string temporary = configPath + ".filsec";
+constexpr char gpioLine[] = "/sys/class/gpio/gpio17";
 
 std::function<void()> configHolds(const std::string& text)
 {
-    return [text] { writeFile(config, text); };
+    return [text] { writeFile(configPath, text); };
 }
 
 std::function<void()> both(const std::function<void()>& first, const std::function<void()>& second)
@@ -94,7 +98,7 @@ void removeSwitch()
 
 void switchReads(const std::string& value)
 {
-    writeFile("/sys/class/gpio/gpio17/value", value);
+    writeFile(std::string(gpioLine) + "/value", value);
 }
 
 const std::function<void()> nothing = [] {};
@@ -103,255 +107,184 @@ const std::string atEncoder = R"({"App":{"isEncoder":true}})";
 const std::function<void()> decoderFile = configHolds(atDecoder);
 const std::function<void()> encoderFile = configHolds(atEncoder);
 
-// The steps of a run.
+// The parts of a run.
 
-const std::string logsOpened = R"(openlog "switch-querier" options 0 facility 0
-openlog "switch-querier" options 0 facility 0
-)";
+std::string lookFor(const std::string& path, const std::string& error = "")
+{
+    return "look for " + path + (error.empty() ? "" : ": " + error) + "\n";
+}
 
-const std::string logsClosed = R"(closelog
-closelog
-)";
+const std::string noMarker =
+    lookFor("/config/DECODER", "ENOENT") + lookFor("/config/ENCODER", "ENOENT");
 
-const std::string noMarker = R"(fopen /config/DECODER r = ENOENT
-fopen /config/ENCODER r = ENOENT
-)";
-
-const std::string decoderMarker = R"(fopen /config/DECODER r
-fclose /config/DECODER
-)";
-
-const std::string encoderMarker = R"(fopen /config/DECODER r = ENOENT
-fopen /config/ENCODER r
-fclose /config/ENCODER
-)";
-
-/// The bytes are those of the value file, as quoted.
+/// The value file holds these bytes: they are read when the direction is set, and then again.
 std::string switchRead(const std::string& bytes)
 {
-    const std::string read = "lseek /sys/class/gpio/gpio17/value start\n"
-                             "read /sys/class/gpio/gpio17/value \"" +
-                             bytes + "\"\n";
-    return R"(close descriptor -1 = EBADF
-opendir /sys/class/gpio/gpio17
-usleep 20000
-open /sys/class/gpio/gpio17/value O_RDWR
-fopen /sys/class/gpio/gpio17/direction w
-write /sys/class/gpio/gpio17/direction "in"
-fclose /sys/class/gpio/gpio17/direction
-)" + read + read;
+    const std::string read = "read /sys/class/gpio/gpio17/value " + inQuotes(bytes) + "\n";
+    return lookFor(gpioLine) + "wait 0.020000000\n" + lookFor("/sys/class/gpio/gpio17/value") +
+           "empty /sys/class/gpio/gpio17/direction\n"
+           "write /sys/class/gpio/gpio17/direction \"in\"\n" +
+           read + read;
 }
 
-const std::string switchClosed = R"(close /sys/class/gpio/gpio17/value
-)";
+std::string record(const std::string& stream, const std::string& level, int priority,
+                   const std::string& text)
+{
+    return stream + " " + inQuotes(level + text + "\n") + "\nlog " + std::to_string(priority) +
+           " switch-querier " + inQuotes(text + "\n") + "\n";
+}
 
-const std::string switchMissing = R"(close descriptor -1 = EBADF
-opendir /sys/class/gpio/gpio17 = ENOENT
-fopen /sys/class/gpio/export w = ENOENT
-)";
-
-const std::string missingSwitchClosed = R"(close descriptor -1 = EBADF
-)";
-
-/// An error record, whatever its text.
 std::string error(const std::string& text)
 {
-    return "system clock\n"
-           "stderr: \"ERROR: " +
-           text +
-           "\\n\"\n"
-           "syslog 3 %s as switch-querier: \"" +
-           text + "\\n\"\n";
+    return record("stderr", "ERROR: ", 3, text);
 }
 
-std::string information(const std::string& text)
+/// The last part of a run that decides a mode.
+std::string end(const std::string& text, int status)
 {
-    return "system clock\n"
-           "stdout: \"" +
-           text +
-           "\\n\"\n"
-           "syslog 6 %s as switch-querier: \"" +
-           text + "\\n\"\n";
+    return record("stdout", "", 6, text) + "exit " + std::to_string(status) + "\n";
 }
 
-const std::string switchLow = switchRead("0\\n") + switchClosed;
-const std::string switchHigh = switchRead("1\\n") + switchClosed;
-const std::string switchUnreadable =
-    switchRead("1") + error("Cannot read GPIO17 status") + switchClosed;
-const std::string switchNotThere =
-    switchMissing + error("Cannot init GPIO17") + missingSwitchClosed;
+const std::string switchMissing = lookFor(gpioLine, "ENOENT") +
+                                  "create /sys/class/gpio/export: ENOENT\n" +
+                                  error(expected::cannotInitSwitch());
 
 std::string configRead(const std::string& text)
 {
-    return "fopen /appliance/config.json rb\n"
-           "lseek /appliance/config.json end\n"
-           "lseek /appliance/config.json start\n"
-           "read /appliance/config.json \"" +
-           text +
-           "\"\n"
-           "fclose /appliance/config.json\n";
+    return lookFor(configPath) + "read /appliance/config.json " + inQuotes(text) + "\n";
 }
 
-std::string report(const std::string& hardware, const std::string& configValue,
-                   const std::string& parameter, const std::string& overrideFile,
-                   const std::string& newValue)
+std::string shown(const std::string& stream, const expected::Lines& lines)
 {
-    return "stderr: \"Hardware switch: " + hardware +
-           "\\n\"\n"
-           "stderr: \"Config file    : " +
-           configValue +
-           "\\n\"\n"
-           "stderr: \"Override parm  : " +
-           parameter +
-           "\\n\"\n"
-           "stderr: \"Override file  : " +
-           overrideFile +
-           "\\n\"\n"
-           "stderr: \"New setting    : " +
-           newValue + "\\n\"\n";
+    std::string text;
+    for (const std::string& line : lines) {
+        text += stream + " " + inQuotes(line) + "\n";
+    }
+    return text;
 }
 
-const std::string temporaryWritten = R"(fopen /appliance/config.json.filsec wb
+std::string report(const expected::Deciders& deciders, int recorded, int newMode)
+{
+    return shown("stderr", expected::report(deciders, recorded, newMode));
+}
+
+std::string usageShown()
+{
+    expected::Lines lines;
+    std::istringstream usage(expected::usage("switch-querier"));
+    for (std::string line; std::getline(usage, line);) {
+        lines.push_back(line + "\n");
+    }
+    return shown("stdout", lines);
+}
+
+const std::string temporaryWritten = R"(create /appliance/config.json.filsec
 write /appliance/config.json.filsec "{\n    "App": {\n      "isEncoder": true\n    }\n  }"
-fclose /appliance/config.json.filsec
-open /appliance/config.json.filsec O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY
-fsync /appliance/config.json.filsec
-close /appliance/config.json.filsec
+look for /appliance/config.json.filsec
+sync /appliance/config.json.filsec
 )";
 
 const std::string replaced = temporaryWritten +
                              R"(rename /appliance/config.json.filsec /appliance/config.json
-open /appliance/config.json O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY
-fsync /appliance/config.json
-close /appliance/config.json
-open /appliance/ O_RDONLY|O_CLOEXEC|O_NONBLOCK|O_NOCTTY
-fsync /appliance/
-close /appliance/
+look for /appliance/config.json
+sync /appliance/config.json
+look for /appliance/
+sync /appliance/
 )";
 
 std::vector<RunKind> makeRunKinds()
 {
-    const std::string ready = logsOpened + noMarker + switchLow;
-    const std::string toEncoder = report("Encoder", "Decoder", "None", "None", "Encoder");
+    const expected::Deciders switchLow{.hardware = 1};
+    const std::string ready = noMarker + switchRead("0\n");
+    const std::string toEncoder = report(switchLow, 0, 1);
+    const std::string update = ready + configRead(atDecoder) + toEncoder;
+    const std::string usage = usageShown() + "exit 96\n";
+    const std::string large = R"({"a")" + std::string(2'000, ' ') + "1}";
     return {
         {"Query",
          {"-query"},
          nothing,
-         ready +
-             "stdout: \"Hardware switch: Encoder\\n\"\n"
-             "stdout: \"Override parm  : None\\n\"\n"
-             "stdout: \"Override file  : None\\n\"\n" +
-             logsClosed + "exit 0\n"},
+         ready + shown("stdout", expected::report(switchLow)) + "exit 0\n"},
         {"QueryWithoutSwitch",
          {"-query"},
          removeSwitch,
-         logsOpened + noMarker + switchNotThere +
-             "stdout: \"Hardware switch: Could not be determined\\n\"\n"
-             "stdout: \"Override parm  : None\\n\"\n"
-             "stdout: \"Override file  : None\\n\"\n" +
-             logsClosed + "exit 0\n"},
-        {"BadParameter",
-         {"-query", "-Enc"},
-         nothing,
-         logsOpened + error("Invalid enc/dec command line parameter at line ") + logsClosed +
-             "exit 119\n"},
+         noMarker + switchMissing + shown("stdout", expected::report({})) + "exit 0\n"},
+        {"NoArguments", {}, nothing, usage},
+        {"ThreeArguments", {configPath, "-enc", "-enc"}, nothing, usage},
+        {"BadParameter", {"-query", "-Enc"}, nothing, failed(expected::unknownParameter())},
         {"ParameterAfterQuery",
          {"-query", "-query"},
          nothing,
-         ready + error("No 2nd parameter allowed with -query") + logsClosed + "exit 152\n"},
+         ready + failed(expected::parameterAfterQuery())},
         {"Unreadable",
-         {config},
+         {configPath},
          nothing,
-         ready + "fopen /appliance/config.json rb = ENOENT\n" +
-             error("Cannot read Json config file '/appliance/config.json'") + logsClosed +
-             "exit 163\n"},
+         ready + lookFor(configPath, "ENOENT") + failed(expected::unreadable(configPath))},
         {"SyntaxError",
-         {config},
-         configHolds("{\"a\" 1}"),
-         ready + configRead("{\"a\" 1}") + error("Cannot decode Json at position 5, code -4") +
-             logsClosed + "exit 174\n"},
+         {configPath},
+         configHolds(R"({"a" 1})"),
+         ready + configRead(R"({"a" 1})") + failed(expected::syntaxError(5, -4))},
         {"SyntaxErrorAtALargePosition",
-         {config},
-         configHolds("{\"a\"" + std::string(2'000, ' ') + "1}"),
-         ready +
-             "fopen /appliance/config.json rb\n"
-             "lseek /appliance/config.json end\n"
-             "lseek /appliance/config.json start\n"
-             "read /appliance/config.json 2006 bytes\n"
-             "fclose /appliance/config.json\n" +
-             error("Cannot decode Json at position 2004, code -4") + logsClosed + "exit 174\n"},
+         {configPath},
+         configHolds(large),
+         ready + configRead(large) + failed(expected::syntaxError(2'004, -4))},
         {"FlagMissing",
-         {config},
+         {configPath},
          configHolds("{}"),
-         ready + configRead("{}") + error("App/isEncoder parameter not found in Json text") +
-             logsClosed + "exit 180\n"},
+         ready + configRead("{}") + failed(expected::flagMissing())},
         {"FlagNotBoolean",
-         {config},
+         {configPath},
          configHolds(R"({"App":{"isEncoder":1}})"),
-         ready + configRead(R"({"App":{"isEncoder":1}})") +
-             error("App/isEncoder parameter is not a boolean") + logsClosed + "exit 186\n"},
+         ready + configRead(R"({"App":{"isEncoder":1}})") + failed(expected::flagNotBoolean())},
         {"NothingDecides",
-         {config},
+         {configPath},
          both(decoderFile, [] { switchReads("1"); }),
-         logsOpened + noMarker + switchUnreadable + configRead(atDecoder) +
-             report("Could not be determined", "Decoder", "None", "None", "Not specified") +
-             error("No hardware or user setting known.") + logsClosed + "exit 210\n"},
+         noMarker + switchRead("1") + error(expected::cannotReadSwitch()) + configRead(atDecoder) +
+             report({}, 0, -1) + failed(expected::nothingDecides())},
         {"TemporaryFileNotOpened",
-         {config},
+         {configPath},
          both(decoderFile, [] { fs::create_directory(temporary); }),
-         ready + configRead(atDecoder) + toEncoder +
-             "fopen /appliance/config.json.filsec wb = EISDIR\n" +
-             error("Cannot open Json file for writing, code -1") + logsClosed + "exit 226\n"},
+         update + lookFor(temporary, "EISDIR") + failed(expected::notOpened())},
         {"NotRenamed",
-         {config},
+         {configPath},
          both(decoderFile,
               [] {
-                  writeFile(temporary, "");
+                  writeFile(temporary, "old");
                   chmod("/appliance", 0555);
               }),
-         ready + configRead(atDecoder) + toEncoder + temporaryWritten +
-             "rename /appliance/config.json.filsec /appliance/config.json = EACCES\n" +
-             error("Cannot write Json file, code -3") + logsClosed + "exit 236\n"},
+         update + "empty" + temporaryWritten.substr(std::string("create").size()) +
+             "rename /appliance/config.json.filsec /appliance/config.json: EACCES\n" +
+             failed(expected::notWritten(-3))},
         {"NotNeeded",
-         {config},
+         {configPath},
          encoderFile,
-         ready + configRead(atEncoder) + report("Encoder", "Encoder", "None", "None", "Encoder") +
-             information("Config file update to Encoder mode not needed.") + logsClosed +
-             "exit 1\n"},
+         ready + configRead(atEncoder) + report(switchLow, 1, 1) + end(expected::notNeeded(1), 1)},
         {"UpdateBySwitch",
-         {config},
+         {configPath},
          decoderFile,
-         ready + configRead(atDecoder) + toEncoder + replaced +
-             information("Config file successfully updated to Encoder mode") + logsClosed +
-             "exit 1\n"},
+         update + replaced + end(expected::updated(1), 1)},
         {"UpdateByMarker",
-         {config},
+         {configPath},
          both(decoderFile,
               [] {
                   switchReads("1\n");
                   writeFile("/config/ENCODER", "");
               }),
-         logsOpened + encoderMarker + switchHigh + configRead(atDecoder) +
-             report("Decoder", "Decoder", "None", "Encoder", "Encoder") + replaced +
-             information("Config file successfully updated to Encoder mode") + logsClosed +
-             "exit 1\n"},
+         lookFor("/config/DECODER", "ENOENT") + lookFor("/config/ENCODER") + switchRead("1\n") +
+             configRead(atDecoder) + report({.markerFile = 1, .hardware = 0}, 0, 1) + replaced +
+             end(expected::updated(1), 1)},
         {"Flip",
-         {config, "-flip"},
+         {configPath, "-flip"},
          both(decoderFile,
               [] {
                   removeSwitch();
                   writeFile("/config/DECODER", "");
                   writeFile("/config/ENCODER", "");
               }),
-         logsOpened + decoderMarker + switchNotThere + configRead(atDecoder) +
-             report("Could not be determined", "Decoder", "Flipped to Encoder", "Decoder",
-                    "Encoder") +
-             replaced + information("Config file successfully updated to Encoder mode") +
-             logsClosed + "exit 1\n"},
-        {"QueryOfAFile",
-         {config, "-query"},
-         decoderFile,
-         ready + configRead(atDecoder) + toEncoder + logsClosed + "exit 0\n"},
+         lookFor("/config/DECODER") + switchMissing + configRead(atDecoder) +
+             report({.parameter = 2, .markerFile = 0}, 0, 1) + replaced +
+             end(expected::updated(1), 1)},
+        {"QueryOfAFile", {configPath, "-query"}, decoderFile, update + "exit 0\n"},
     };
 }
 
@@ -374,12 +307,12 @@ void resetAppliance()
     emptyDirectory("/appliance");
     emptyDirectory("/config");
     emptyDirectory("/sys/class/gpio");
-    fs::create_directory("/sys/class/gpio/gpio17");
+    fs::create_directory(gpioLine);
     switchReads("0\n");
-    writeFile("/sys/class/gpio/gpio17/direction", "in\n");
+    writeFile(std::string(gpioLine) + "/direction", "in\n");
 }
 
-std::string runProgram(Calls& calls, const std::vector<std::string>& arguments,
+std::string runProgram(Effects& effects, const std::vector<std::string>& arguments,
                        const std::string& programPath)
 {
     std::vector<std::string> words = {programPath};
@@ -390,13 +323,40 @@ std::string runProgram(Calls& calls, const std::vector<std::string>& arguments,
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    ConsoleBuffer out(calls, std::cout, "stdout");
-    ConsoleBuffer err(calls, std::cerr, "stderr");
-    return calls.record([&] {
+    SystemLog systemLog;
+    effects.catchUp = [&] {
+        for (const LogRecord& sent : systemLog.drain()) {
+            effects.add("log " + std::to_string(sent.level) + " " + sent.identity + " " +
+                        inQuotes(sent.text));
+        }
+    };
+    ConsoleBuffer out(effects, std::cout, "stdout");
+    ConsoleBuffer err(effects, std::cerr, "stderr");
+    std::string transcript = effects.record([&] {
         const int status = programMain(static_cast<int>(words.size()), argv.data());
-        out.flush(" never flushed: ");
-        err.flush(" never flushed: ");
-        const Calls::Inside inside;
-        calls.add("exit " + std::to_string(status));
+        const Effects::Pause pause;
+        out.end();
+        err.end();
+        effects.add("exit " + std::to_string(status));
     });
+    effects.catchUp = [] {};
+    return transcript;
+}
+
+std::string runWith(const std::vector<std::string>& arguments, const std::string& programPath)
+{
+    Effects effects;
+    return runProgram(effects, arguments, programPath);
+}
+
+std::string runOf(const RunKind& kind, const std::string& programPath)
+{
+    resetAppliance();
+    kind.arrange();
+    return runWith(kind.arguments, programPath);
+}
+
+std::string failed(const expected::Failure& failure)
+{
+    return error(failure.message) + "exit " + std::to_string(failure.status) + "\n";
 }

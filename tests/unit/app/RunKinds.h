@@ -8,14 +8,17 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/calls/Calls.h"
+#include "tests/appliance/ExpectedRun.h"
+#include "tests/unit/effects/Effects.h"
 
-/// A kind of run of the program: how the appliance is arranged, and what the run calls.
+inline const std::string configPath = "/appliance/config.json";
+
+/// A kind of run of the program.
 struct RunKind {
     std::string name;
     std::vector<std::string> arguments;  ///< without the program's name
-    std::function<void()> arrange;
-    std::string transcript;  ///< as runProgram returns it
+    std::function<void()> arrange;       ///< changes what resetAppliance leaves
+    std::string effects;                 ///< as runProgram returns them
 };
 
 void PrintTo(const RunKind& kind, std::ostream* out);
@@ -27,7 +30,18 @@ const std::vector<RunKind>& runKinds();
 /// the directory of the configuration file.
 void resetAppliance();
 
-/// Calls the program's main and returns what Calls recorded, with lines "stdout: " and "stderr: "
-/// for each text that reached standard output or standard error at a flush, and the exit status.
-std::string runProgram(Calls& calls, const std::vector<std::string>& arguments,
+/// Runs the program's main and returns its effects. Among them are "stdout" and "stderr" with the
+/// text that was flushed, "log" with the level, the identity and the text of a record, and at last
+/// "exit" with the status.
+std::string runProgram(Effects& effects, const std::vector<std::string>& arguments,
                        const std::string& programPath = "/usr/sbin/switch-querier");
+
+/// Likewise, when no effect is to differ.
+std::string runWith(const std::vector<std::string>& arguments,
+                    const std::string& programPath = "/usr/sbin/switch-querier");
+
+/// Returns the effects of a run of this kind in an appliance that is reset and arranged for it.
+std::string runOf(const RunKind& kind, const std::string& programPath = "/usr/sbin/switch-querier");
+
+/// The last effects of a run that fails.
+std::string failed(const expected::Failure& failure);

@@ -8,23 +8,17 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tests/appliance/Files.h"
 #include "tests/unit/app/FailingMemory.h"
 #include "tests/unit/app/RunKinds.h"
-#include "tests/unit/calls/Calls.h"
+#include "tests/unit/effects/Effects.h"
 
-// A whole run as the sequence of calls that it makes.
+// A whole run as the sequence of its effects.
 namespace {
 
-const RunKind& runKind(std::string_view name)
-{
-    return *std::ranges::find(runKinds(), name, &RunKind::name);
-}
-
 /// The text with each occurrence of one of its parts replaced.
-std::string with(std::string text, const std::string& part, const std::string& replacement)
+std::string with(std::string text, std::string_view part, std::string_view replacement)
 {
     for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos;
          at += replacement.size()) {
@@ -35,111 +29,64 @@ std::string with(std::string text, const std::string& part, const std::string& r
 
 class Run : public testing::TestWithParam<RunKind> {};
 
-TEST_P(Run, MakesItsCallsInOrder)
+TEST_P(Run, HasItsEffectsInOrder)
 {
-    resetAppliance();
-    GetParam().arrange();
-    Calls calls;
-
-    EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+    EXPECT_EQ(runOf(GetParam()), GetParam().effects);
 }
 
 // Nothing is kept from one run to the next.
 TEST_P(Run, IsTheSameAfterAnyOther)
 {
+    const std::string alone = runOf(GetParam(), "other");
     for (const RunKind& first : runKinds()) {
         SCOPED_TRACE(first.name);
-        resetAppliance();
-        first.arrange();
-        Calls callsOfTheFirst;
-        runProgram(callsOfTheFirst, first.arguments, "/bin/first");
-        resetAppliance();
-        GetParam().arrange();
-        Calls calls;
+        runOf(first, "/bin/first");
 
-        EXPECT_EQ(runProgram(calls, GetParam().arguments, "other"),
-                  with(GetParam().transcript, "switch-querier", "other"));
+        EXPECT_EQ(runOf(GetParam(), "other"), alone);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(, Run, testing::ValuesIn(runKinds()),
                          [](const auto& row) { return row.param.name; });
 
+// Neither normalised nor resolved nor made absolute.
+TEST(RunOnAPath, UsesItAsItIs)
+{
+    std::filesystem::remove("/tmp/link");
+    std::filesystem::create_directory_symlink("/appliance", "/tmp/link");
+    for (const std::string directory :
+         {"/appliance/../appliance//./", "/tmp/link/", "./", "../appliance/"}) {
+        for (const char* const name : {"UpdateBySwitch", "NotNeeded", "Unreadable"}) {
+            SCOPED_TRACE(directory + ", " + name);
+            RunKind kind = *std::ranges::find(runKinds(), name, &RunKind::name);
+            const std::string ordinary = runOf(kind);
+            kind.arguments = {directory + "config.json"};
+
+            EXPECT_EQ(runOf(kind), with(ordinary, "/appliance/", directory));
+        }
+    }
+}
+
 // The text is complete before the temporary file is opened: nothing as large is allocated any more.
-TEST(RunThatUpdatesALargeFile, OpensTheTemporaryFileAfterTheLastLargeAllocation)
+TEST(RunThatUpdatesALargeFile, CreatesTheTemporaryFileAfterTheLastLargeAllocation)
 {
     resetAppliance();
     const std::string filling(9'900, 'x');
     writeFile("/appliance/config.json", R"({"App":{"isEncoder":false},"a":")" + filling + "\"}");
-    Calls calls;
+    Effects effects;
     std::size_t largestBefore = 0;
     largestAllocation = 0;
-    calls.before = [&](const std::string& line) {
-        if (line.starts_with("fopen /appliance/config.json.filsec")) {
+    effects.before = [&](const std::string& effect) {
+        if (effect == "create /appliance/config.json.filsec") {
             largestBefore = largestAllocation;
             largestAllocation = 0;
         }
+        return 0;
     };
 
-    EXPECT_TRUE(runProgram(calls, {"/appliance/config.json"}).ends_with("exit 1\n"));
+    EXPECT_TRUE(runProgram(effects, {"/appliance/config.json"}).ends_with("exit 1\n"));
     EXPECT_GE(largestBefore, filling.size());
     EXPECT_LT(largestAllocation, filling.size());
-}
-
-// Neither normalised nor resolved nor made absolute.
-TEST(RunOnAPath, UsesItAsItIs)
-{
-    for (const char* const directory :
-         {"/appliance/", "/appliance/../appliance//./", "/tmp/link/", "./", "../appliance/"}) {
-        for (const char* const name : {"UpdateBySwitch", "NotNeeded", "Unreadable"}) {
-            SCOPED_TRACE(std::string(directory) + ", " + name);
-            resetAppliance();
-            std::filesystem::remove("/tmp/link");
-            std::filesystem::create_directory_symlink("/appliance", "/tmp/link");
-            const RunKind& kind = runKind(name);
-            kind.arrange();
-            Calls calls;
-
-            EXPECT_EQ(runProgram(calls, {std::string(directory) + "config.json"}),
-                      with(kind.transcript, "/appliance/", directory));
-        }
-    }
-}
-
-TEST(RunWithAWrongNumberOfArguments, PrintsTheUsageAndCallsNothing)
-{
-    resetAppliance();
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{}, std::vector<std::string>{"a", "-enc", "b"}}) {
-        SCOPED_TRACE(arguments.size());
-        Calls calls;
-
-        const std::string transcript = runProgram(calls, arguments);
-
-        EXPECT_TRUE(transcript.starts_with("stdout: ")) << transcript;
-        EXPECT_TRUE(transcript.ends_with("bytes\nexit 96\n")) << transcript;
-        EXPECT_EQ(std::ranges::count(transcript, '\n'), 2) << transcript;
-    }
-}
-
-TEST(RunWithoutAProgramName, OpensTheSystemLogUnderAnotherName)
-{
-    resetAppliance();
-    for (const char* const path : {"", "/usr/sbin/", "a\\"}) {
-        SCOPED_TRACE(path);
-        Calls calls;
-
-        EXPECT_EQ(runProgram(calls, {"x", "-Enc"}, path),
-                  "openlog \"KWsyslog3\" options 0 facility 0\n"
-                  "openlog \"KWsyslog3\" options 0 facility 0\n"
-                  "system clock\n"
-                  "stderr: \"ERROR: Invalid enc/dec command line parameter at line \\n\"\n"
-                  "syslog 3 %s as KWsyslog3: "
-                  "\"Invalid enc/dec command line parameter at line \\n\"\n"
-                  "closelog\n"
-                  "closelog\n"
-                  "exit 119\n");
-    }
 }
 
 }  // namespace

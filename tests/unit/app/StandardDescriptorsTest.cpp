@@ -13,24 +13,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <ostream>
 #include <string>
 
 #include "tests/appliance/Files.h"
-#include "tests/unit/calls/Calls.h"
+#include "tests/unit/effects/Effects.h"
 
 namespace {
-
-/// The machine's null device can be taken away in a root directory of one's own only, and not every
-/// machine grants one.
-class NoNullDevice : public Calls {
-    int opening(const char* path, int flags) override
-    {
-        const bool makesOne = (flags & O_CREAT) != 0;
-        return std::strcmp(path, "/dev/null") == 0 && !makesOne ? ENOENT : 0;
-    }
-};
 
 /// A child is started with its open descriptors on files of this name, followed by their number.
 const std::string ownFile = "/appliance/descriptor-";
@@ -96,11 +85,13 @@ std::string openInChild(unsigned closed, bool withNullDevice)
             }
         }
 
-        {
-            const std::unique_ptr<Calls> calls =
-                withNullDevice ? std::make_unique<Calls>() : std::make_unique<NoNullDevice>();
-            openClosedStandardDescriptors();
-        }
+        // The machine's null device can be taken away in a root directory of one's own only, and
+        // not every machine grants one.
+        Effects effects;
+        effects.before = [withNullDevice](const std::string& effect) {
+            return effect.ends_with(" /dev/null") && !withNullDevice ? ENOENT : 0;
+        };
+        effects.record(openClosedStandardDescriptors);
 
         std::string report;
         for (int fd = 0; fd <= 3; ++fd) {

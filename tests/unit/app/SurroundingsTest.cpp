@@ -29,7 +29,7 @@
 
 #include "tests/appliance/CommaLocale.h"
 #include "tests/unit/app/RunKinds.h"
-#include "tests/unit/calls/Calls.h"
+#include "tests/unit/effects/Effects.h"
 
 namespace fs = std::filesystem;
 
@@ -150,39 +150,37 @@ private:
     std::vector<gid_t> groupsBefore;
 };
 
-class Surroundings : public testing::TestWithParam<RunKind> {
-protected:
-    Surroundings()
-    {
-        makeCommaLocale();
-        resetAppliance();
-        GetParam().arrange();
-    }
-};
-
-TEST_P(Surroundings, AreTheSameAtEachCall)
+/// Runs the program and compares what it shares with the process before each effect.
+std::string runWithin(const RunKind& kind)
 {
+    resetAppliance();
+    kind.arrange();
     const std::string atStart = surroundings();
-    Calls calls;
-    calls.before = [&atStart](const std::string& line) {
-        EXPECT_EQ(surroundings(), atStart) << line;
+    Effects effects;
+    effects.before = [&atStart](const std::string& effect) {
+        EXPECT_EQ(surroundings(), atStart) << effect;
+        return 0;
     };
+    return runProgram(effects, kind.arguments);
+}
 
-    EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+class Surroundings : public testing::TestWithParam<RunKind> {};
+
+TEST_P(Surroundings, AreTheSameAtEachEffect)
+{
+    runWithin(GetParam());
+
     EXPECT_EQ(processState(), firstProcessState);
 }
 
 TEST_P(Surroundings, DoNotChangeARun)
 {
+    const std::string ordinary = runOf(GetParam());
+    makeCommaLocale();
     const Unusual unusual;
     ASSERT_STREQ(std::localeconv()->decimal_point, ",");
-    const std::string atStart = surroundings();
-    Calls calls;
-    calls.before = [&atStart](const std::string& line) {
-        EXPECT_EQ(surroundings(), atStart) << line;
-    };
 
-    EXPECT_EQ(runProgram(calls, GetParam().arguments), GetParam().transcript);
+    EXPECT_EQ(runWithin(GetParam()), ordinary);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Surroundings, testing::ValuesIn(runKinds()),

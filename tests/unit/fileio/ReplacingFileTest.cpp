@@ -5,106 +5,27 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <ios>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "tests/appliance/Files.h"
-#include "tests/unit/calls/Calls.h"
+#include "tests/unit/effects/Effects.h"
 
 namespace fs = std::filesystem;
 
+// The result of each operation, and the whole directory after it.
 namespace {
-
-const std::string directory = "/appliance";
-const std::string path = directory + "/config.json";
-const std::string temporaryPath = directory + "/config.json.filsec";
-
-using Names = std::vector<std::string>;
-
-ino_t inodeOf(const std::string& name)
-{
-    struct stat status = {};
-    return lstat(name.c_str(), &status) == 0 ? status.st_ino : 0;
-}
-
-/// Until destroyed, limits the size of the files that this process writes (setrlimit(2)).
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &oldLimit);
-        const rlimit limit{bytes, oldLimit.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &oldLimit);
-        std::signal(SIGXFSZ, oldHandler);
-    }
-
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*oldHandler)(int);
-    rlimit oldLimit{};
-};
-
-class ReplacingFileFixture : public testing::Test {
-protected:
-    ReplacingFileFixture()
-    {
-        chmod(directory.c_str(), 0755);
-        emptyDirectory(directory);
-        writeFile(path, "old");
-    }
-
-    ~ReplacingFileFixture() override { chmod(directory.c_str(), 0755); }
-
-    /// The bytes that a power cut would take cannot be looked at from here, only the calls that
-    /// keep them.
-    class Syncs : public Calls {
-    public:
-        /// What each fsync(2) was called for, oldest first: the path that the file had then and, if
-        /// it is a regular file, its size.
-        Names synced;
-
-        /// What the descriptors were opened with.
-        std::vector<int> syncedFlags;
-
-    private:
-        int syncing(int fd) override
-        {
-            const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd));
-            struct stat status = {};
-            fstat(fd, &status);
-            const bool isFile = S_ISREG(status.st_mode);
-            synced.push_back(target.string() +
-                             (isFile ? " " + std::to_string(status.st_size) : ""));
-            syncedFlags.push_back(fcntl(fd, F_GETFL) |
-                                  (fcntl(fd, F_GETFD) == FD_CLOEXEC ? O_CLOEXEC : 0));
-            return 0;
-        }
-    };
-
-    Syncs syncs;
-    Names& synced = syncs.synced;
-    std::vector<int>& syncedFlags = syncs.syncedFlags;
-};
 
 // The stream can be destroyed through its bases.
 static_assert(std::is_base_of_v<std::ofstream, ReplacingFile>);
@@ -112,823 +33,474 @@ static_assert(std::has_virtual_destructor_v<ReplacingFile>);
 static_assert(!std::is_copy_constructible_v<ReplacingFile>);
 static_assert(!std::is_move_constructible_v<ReplacingFile>);
 
-class ReplacingFileFinish : public ReplacingFileFixture {};
-class ReplacingFileOpen : public ReplacingFileFixture {};
-class ReplacingFileDestructor : public ReplacingFileFixture {};
-class ReplacingFileSync : public ReplacingFileFixture {};
+const std::string directory = "/appliance";
+const std::string path = directory + "/config.json";
+const std::string temporaryPath = path + ".filsec";
 
-TEST_F(ReplacingFileFinish, ReplacesTheFile)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    EXPECT_TRUE(file.is_open());
-    file << "new " << 42;
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(readFile(path), "new 42");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
+using Entries = std::vector<std::string>;
 
-TEST_F(ReplacingFileFinish, CreatesAMissingFile)
+/// The entries of the directory and its subdirectories: "name=contents", "name/" for an empty
+/// directory, "name -> target" for a link.
+Entries entries()
 {
-    fs::remove(path);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileOpen, LeavesTheOldFileUntilTheFinish)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(readFile(temporaryPath), "");
-    file << "new" << std::flush;
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(readFile(temporaryPath), "new");
-    file << std::string(100'000, 'x');
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "new" + std::string(100'000, 'x'));
-}
-
-TEST_F(ReplacingFileFinish, ReplacesTheFileAtomically)
-{
-    const int reader = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(reader, 0);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    const ino_t temporaryInode = inodeOf(temporaryPath);
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(inodeOf(path), temporaryInode);
-    // A reader that has the old file open keeps it.
-    EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(reader)), "old");
-    close(reader);
-}
-
-TEST_F(ReplacingFileOpen, NamesTheTemporaryFileAfterTheFinalName)
-{
-    fs::create_directories(directory + "/sub/sub.d");
-    struct Row {
-        const char* name;
-        const char* directory;
-        const char* fileName;
-    };
-    constexpr Row rows[] = {
-        {"plain", "/appliance", "plain"},
-        {"two.dots.json", "/appliance", "two.dots.json"},
-        {"./here.json", "/appliance", "here.json"},
-        {"sub/config.json", "/appliance/sub", "config.json"},
-        {"sub/sub.d/plain", "/appliance/sub/sub.d", "plain"},
-        {"sub/../sub//config.json", "/appliance/sub", "config.json"},
-        {"/appliance/sub/sub.d/config.json", "/appliance/sub/sub.d", "config.json"},
-        {"/config/config.json", "/config", "config.json"},
-        {" spaces and 'quotes' ", "/appliance", " spaces and 'quotes' "},
-        {"x.filsec", "/appliance", "x.filsec"},
-        {".filsec", "/appliance", ".filsec"},
-        {"back\\slash", "/appliance", "back\\slash"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        const Names before = namesIn(row.directory);
-        const auto withName = [&before](const std::string& name) {
-            Names names = before;
-            names.insert(std::lower_bound(names.begin(), names.end(), name), name);
-            return names;
-        };
-        ReplacingFile file;
-        EXPECT_EQ(file.open(row.name), 0);
-        file << row.name << std::flush;
-        EXPECT_EQ(namesIn(row.directory), withName(std::string(row.fileName) + ".filsec"));
-        EXPECT_EQ(file.finish(), 0);
-        EXPECT_EQ(namesIn(row.directory), withName(row.fileName));
-        const std::string absolute = std::string(row.directory) + "/" + row.fileName;
-        EXPECT_EQ(readFile(absolute), row.name);
-        fs::remove(absolute);
+    Entries all;
+    for (const std::string& name : namesIn(directory)) {
+        const std::string entry = directory + "/" + name;
+        if (fs::is_symlink(entry)) {
+            all.push_back(name + " -> " + fs::read_symlink(entry).string());
+        } else if (fs::is_directory(entry)) {
+            all.push_back(name + "/");
+        } else {
+            all.push_back(name + "=" + readFile(entry));
+        }
     }
+    return all;
 }
 
-TEST_F(ReplacingFileFinish, WritesBytesUnchanged)
-{
-    std::string bytes = "a\nb\r\nc\r\n\x1a no final newline";
-    for (int byte = 0; byte <= 255; ++byte) {
-        bytes += static_cast<char>(byte);
-    }
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << bytes;
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), bytes);
-}
-
-TEST_F(ReplacingFileFinish, CreatesAnEmptyFileFromNoText)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileOpen, EmptiesATemporaryFileThatWasLeftOver)
-{
-    writeFile(temporaryPath, "what an earlier run left, longer than the new text");
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    EXPECT_EQ(readFile(temporaryPath), "");
-    file << "new";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileFinish, ReplacesALinkAndLeavesItsTarget)
-{
-    fs::rename(path, directory + "/target.json");
-    fs::create_symlink("target.json", path);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path)));
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(readFile(directory + "/target.json"), "old");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "target.json"}));
-}
-
-struct OpenFault {
+/// A file that is opened, written and finished.
+struct Row {
     const char* name;
-    std::function<void()> arrange;
-    std::string path = ::path;
+    std::function<void()> arrange;  ///< changes a directory that holds the old file
+    std::function<void(ReplacingFile& file)> write;
+    std::int32_t finishCode;
+    Entries after;
+    std::string finalName = path;
 };
 
-void PrintTo(const OpenFault& row, std::ostream* out)
+void PrintTo(const Row& row, std::ostream* out)
 {
     *out << row.name;
 }
 
-class ReplacingFileOpenFault : public ReplacingFileFixture,
-                               public testing::WithParamInterface<OpenFault> {};
+void asItIs() {}
 
-TEST_P(ReplacingFileOpenFault, PreventsTheOpen)
+void writeNew(ReplacingFile& file)
 {
-    GetParam().arrange();
-    const Names before = namesIn(directory);
-    {
-        ReplacingFile file;
-        EXPECT_EQ(file.open(GetParam().path), -1);
-        EXPECT_FALSE(file.is_open());
-        file << "new";
-        EXPECT_EQ(file.finish(), 0);
-    }
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(namesIn(directory), before);
-}
-
-const OpenFault openFaults[] = {
-    {"DirectoryMissing", [] {}, directory + "/missing/config.json"},
-    {"DirectoryIsAFile", [] {}, path + "/config.json"},
-    {"DirectoryNotWritable", [] { chmod(directory.c_str(), 0555); }},
-    {"TemporaryNameIsADirectory", [] { fs::create_directory(temporaryPath); }},
-    {"TemporaryFileNotWritable",
-     [] {
-         writeFile(temporaryPath, "left over");
-         chmod(temporaryPath.c_str(), 0444);
-     }},
-    {"OnlyTheTemporaryNameIsTooLong", [] {}, directory + "/" + std::string(249, 'x')},
-    {"NameEndsInTheSlashOfAMissingDirectory", [] {}, directory + "/missing/"},
-};
-
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileOpenFault, testing::ValuesIn(openFaults),
-                         [](const auto& row) { return row.param.name; });
-
-// Faults that leave the stream in a failed state.
-struct WriteFault {
-    const char* name;
-    std::function<void(ReplacingFile&)> write;
-
-    /// The contents of the temporary file. Null if the stream could not write but can at the close:
-    /// it may then write again what it had written in part.
-    const char* reached;
-};
-
-void PrintTo(const WriteFault& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-const WriteFault writeFaults[] = {
-    {"FailStateBeforeTheText",
-     [](ReplacingFile& file) {
-         file.setstate(std::ios::failbit);
-         file << "new";
-     },
-     ""},
-    {"FailStateAfterTheText",
-     [](ReplacingFile& file) {
-         file << "new";
-         file.setstate(std::ios::failbit);
-     },
-     "new"},
-    {"BadStateAfterTheText",
-     [](ReplacingFile& file) {
-         file << "new";
-         file.setstate(std::ios::badbit);
-     },
-     "new"},
-    {"FailedInsertion",
-     [](ReplacingFile& file) { file << "new" << static_cast<const char*>(nullptr); }, "new"},
-    {"SizeLimitDuringTheInsertion",
-     [](ReplacingFile& file) {
-         const FileSizeLimit limit(3);
-         file << "new text" << std::flush;
-     },
-     nullptr},
-    {"SizeLimitWithATextLargerThanTheBuffer",
-     [](ReplacingFile& file) {
-         const FileSizeLimit limit(3);
-         file << "new" << std::string(100'000, 'x');
-     },
-     nullptr},
-};
-
-class ReplacingFileWriteFault : public ReplacingFileFixture,
-                                public testing::WithParamInterface<WriteFault> {};
-
-TEST_P(ReplacingFileWriteFault, MakesFinishReturn1)
-{
-    const ino_t oldInode = inodeOf(path);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    GetParam().write(file);
-    EXPECT_EQ(file.finish(), 1);
-    EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(inodeOf(path), oldInode);
-    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-    if (GetParam().reached != nullptr) {
-        EXPECT_EQ(readFile(temporaryPath), GetParam().reached);
-    }
-}
-
-TEST_P(ReplacingFileWriteFault, KeepsTheDestructorFromReplacingTheFile)
-{
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        GetParam().write(file);
-    }
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-    if (GetParam().reached != nullptr) {
-        EXPECT_EQ(readFile(temporaryPath), GetParam().reached);
-    }
-}
-
-// An exception that leaves a destructor ends the program (std::terminate).
-TEST_P(ReplacingFileWriteFault, DoesNotMakeTheDestructorThrowWithAnExceptionsMask)
-{
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file.exceptions(std::ios::badbit | std::ios::failbit);
-        EXPECT_THROW(GetParam().write(file), std::ios::failure);
-    }
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_TRUE(fs::is_regular_file(temporaryPath));
-}
-
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileWriteFault, testing::ValuesIn(writeFaults),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(ReplacingFileFinish, Returns1IfTheFlushFails)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new text";
-    ASSERT_TRUE(file.good());
-    {
-        const FileSizeLimit limit(3);
-        EXPECT_EQ(file.finish(), 1);
-    }
-    EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(readFile(temporaryPath), "new");
-}
-
-TEST_F(ReplacingFileFinish, Returns1OnAFullDevice)
-{
-    for (const std::size_t size : {std::size_t{1}, std::size_t{100'000}}) {
-        SCOPED_TRACE(size);
-        fs::remove(temporaryPath);
-        fs::create_symlink("/dev/full", temporaryPath);
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file << std::string(size, 'x');
-        EXPECT_EQ(file.finish(), 1);
-        EXPECT_EQ(readFile(path), "old");
-        EXPECT_TRUE(fs::is_symlink(temporaryPath));
-    }
-}
-
-TEST_F(ReplacingFileFinish, Returns0InAnEndOfFileState)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
     file << "new";
-    file.setstate(std::ios::eofbit);
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "new");
 }
 
-// Faults that arise while the temporary file is open, and make the rename fail.
-struct RenameFault {
-    const char* name;
-    std::function<void()> arrange;
-};
-
-void PrintTo(const RenameFault& row, std::ostream* out)
+/// Closes the descriptor of the temporary file, behind the back of the stream.
+void closeDescriptor()
 {
-    *out << row.name;
-}
-
-const RenameFault renameFaults[] = {
-    {"FinalNameIsADirectory",
-     [] {
-         fs::remove(path);
-         fs::create_directory(path);
-     }},
-    {"DirectoryIsReadOnly", [] { chmod(directory.c_str(), 0555); }},
-};
-
-class ReplacingFileRenameFault : public ReplacingFileFixture,
-                                 public testing::WithParamInterface<RenameFault> {};
-
-TEST_P(ReplacingFileRenameFault, MakesFinishReturnMinus3)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    GetParam().arrange();
-    const ino_t oldInode = inodeOf(path);
-    EXPECT_EQ(file.finish(), -3);
-    EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(inodeOf(path), oldInode);
-    EXPECT_EQ(readFile(temporaryPath), "new");
-}
-
-TEST_P(ReplacingFileRenameFault, MakesTheDestructorLeaveTheTemporaryFile)
-{
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file << "new";
-        GetParam().arrange();
-    }
-    EXPECT_EQ(readFile(temporaryPath), "new");
-}
-
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileRenameFault, testing::ValuesIn(renameFaults),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(ReplacingFileFinish, ReturnsMinus3IfTheTemporaryFileIsGone)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    fs::remove(temporaryPath);
-    EXPECT_EQ(file.finish(), -3);
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileFinish, ReturnsMinus3IfTheNameIsEmpty)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(""), 0);
-    file << "new";
-    EXPECT_EQ(file.finish(), -3);
-    EXPECT_EQ(readFile(directory + "/.filsec"), "new");
-    EXPECT_EQ(namesIn(directory), (Names{".filsec", "config.json"}));
-}
-
-TEST_F(ReplacingFileFinish, RenamesEvenIfTheCloseFails)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new" << std::flush;
-    int descriptor = -1;
     for (const std::string& name : namesIn("/proc/self/fd")) {
         std::error_code gone;
         if (fs::read_symlink("/proc/self/fd/" + name, gone) == temporaryPath) {
-            descriptor = std::stoi(name);
+            close(std::stoi(name));
         }
     }
-    ASSERT_EQ(close(descriptor), 0);  // without the stream
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_TRUE(file.fail());
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-// The ways to a stream with nothing open.
-struct IdleState {
-    const char* name;
-    std::function<void(ReplacingFile&)> enter;
-};
+class ReplacingFileFixture : public testing::Test {
+protected:
+    ReplacingFileFixture() { reset(); }
+    ~ReplacingFileFixture() override { chmod(directory.c_str(), 0755); }
 
-void PrintTo(const IdleState& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-const IdleState idleStates[] = {
-    {"New", [](ReplacingFile&) {}},
-    {"Finished",
-     [](ReplacingFile& file) {
-         ASSERT_EQ(file.open(path), 0);
-         file << "new";
-         ASSERT_EQ(file.finish(), 0);
-     }},
-    {"FinishedWith1",
-     [](ReplacingFile& file) {
-         ASSERT_EQ(file.open(path), 0);
-         file.setstate(std::ios::badbit);
-         ASSERT_EQ(file.finish(), 1);
-     }},
-    {"FinishedWithMinus3",
-     [](ReplacingFile& file) {
-         ASSERT_EQ(file.open(path), 0);
-         fs::remove(temporaryPath);
-         ASSERT_EQ(file.finish(), -3);
-     }},
-    {"OpenFailed",
-     [](ReplacingFile& file) {
-         fs::create_directory(temporaryPath);
-         ASSERT_EQ(file.open(path), -1);
-         fs::remove(temporaryPath);
-     }},
-    {"OpenFailedInItsFinish",
-     [](ReplacingFile& file) {
-         ASSERT_EQ(file.open(path), 0);
-         file.setstate(std::ios::badbit);
-         ASSERT_EQ(file.open(directory + "/other.json"), 1);
-     }},
-    {"ClosedAsAPlainStream",
-     [](ReplacingFile& file) {
-         ASSERT_EQ(file.open(path), 0);
-         file.close();
-     }},
-};
-
-class IdleReplacingFile : public ReplacingFileFixture,
-                          public testing::WithParamInterface<IdleState> {};
-
-TEST_P(IdleReplacingFile, FinishesWith0AndTouchesNothing)
-{
-    ReplacingFile file;
-    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
-    EXPECT_FALSE(file.is_open());
-    writeFile(path, "another's");
-    writeFile(temporaryPath, "another's temporary");
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "another's");
-    EXPECT_EQ(readFile(temporaryPath), "another's temporary");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec"}));
-}
-
-TEST_P(IdleReplacingFile, TouchesNothingInItsDestructor)
-{
+    static void reset()
     {
-        ReplacingFile file;
-        ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
+        chmod(directory.c_str(), 0755);
+        emptyDirectory(directory);
+        writeFile(path, "old");
+    }
+};
+
+class ReplacingFileRow : public ReplacingFileFixture, public testing::WithParamInterface<Row> {
+protected:
+    void openAndWrite(ReplacingFile& file)
+    {
+        reset();
+        GetParam().arrange();
+        ASSERT_EQ(file.open(GetParam().finalName), 0);
+        EXPECT_TRUE(file.is_open());
+        GetParam().write(file);
+    }
+
+    /// Whether the row's outcome stands, and a file that another put there meanwhile stays.
+    static void expectNothingMoreFrom(const std::function<void()>& action)
+    {
+        chmod(directory.c_str(), 0755);
+        EXPECT_EQ(entries(), GetParam().after);
+        fs::remove_all(path);
+        fs::remove_all(temporaryPath);
         writeFile(path, "another's");
         writeFile(temporaryPath, "another's temporary");
+        const Entries before = entries();
+        action();
+        EXPECT_EQ(entries(), before);
     }
-    EXPECT_EQ(readFile(path), "another's");
-    EXPECT_EQ(readFile(temporaryPath), "another's temporary");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec"}));
-}
+};
 
-TEST_P(IdleReplacingFile, CanBeUsedAgain)
+TEST_P(ReplacingFileRow, IsFinishedOnceAndCanThenBeUsedAgain)
 {
     ReplacingFile file;
-    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
+    openAndWrite(file);
+
+    EXPECT_EQ(file.finish(), GetParam().finishCode);
+    EXPECT_FALSE(file.is_open());
+    expectNothingMoreFrom([&] { EXPECT_EQ(file.finish(), 0); });
     EXPECT_EQ(file.open(path), 0);
     EXPECT_TRUE(file.good());
     file << "newest";
     EXPECT_EQ(file.finish(), 0);
     EXPECT_EQ(readFile(path), "newest");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
 }
 
-TEST_P(IdleReplacingFile, HasNoDescriptorOpen)
+TEST_P(ReplacingFileRow, IsFinishedByTheDestructorWhichThrowsNothing)
 {
-    const Names before = namesIn("/proc/self/fd");
-    ASSERT_FALSE(before.empty());
-    ReplacingFile file;
-    ASSERT_NO_FATAL_FAILURE(GetParam().enter(file));
-    EXPECT_EQ(namesIn("/proc/self/fd"), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(, IdleReplacingFile, testing::ValuesIn(idleStates),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(ReplacingFileOpen, FinishesAnOpenFileFirst)
-{
-    const std::string other = directory + "/other.json";
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    EXPECT_EQ(file.open(other), 0);
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "other.json.filsec"}));
-    file << "other";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(readFile(other), "other");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "other.json"}));
-}
-
-TEST_F(ReplacingFileOpen, FinishesAnOpenFileEvenIfItThenFails)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    EXPECT_EQ(file.open(directory + "/missing/config.json"), -1);
-    EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileOpen, CanUseTheSameNameAgain)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new, the first";
-    EXPECT_EQ(file.open(path), 0);
-    EXPECT_EQ(readFile(path), "new, the first");
-    EXPECT_EQ(readFile(temporaryPath), "");
-    file << "second";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(readFile(path), "second");
-}
-
-struct FinishFault {
-    const char* name;
-    std::function<void(ReplacingFile&)> arrange;
-    std::int32_t code;
-};
-
-void PrintTo(const FinishFault& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class ReplacingFileFinishFault : public ReplacingFileFixture,
-                                 public testing::WithParamInterface<FinishFault> {};
-
-TEST_P(ReplacingFileFinishFault, PreventsTheOpenOfAnother)
-{
-    const std::string other = directory + "/other.json";
-    writeFile(other, "other's old");
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file << "new";
-        GetParam().arrange(file);
-        EXPECT_EQ(file.open(other), GetParam().code);
-        EXPECT_FALSE(file.is_open());
-        EXPECT_EQ(file.finish(), 0);
+    for (const std::ios::iostate mask : {std::ios::goodbit, std::ios::badbit | std::ios::failbit}) {
+        auto file = std::make_unique<ReplacingFile>();
+        openAndWrite(*file);
+        try {
+            file->exceptions(mask);
+        } catch (const std::ios::failure&) {
+        }
+        file.reset();
+        expectNothingMoreFrom(asItIs);
     }
-    EXPECT_EQ(readFile(temporaryPath), "new");
-    EXPECT_EQ(readFile(other), "other's old");
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "config.json.filsec", "other.json"}));
+    auto file = std::make_unique<ReplacingFile>();
+    openAndWrite(*file);
+    static_cast<void>(file->finish());
+    expectNothingMoreFrom([&] { file.reset(); });
 }
 
-const FinishFault finishFaults[] = {
-    {"BadState", [](ReplacingFile& file) { file.setstate(std::ios::badbit); }, 1},
-    {"RenameRefused",
-     [](ReplacingFile&) {
+TEST_P(ReplacingFileRow, IsFinishedByTheOpeningOfAnother)
+{
+    ReplacingFile file;
+    openAndWrite(file);
+
+    const std::int32_t code = file.open("/tmp/other");
+    EXPECT_EQ(code, GetParam().finishCode);
+    EXPECT_EQ(file.is_open(), code == 0);
+    EXPECT_EQ(fs::exists("/tmp/other.filsec"), code == 0);
+    file.close();
+    fs::remove("/tmp/other.filsec");
+    expectNothingMoreFrom([&] { EXPECT_EQ(file.finish(), 0); });
+}
+
+const std::string twoBuffers(20'000, 'x');
+
+const Row rows[] = {
+    {"ReplacesTheFile", asItIs, writeNew, 0, {"config.json=new"}},
+    {"CreatesAMissingFile", [] { fs::remove(path); }, writeNew, 0, {"config.json=new"}},
+    {"WritesNothing", asItIs, [](ReplacingFile&) {}, 0, {"config.json="}},
+    {"WritesEachByteAsItIs",
+     asItIs,
+     [](ReplacingFile& file) { file << std::string("\r\n\0\xff\x1a", 5) << 42; },
+     0,
+     {"config.json=" + std::string("\r\n\0\xff\x1a", 5) + "42"}},
+    {"WritesMoreThanABuffer",
+     asItIs,
+     [](ReplacingFile& file) { file << "a" << twoBuffers; },
+     0,
+     {"config.json=a" + twoBuffers}},
+    {"EmptiesATemporaryFileThatWasLeft",
+     [] { writeFile(temporaryPath, "left, and longer"); },
+     writeNew,
+     0,
+     {"config.json=new"}},
+    {"ReplacesALinkAndLeavesItsTarget",
+     [] {
+         fs::rename(path, directory + "/target");
+         fs::create_symlink("target", path);
+     },
+     writeNew,
+     0,
+     {"config.json=new", "target=old"}},
+    {"LeavesEveryOtherName",
+     [] {
+         for (const char* const name : {"config.json~", "config.json.tmp", ".filsec"}) {
+             writeFile(directory + "/" + name, name);
+         }
+     },
+     writeNew,
+     0,
+     {".filsec=.filsec", "config.json=new", "config.json.tmp=config.json.tmp",
+      "config.json~=config.json~"}},
+    {"TheTemporaryFileIsALinkToAnother",
+     [] {
+         writeFile(directory + "/soft", "old");
+         fs::create_symlink("soft", temporaryPath);
+     },
+     writeNew,
+     0,
+     {"config.json -> soft", "soft=new"}},
+    // rename(2) does nothing if both names lead to one file.
+    {"TheTemporaryFileIsAHardLinkToTheFile",
+     [] { fs::create_hard_link(path, temporaryPath); },
+     writeNew,
+     0,
+     {"config.json=new", "config.json.filsec=new"}},
+    {"EndOfFileState",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         file.setstate(std::ios::eofbit);
+     },
+     0,
+     {"config.json=new"}},
+    {"CloseFails",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new" << std::flush;
+         closeDescriptor();
+     },
+     0,
+     {"config.json=new"}},
+    {"ClosedAsAPlainStream",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         file.close();
+     },
+     0,
+     {"config.json=old", "config.json.filsec=new"}},
+    {"FailStateBeforeTheText",
+     asItIs,
+     [](ReplacingFile& file) {
+         file.setstate(std::ios::failbit);
+         file << "new";
+     },
+     1,
+     {"config.json=old", "config.json.filsec="}},
+    {"FailStateAfterTheText",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         file.setstate(std::ios::failbit);
+     },
+     1,
+     {"config.json=old", "config.json.filsec=new"}},
+    {"BadStateAfterTheText",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         file.setstate(std::ios::badbit);
+     },
+     1,
+     {"config.json=old", "config.json.filsec=new"}},
+    {"FailedInsertion",
+     asItIs,
+     [](ReplacingFile& file) { file << static_cast<std::streambuf*>(nullptr); },
+     1,
+     {"config.json=old", "config.json.filsec="}},
+    {"FlushFails",
+     [] { fs::create_symlink("/dev/full", temporaryPath); },
+     writeNew,
+     1,
+     {"config.json=old", "config.json.filsec -> /dev/full"}},
+    {"InsertionFails",
+     [] { fs::create_symlink("/dev/full", temporaryPath); },
+     [](ReplacingFile& file) { file << twoBuffers; },
+     1,
+     {"config.json=old", "config.json.filsec -> /dev/full"}},
+    {"FinalNameIsADirectory",
+     [] {
          fs::remove(path);
          fs::create_directory(path);
      },
-     -3},
+     writeNew,
+     -3,
+     {"config.json/", "config.json.filsec=new"}},
+    {"DirectoryBecomesReadOnly",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         chmod(directory.c_str(), 0555);
+     },
+     -3,
+     {"config.json=old", "config.json.filsec=new"}},
+    {"TemporaryFileIsGone",
+     asItIs,
+     [](ReplacingFile& file) {
+         file << "new";
+         fs::remove(temporaryPath);
+     },
+     -3,
+     {"config.json=old"}},
+    {"NameIsEmpty", asItIs, writeNew, -3, {".filsec=new", "config.json=old"}, ""},
 };
 
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileFinishFault, testing::ValuesIn(finishFaults),
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileRow, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
-TEST_F(ReplacingFileDestructor, FinishesTheFile)
-{
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file << "new";
-    }
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-TEST_F(ReplacingFileDestructor, DoesNotThrowWithAnExceptionsMask)
-{
-    fs::create_symlink("/dev/full", temporaryPath);
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file.exceptions(std::ios::badbit | std::ios::failbit);
-        file << "new";
-    }
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_TRUE(fs::is_symlink(temporaryPath));
-}
-
-TEST_F(ReplacingFileDestructor, FinishesTheFileWithAnExceptionsMask)
-{
-    {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file.exceptions(std::ios::badbit | std::ios::failbit);
-        file << "new";
-    }
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
-
-template <typename Base>
-void openAndDestroyAs()
-{
-    auto file = std::make_unique<ReplacingFile>();
-    ASSERT_EQ(file->open(path), 0);
-    const std::unique_ptr<Base> base = std::move(file);
-    dynamic_cast<std::ostream&>(*base) << "new";
-}
-
-struct StreamBase {
+/// A file that cannot be opened, and leaves everything as it was.
+struct Fault {
     const char* name;
-    void (*openAndDestroy)();
+    std::function<void()> arrange;
+    std::string finalName = path;
 };
 
-void PrintTo(const StreamBase& row, std::ostream* out)
+void PrintTo(const Fault& row, std::ostream* out)
 {
     *out << row.name;
 }
 
-class ReplacingFileBase : public ReplacingFileFixture,
-                          public testing::WithParamInterface<StreamBase> {};
+class ReplacingFileFault : public ReplacingFileFixture,
+                           public testing::WithParamInterface<Fault> {};
 
-TEST_P(ReplacingFileBase, FinishesTheFileInItsDestructor)
+TEST_P(ReplacingFileFault, PreventsTheOpening)
 {
-    GetParam().openAndDestroy();
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
+    GetParam().arrange();
+    const Entries before = entries();
+    ReplacingFile file;
+    ASSERT_EQ(file.open("/tmp/other"), 0);
+    file << "new";
+
+    EXPECT_EQ(file.open(GetParam().finalName), -1);
+    EXPECT_EQ(readFile("/tmp/other"), "new");
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(file.finish(), 0);
+    EXPECT_EQ(entries(), before);
+    chmod(directory.c_str(), 0755);
+    EXPECT_EQ(file.open(directory + "/another"), 0);
 }
 
-constexpr StreamBase streamBases[] = {
-    {"FileStream", openAndDestroyAs<std::ofstream>},
-    {"OutputStream", openAndDestroyAs<std::ostream>},
-    {"StreamBase", openAndDestroyAs<std::ios_base>},
+const Fault faults[] = {
+    {"DirectoryMissing", asItIs, directory + "/missing/config.json"},
+    {"DirectoryIsAFile", asItIs, path + "/config.json"},
+    {"DirectoryNotWritable", [] { chmod(directory.c_str(), 0555); }},
+    {"TemporaryNameIsADirectory", [] { fs::create_directory(temporaryPath); }},
+    {"TemporaryFileNotWritable",
+     [] {
+         writeFile(temporaryPath, "left");
+         chmod(temporaryPath.c_str(), 0444);
+     }},
+    {"OnlyTheTemporaryNameIsTooLong", asItIs, directory + "/" + std::string(249, 'x')},
 };
 
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileBase, testing::ValuesIn(streamBases),
+INSTANTIATE_TEST_SUITE_P(, ReplacingFileFault, testing::ValuesIn(faults),
                          [](const auto& row) { return row.param.name; });
 
-struct Place {
-    const char* name;
-    std::string finalName;
-    Names synced;
-};
+class ReplacingFileOpen : public ReplacingFileFixture {};
 
-void PrintTo(const Place& row, std::ostream* out)
+TEST_F(ReplacingFileOpen, LeavesTheOldFileUntilItIsFinished)
 {
-    *out << row.name;
+    ReplacingFile file;
+    ASSERT_EQ(file.open(path), 0);
+    EXPECT_EQ(entries(), (Entries{"config.json=old", "config.json.filsec="}));
+    file << "new" << std::flush;
+    EXPECT_EQ(entries(), (Entries{"config.json=old", "config.json.filsec=new"}));
+    EXPECT_EQ(file.finish(), 0);
 }
 
-class ReplacingFilePlace : public ReplacingFileFixture,
-                           public testing::WithParamInterface<Place> {};
-
-TEST_P(ReplacingFilePlace, IsSyncedBeforeTheRenameThenAgainThenItsDirectory)
+TEST_F(ReplacingFileOpen, NamesTheTemporaryFileAfterTheFinalName)
 {
     fs::create_directory(directory + "/sub");
-    ReplacingFile file;
-    ASSERT_EQ(file.open(GetParam().finalName), 0);
-    file << "new";
-    EXPECT_EQ(synced, Names());
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_EQ(synced, GetParam().synced);
-    fs::remove("/file");
-}
-
-const Place places[] = {
-    {"InADirectory", path, {path + ".filsec 3", path + " 3", directory}},
-    {"BelowTheCurrentDirectory",
-     "sub/file",
-     {directory + "/sub/file.filsec 3", directory + "/sub/file 3", directory + "/sub"}},
-    {"InTheCurrentDirectory",
-     "file",
-     {directory + "/file.filsec 3", directory + "/file 3", directory}},
-    {"InTheRootDirectory", "/file", {"/file.filsec 3", "/file 3", "/"}},
-};
-
-INSTANTIATE_TEST_SUITE_P(, ReplacingFilePlace, testing::ValuesIn(places),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(ReplacingFileSync, UsesDescriptorsThatNeitherBlockNorAreInherited)
-{
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    ASSERT_EQ(file.finish(), 0);
-    ASSERT_EQ(syncedFlags.size(), 3);
-    for (const int flags : syncedFlags) {
-        EXPECT_EQ(flags & O_ACCMODE, O_RDONLY);
-        EXPECT_EQ(flags & (O_NONBLOCK | O_CLOEXEC), O_NONBLOCK | O_CLOEXEC);
-    }
-}
-
-TEST_F(ReplacingFileSync, SyncsOnlyTheContentsIfTheRenameIsRefused)
-{
-    const std::string finalName = directory + "/directory";
-    fs::create_directory(finalName);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(finalName), 0);
-    file << "new";
-    EXPECT_EQ(file.finish(), -3);
-    EXPECT_EQ(synced, Names{finalName + ".filsec 3"});
-}
-
-struct SyncFault {
-    const char* name;
-    std::string path;
-    mode_t mode;
-};
-
-void PrintTo(const SyncFault& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class ReplacingFileSyncFault : public ReplacingFileFixture,
-                               public testing::WithParamInterface<SyncFault> {};
-
-TEST_P(ReplacingFileSyncFault, IsNotReportedInErrnoEither)
-{
-    for (const int before : {0, 77}) {
-        SCOPED_TRACE(before);
+    for (const std::string name :
+         {"plain", "two.dots.json", "./here", "sub/file", "sub/../sub//other", "/config/file",
+          " spaces and 'quotes' ", "x.filsec", "back\\slash"}) {
+        SCOPED_TRACE(name);
         ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        file << "new";
-        chmod(GetParam().path.c_str(), GetParam().mode);
-        errno = before;
-        const std::int32_t code = file.finish();
-        const int after = errno;
-        EXPECT_EQ(code, 0);
-        EXPECT_EQ(after, before);
-        chmod(directory.c_str(), 0755);
-        chmod(path.c_str(), 0644);
-        EXPECT_EQ(readFile(path), "new");
+        ASSERT_EQ(file.open(name), 0);
+        EXPECT_TRUE(fs::is_regular_file(name + ".filsec"));
+        EXPECT_FALSE(fs::exists(name));
+        EXPECT_EQ(file.finish(), 0);
+        EXPECT_TRUE(fs::is_regular_file(name));
+        EXPECT_FALSE(fs::exists(name + ".filsec"));
     }
 }
 
-const SyncFault syncFaults[] = {
-    {"DirectoryNotReadable", directory, 0300},
-    {"TemporaryFileNotReadable", temporaryPath, 0200},
-};
+// The effects on the disk
 
-INSTANTIATE_TEST_SUITE_P(, ReplacingFileSyncFault, testing::ValuesIn(syncFaults),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(ReplacingFileSync, DoesNotBlockOnAPipe)
+std::string synced(const std::string& name)
 {
-    ASSERT_EQ(mkfifo(temporaryPath.c_str(), 0600), 0);
-    const int reader = open(temporaryPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    ASSERT_GE(reader, 0);
-    ReplacingFile file;
-    ASSERT_EQ(file.open(path), 0);
-    file << "new";
-    EXPECT_EQ(file.finish(), 0);
-    EXPECT_TRUE(fs::is_fifo(path));
-    char bytes[4] = {};
-    EXPECT_EQ(read(reader, bytes, sizeof bytes), 3);
-    EXPECT_STREQ(bytes, "new");
-    close(reader);
+    return "look for " + name + "\nsync " + name + "\n";
 }
 
-TEST_F(ReplacingFileDestructor, ClosesTheFile)
+std::string written(const std::string& name)
 {
-    const Names before = namesIn("/proc/self/fd");
-    ASSERT_FALSE(before.empty());
+    return "create " + name + ".filsec\nwrite " + name + ".filsec \"new\"\n";
+}
+
+std::string renamed(const std::string& name)
+{
+    return "rename " + name + ".filsec " + name + "\n";
+}
+
+class ReplacingFileEffects : public ReplacingFileFixture {
+protected:
+    /// Returns the effects of replacing a file, and expects the result of finish.
+    std::string replace(const std::string& name = path, std::int32_t expected = 0)
     {
-        ReplacingFile file;
-        ASSERT_EQ(file.open(path), 0);
-        EXPECT_EQ(namesIn("/proc/self/fd").size(), before.size() + 1);
+        return effects.record([&] {
+            ReplacingFile file;
+            EXPECT_EQ(file.open(name), 0);
+            file << "new";
+            EXPECT_EQ(file.finish(), expected);
+        });
     }
-    EXPECT_EQ(namesIn("/proc/self/fd"), before);
+
+    Effects effects;
+};
+
+TEST_F(ReplacingFileEffects, AreSyncedBeforeTheRenameThenAgainThenTheirDirectory)
+{
+    fs::create_directory(directory + "/sub");
+    for (const auto& [name, parent] : std::vector<std::pair<std::string, std::string>>{
+             {path, directory + "/"}, {"sub/file", "sub/"}, {"file", "."}, {"/file", "/"}}) {
+        EXPECT_EQ(replace(name), written(name) + synced(name + ".filsec") + renamed(name) +
+                                     synced(name) + synced(parent));
+        fs::remove(name);
+    }
+}
+
+TEST_F(ReplacingFileEffects, EndWithTheRenameIfThatIsRefused)
+{
+    fs::remove(path);
+    fs::create_directory(path);
+
+    EXPECT_EQ(replace(path, -3), written(path) + synced(temporaryPath) +
+                                     renamed(path).insert(renamed(path).size() - 1, ": EISDIR"));
+}
+
+// Whatever a name leads to, and whatever happens then, the program neither waits nor takes a
+// terminal, and no other program gets the descriptor.
+TEST_F(ReplacingFileEffects, AreSyncedThroughDescriptorsOfNoOtherUse)
+{
+    replace();
+
+    ASSERT_EQ(effects.openings.size(), 4U);
+    for (std::size_t index = 1; index < 4; ++index) {
+        EXPECT_EQ(effects.openings[index].flags, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    }
+}
+
+// What cannot be synced is no failure; not even errno shows it.
+TEST_F(ReplacingFileEffects, AreTheSameIfNothingCanBeSynced)
+{
+    for (const std::string verb : {"sync ", "look for "}) {
+        SCOPED_TRACE(verb);
+        reset();
+        effects.before = [&](const std::string& effect) {
+            return effect.starts_with(verb) ? EIO : 0;
+        };
+        const auto synced = [&](const std::string& name) {
+            return verb == "sync " ? "look for " + name + "\nsync " + name + ": EIO\n"
+                                   : "look for " + name + ": EIO\n";
+        };
+        EXPECT_EQ(replace(), written(path) + synced(temporaryPath) + renamed(path) + synced(path) +
+                                 synced(directory + "/"));
+        EXPECT_EQ(entries(), Entries{"config.json=new"});
+        for (const int error : {0, 77}) {
+            ReplacingFile file;
+            ASSERT_EQ(file.open(path), 0);
+            int after = -1;
+            effects.record([&] {
+                errno = error;
+                EXPECT_EQ(file.finish(), 0);
+                after = errno;
+            });
+            EXPECT_EQ(after, error);
+        }
+    }
+}
+
+TEST_F(ReplacingFileEffects, AreNoneWithoutAnOpenFile)
+{
+    EXPECT_EQ(effects.record([] {
+        ReplacingFile file;
+        EXPECT_EQ(file.finish(), 0);
+    }),
+              "");
 }
 
 }  // namespace

@@ -6,11 +6,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/appliance/Files.h"
@@ -20,86 +18,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Sets the mode of a file until destroyed.
-class FileMode {
-public:
-    FileMode(std::string name, mode_t mode) : path(std::move(name))
+class GpioLineDirection : public GpioLineFixture {
+protected:
+    /// Opens line 17 as an input.
+    GpioLineDirection()
     {
-        struct stat status = {};
-        EXPECT_EQ(stat(path.c_str(), &status), 0);
-        before = status.st_mode & 07777U;
-        EXPECT_EQ(chmod(path.c_str(), mode), 0);
+        effects.record([this] { EXPECT_TRUE(line.init(17, -1)); });
     }
-    ~FileMode() { chmod(path.c_str(), before); }
-    FileMode(const FileMode&) = delete;
-    FileMode& operator=(const FileMode&) = delete;
 
-private:
-    std::string path;
-    mode_t before = 0;
+    ~GpioLineDirection() override { chmod(lineDirectory.c_str(), 0755); }
 };
 
-class GpioLineRead : public GpioLineFixture {};
-
-TEST_F(GpioLineRead, ReadsTheFirstTwoBytes)
-{
-    struct Row {
-        const char* bytes;
-        std::int32_t expected;
-    };
-    const std::vector<Row> rows = {{"1\n", 1}, {"0\n", 0}, {"x\n", 0},         {"10", 1},
-                                   {"01", 0},  {"\n1", 0}, {"1 and more", 1},  {"2\n", 0},
-                                   {"", -1},   {"1", -1},  {"0\n and more", 0}};
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    for (const Row& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.bytes));
-        for (const std::int32_t before : {0, 1}) {
-            writeFile(valueFile, before == 0 ? "0\n" : "1\n");
-            ASSERT_EQ(line.readValue(), before);
-            writeFile(valueFile, row.bytes);
-
-            EXPECT_EQ(line.readValue(), row.expected);
-            EXPECT_EQ(line.lastValue(), row.expected < 0 ? before : row.expected);
-            EXPECT_EQ(readFile(valueFile), row.bytes);
-        }
-    }
-}
-
-TEST_F(GpioLineRead, ReadsFromTheStartEachTime)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-
-    EXPECT_EQ(line.readValue(), 0);
-    EXPECT_EQ(line.readValue(), 0);
-    writeFile(valueFile, "1\n");
-    EXPECT_EQ(line.readValue(), 1);
-}
-
-TEST_F(GpioLineRead, ReadsNothingWithoutALine)
-{
-    GpioLine line;
-
-    EXPECT_EQ(line.readValue(), -1);
-    EXPECT_EQ(line.lastValue(), 0);
-}
-
-// No process has a page at address 0, so a read there fails with EIO, as with a failing driver.
-TEST_F(GpioLineRead, ReadsNothingWhenTheKernelFails)
-{
-    fs::remove(valueFile);
-    fs::create_symlink("/proc/self/mem", valueFile);
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 1));
-
-    EXPECT_EQ(line.readValue(), -1);
-    EXPECT_EQ(line.lastValue(), 1);
-}
-
-class GpioLineDirection : public GpioLineFixture {};
-
-TEST_F(GpioLineDirection, SetsTheDirection)
+TEST_F(GpioLineDirection, IsSetAsRequested)
 {
     struct Row {
         const char* name;
@@ -127,7 +57,6 @@ TEST_F(GpioLineDirection, SetsTheDirection)
         {"2, output, low", 2, "out\n", "0\n", "out\n", 0},
         {"2, output, other byte", 2, "out\n", "x\n", "out\n", 0},
         {"2, output, short value file", 2, "out\n", "1", "out\n", -1},
-        {"2, output, empty value file", 2, "out\n", "", "out\n", -1},
         {"2, input", 2, "in\n", "0\n", "high", 1},
         {"2, no newline", 2, "out", "0\n", "out", 0},
         {"2, whitespace before", 2, " \t\n out\n", "0\n", " \t\n out\n", 0},
@@ -137,13 +66,9 @@ TEST_F(GpioLineDirection, SetsTheDirection)
         {"2, second word", 2, "in out\n", "0\n", "high", 1},
         {"2, empty attribute", 2, "", "0\n", "high", 1},
         {"2, no attribute yet", 2, std::nullopt, "0\n", "high", 1},
-        {"5, output", 5, "out\n", "0\n", "out\n", 0},
-        {"5, input", 5, "in\n", "0\n", "high", 1},
         {"any above 1, output", highest, "out\n", "0\n", "out\n", 0},
         {"any above 1, input", highest, "in\n", "0\n", "high", 1},
     };
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         for (const std::int32_t before : {0, 1}) {
@@ -163,161 +88,139 @@ TEST_F(GpioLineDirection, SetsTheDirection)
     }
 }
 
-TEST_F(GpioLineDirection, SetsHighIfItCannotReadTheDirection)
+TEST_F(GpioLineDirection, IsHighIfItCannotBeRead)
 {
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
     writeFile(directionFile, "out\n");
-    {
-        const FileMode writeOnly(directionFile, 0200);
-        EXPECT_TRUE(line.setDirection(17, 2));
-    }
+    ASSERT_EQ(chmod(directionFile.c_str(), 0200), 0);
+
+    EXPECT_TRUE(line.setDirection(17, 2));
+    ASSERT_EQ(chmod(directionFile.c_str(), 0600), 0);
     EXPECT_EQ(readFile(directionFile), "high");
     EXPECT_EQ(line.lastValue(), 1);
 }
 
-struct DirectionFault {
-    const char* name;
-    std::function<std::unique_ptr<FileMode>()> arrange;
-};
-
-void PrintTo(const DirectionFault& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class GpioLineDirectionFault : public GpioLineFixture,
-                               public testing::WithParamInterface<DirectionFault> {};
-
-TEST_P(GpioLineDirectionFault, ChangesNothing)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    fs::remove(directionFile);
-    const std::unique_ptr<FileMode> mode = GetParam().arrange();
-    for (const std::int32_t request : {-1, 0, 1, 2}) {
-        SCOPED_TRACE(request);
-        for (const std::int32_t before : {0, 1}) {
-            ASSERT_TRUE(line.writeLevel(before));
-
-            EXPECT_FALSE(line.setDirection(17, request));
-            EXPECT_EQ(line.lastValue(), before);
-            EXPECT_EQ(line.currentMode(), 1);
-        }
-    }
-}
-
-const DirectionFault directionFaults[] = {
-    {"AttributeIsADirectory",
-     [] {
-         fs::create_directory(directionFile);
-         return nullptr;
-     }},
-    {"AttributeIsReadOnly",
-     [] {
-         writeFile(directionFile, "in\n");
-         return std::make_unique<FileMode>(directionFile, 0444);
-     }},
-    {"AttributeIsMissingAndDirectoryIsReadOnly",
-     [] { return std::make_unique<FileMode>(lineDirectory, 0555); }},
-    {"LineIsGone",
-     [] {
-         fs::remove_all(lineDirectory);
-         return nullptr;
-     }},
-};
-
-INSTANTIATE_TEST_SUITE_P(, GpioLineDirectionFault, testing::ValuesIn(directionFaults),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(GpioLineDirection, SetsTheDirectionOfTheLineNamedAndReadsTheLineThatIsOpen)
+TEST_F(GpioLineDirection, IsSetOfTheLineNamedWhileTheLevelIsThatOfTheOpenLine)
 {
     struct Row {
         std::int32_t request;
         const char* direction;
         const char* expectedDirection;
-        std::int32_t expectedValue;
     };
-    const std::vector<Row> rows = {{-1, "out\n", "in", 1},
-                                   {0, "in\n", "low", 0},
-                                   {1, "in\n", "high", 1},
-                                   {2, "in\n", "high", 1},
-                                   {2, "out\n", "out\n", 1}};
     makeLine(18, "0\n");
     writeFile(valueFile, "1\n");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::to_string(row.request) + row.direction);
-        const std::string other = "neither in nor out";
-        writeFile(directionFile, other);
+    for (const Row& row : std::vector<Row>{{-1, "out\n", "in"},
+                                           {1, "in\n", "high"},
+                                           {2, "in\n", "high"},
+                                           {2, "out\n", "out\n"}}) {
+        SCOPED_TRACE(row.expectedDirection);
+        writeFile(directionFile, "neither in nor out");
         writeFile(root + "gpio18/direction", row.direction);
 
         EXPECT_TRUE(line.setDirection(18, row.request));
         EXPECT_EQ(readFile(root + "gpio18/direction"), row.expectedDirection);
-        EXPECT_EQ(readFile(directionFile), other);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
+        EXPECT_EQ(readFile(directionFile), "neither in nor out");
+        EXPECT_EQ(line.lastValue(), 1);
     }
 }
 
-TEST_F(GpioLineDirection, SetsTheDirectionWithoutAnOpenLine)
+TEST_F(GpioLineDirection, NeedsNoOpenLine)
 {
-    GpioLine line;
-
-    EXPECT_TRUE(line.setDirection(17, -1));
-    EXPECT_EQ(readFile(directionFile), "in");
-    EXPECT_EQ(line.lastValue(), -1);
-    EXPECT_EQ(line.currentMode(), 0);
-}
-
-class GpioLineEdge : public GpioLineFixture {};
-
-TEST_F(GpioLineEdge, SelectsTheEdge)
-{
-    struct Row {
-        std::int32_t request;
-        const char* expected;
-    };
-    const std::vector<Row> rows = {{-1, "falling"}, {lowest, "falling"}, {0, "both"},
-                                   {1, "rising"},   {2, "rising"},       {highest, "rising"}};
-    makeLine(18);
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.request);
-        writeFile(lineDirectory + "/edge", "earlier contents");
-
-        EXPECT_TRUE(line.setEdge(row.request));
-        EXPECT_EQ(readFile(lineDirectory + "/edge"), row.expected);
-    }
-    writeFile(lineDirectory + "/edge", "rising\n");
-    EXPECT_TRUE(line.disableEdge());
-    EXPECT_EQ(readFile(lineDirectory + "/edge"), "none");
-    EXPECT_EQ(namesIn(root + "gpio18"), (std::vector<std::string>{"direction", "value"}));
-}
-
-// A chip without interrupts has no edge attribute, and no file can be created in sysfs.
-TEST_F(GpioLineEdge, CannotSelectTheEdgeOfALineWithoutOne)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    const FileMode readOnly(lineDirectory, 0555);
-
-    EXPECT_FALSE(line.setEdge(-1));
-    EXPECT_FALSE(line.setEdge(0));
-    EXPECT_FALSE(line.setEdge(1));
-    EXPECT_FALSE(line.disableEdge());
-}
-
-TEST_F(GpioLineEdge, CannotSelectTheEdgeWithoutALine)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
     line.close();
 
-    EXPECT_FALSE(line.setEdge(0));
-    EXPECT_FALSE(line.disableEdge());
-    EXPECT_FALSE(fs::exists(lineDirectory + "/edge"));
+    EXPECT_EQ(effectsOf([this] { return line.setDirection(17, -1); }),
+              directionWritten("in") + succeeds(-1, 0));
+}
+
+struct Fault {
+    const char* name;
+    std::function<void()> arrange;
+};
+
+void PrintTo(const Fault& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class GpioLineFault : public GpioLineDirection, public testing::WithParamInterface<Fault> {};
+
+// A chip without interrupts has no edge attribute, and no file can be created in sysfs.
+TEST_P(GpioLineFault, OfAnAttributeChangesNothing)
+{
+    GetParam().arrange();
+    for (const std::int32_t before : {0, 1}) {
+        ASSERT_TRUE(line.writeLevel(before));
+        for (const std::int32_t request : {-1, 0, 1, 2}) {
+            SCOPED_TRACE(request);
+            EXPECT_FALSE(line.setDirection(17, request));
+            EXPECT_FALSE(line.setEdge(request));
+            EXPECT_FALSE(line.disableEdge());
+            EXPECT_EQ(line.lastValue(), before);
+            EXPECT_EQ(line.currentMode(), -1);
+        }
+    }
+}
+
+const Fault faults[] = {
+    {"AttributeIsADirectory",
+     [] {
+         replaceByDirectory(directionFile);
+         replaceByDirectory(lineDirectory + "/edge");
+     }},
+    {"AttributeIsReadOnly",
+     [] {
+         writeFile(lineDirectory + "/edge", "none\n");
+         chmod((lineDirectory + "/edge").c_str(), 0444);
+         chmod(directionFile.c_str(), 0444);
+     }},
+    {"AttributeIsMissingAndDirectoryIsReadOnly",
+     [] {
+         fs::remove(directionFile);
+         chmod(lineDirectory.c_str(), 0555);
+     }},
+    {"LineIsGone", [] { fs::remove_all(lineDirectory); }},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineFault, testing::ValuesIn(faults),
+                         [](const auto& row) { return row.param.name; });
+
+class GpioLineEdge : public GpioLineDirection {};
+
+TEST_F(GpioLineEdge, IsSelectedAsRequested)
+{
+    const auto written = [](const std::string& word) {
+        return "create gpio17/edge\nwrite gpio17/edge \"" + word + "\"\n" + succeeds(0, -1);
+    };
+    struct Row {
+        std::int32_t request;
+        const char* word;
+    };
+    for (const Row& row : std::vector<Row>{{-1, "falling"},
+                                           {lowest, "falling"},
+                                           {0, "both"},
+                                           {1, "rising"},
+                                           {2, "rising"},
+                                           {highest, "rising"}}) {
+        SCOPED_TRACE(row.request);
+        fs::remove(lineDirectory + "/edge");
+        EXPECT_EQ(effectsOf([&] { return line.setEdge(row.request); }), written(row.word));
+    }
+    fs::remove(lineDirectory + "/edge");
+    EXPECT_EQ(effectsOf([this] { return line.disableEdge(); }), written("none"));
+}
+
+// It would be that of a line with the number -1.
+TEST_F(GpioLineEdge, IsThatOfNoLineBeforeALineIsOpenAndAfterItIsClosed)
+{
+    const auto effectsOn = [this](GpioLine& handle) {
+        return effectsOf([&] { return handle.setEdge(1); }) +
+               effectsOf([&] { return handle.disableEdge(); });
+    };
+    GpioLine never;
+    line.close();
+
+    const std::string refused = "create gpio-1/edge: ENOENT\n" + fails(0, 0);
+    EXPECT_EQ(effectsOn(never), refused + refused);
+    EXPECT_EQ(effectsOn(line), refused + refused);
 }
 
 }  // namespace

@@ -6,9 +6,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,6 @@ namespace {
 
 const std::string root = "/sys/class/gpio/";
 
-class GpioFile : public testing::Test {
-protected:
-    GpioFile() { emptyDirectory(root); }
-};
-
 TEST(GpioLineDirectory, IsNamedAfterTheNumberInDecimal)
 {
     EXPECT_EQ(gpioLineDirectory(17), "gpio17");
@@ -34,123 +30,71 @@ TEST(GpioLineDirectory, IsNamedAfterTheNumberInDecimal)
     EXPECT_EQ(gpioLineDirectory(std::numeric_limits<std::int32_t>::min()), "gpio-2147483648");
 }
 
-TEST_F(GpioFile, WritesTheTextAndNothingElse)
+TEST(GpioFile, HoldsTheTextAndNothingElse)
 {
-    const std::vector<std::string> texts = {"17", "", "two\nlines\n",
-                                            std::string("a NUL \0 inside", 14)};
-    for (const std::string& text : texts) {
-        SCOPED_TRACE(text);
+    for (const std::string& text :
+         {std::string("17"), std::string(), std::string("two\nlines\n"),
+          std::string("a NUL \0 inside", 14), std::string(100'000, 'x')}) {
+        SCOPED_TRACE(text.substr(0, 20));
+        emptyDirectory(root);
+        fs::create_directory(root + "gpio17");
         writeFile(root + "export", "earlier contents, which are longer");
 
         EXPECT_TRUE(writeGpioFile("export", text));
         EXPECT_EQ(readFile(root + "export"), text);
-        EXPECT_EQ(namesIn(root), std::vector<std::string>{"export"});
+        EXPECT_TRUE(writeGpioAttribute(17, "direction", text));
+        EXPECT_EQ(readFile(root + "gpio17/direction"), text);
     }
 }
 
-TEST_F(GpioFile, ReachesAFileInADirectory)
+struct Row {
+    const char* name;
+    std::function<void()> arrange;
+    std::string text;
+    bool result;
+};
+
+void PrintTo(const Row& row, std::ostream* out)
 {
+    *out << row.name;
+}
+
+class GpioAttribute : public testing::TestWithParam<Row> {};
+
+TEST_P(GpioAttribute, CanBeWrittenOrNot)
+{
+    emptyDirectory(root);
     fs::create_directory(root + "gpio17");
-    writeFile(root + "gpio17/edge", "none\n");
+    GetParam().arrange();
+    const std::vector<std::string> names = namesIn(root + "gpio17");
 
-    EXPECT_TRUE(writeGpioFile("gpio17/edge", "both"));
-    EXPECT_EQ(readFile(root + "gpio17/edge"), "both");
+    EXPECT_EQ(writeGpioAttribute(17, "direction", GetParam().text), GetParam().result);
+    EXPECT_EQ(writeGpioFile("gpio17/direction", GetParam().text), GetParam().result);
+    EXPECT_EQ(namesIn(root + "gpio17"), names);
 }
 
-TEST_F(GpioFile, WritesALongTextWhole)
+void linkToFullDevice()
 {
-    const std::string text(100'000, 'x');
-
-    EXPECT_TRUE(writeGpioFile("export", text));
-    EXPECT_EQ(readFile(root + "export"), text);
-}
-
-TEST_F(GpioFile, LeavesNoDescriptorOpen)
-{
-    const std::vector<std::string> before = namesIn("/proc/self/fd");
-
-    EXPECT_TRUE(writeGpioFile("export", "17"));
-    EXPECT_EQ(namesIn("/proc/self/fd"), before);
-}
-
-TEST_F(GpioFile, RefusesADirectory)
-{
-    fs::create_directory(root + "export");
-
-    EXPECT_FALSE(writeGpioFile("export", "17"));
-}
-
-TEST_F(GpioFile, RefusesAReadOnlyFile)
-{
-    writeFile(root + "export", "as it was");
-    ASSERT_EQ(chmod((root + "export").c_str(), 0444), 0);
-
-    EXPECT_FALSE(writeGpioFile("export", "17"));
-    EXPECT_EQ(readFile(root + "export"), "as it was");
-}
-
-TEST_F(GpioFile, RefusesAFileInAMissingDirectory)
-{
-    EXPECT_FALSE(writeGpioFile("gpio17/direction", "in"));
-    EXPECT_EQ(namesIn(root), std::vector<std::string>{});
-}
-
-TEST_F(GpioFile, RefusesWithoutTheGpioDirectory)
-{
-    fs::remove_all(root);
-
-    EXPECT_FALSE(writeGpioFile("export", "17"));
-    EXPECT_FALSE(fs::exists(root));
-}
-
-// The stream still buffers a short text when its state is read; the kernel refuses it at the close.
-TEST_F(GpioFile, IgnoresAShortTextThatFailsAtTheClose)
-{
-    fs::create_symlink("/dev/full", root + "export");
-
-    EXPECT_TRUE(writeGpioFile("export", "17"));
-    EXPECT_TRUE(writeGpioFile("export", ""));
-}
-
-TEST_F(GpioFile, DetectsATextThatFailsBeforeTheClose)
-{
-    constexpr std::size_t longerThanAnyBuffer = 1'000'000;
-    fs::create_symlink("/dev/full", root + "export");
-
-    EXPECT_FALSE(writeGpioFile("export", std::string(longerThanAnyBuffer, 'x')));
-}
-
-TEST_F(GpioFile, WritesAnAttributeOfTheLine)
-{
-    fs::create_directory(root + "gpio17");
-    fs::create_directory(root + "gpio1");
-    writeFile(root + "gpio17/direction", "high, and more");
-    writeFile(root + "gpio1/direction", "out\n");
-
-    EXPECT_TRUE(writeGpioAttribute(17, "direction", "in"));
-    EXPECT_EQ(readFile(root + "gpio17/direction"), "in");
-    EXPECT_EQ(readFile(root + "gpio1/direction"), "out\n");
-    EXPECT_EQ(namesIn(root + "gpio17"), std::vector<std::string>{"direction"});
-}
-
-TEST_F(GpioFile, RefusesAnAttributeOfALineThatIsNotExported)
-{
-    EXPECT_FALSE(writeGpioAttribute(17, "direction", "in"));
-}
-
-TEST_F(GpioFile, RefusesAnAttributeThatIsADirectory)
-{
-    fs::create_directories(root + "gpio17/direction");
-
-    EXPECT_FALSE(writeGpioAttribute(17, "direction", "in"));
-}
-
-TEST_F(GpioFile, IgnoresAnAttributeThatFailsAtTheClose)
-{
-    fs::create_directory(root + "gpio17");
     fs::create_symlink("/dev/full", root + "gpio17/direction");
-
-    EXPECT_TRUE(writeGpioAttribute(17, "direction", "in"));
 }
+
+const Row rows[] = {
+    {"Directory", [] { fs::create_directory(root + "gpio17/direction"); }, "in", false},
+    {"ReadOnly",
+     [] {
+         writeFile(root + "gpio17/direction", "");
+         chmod((root + "gpio17/direction").c_str(), 0444);
+     },
+     "in", false},
+    {"LineNotExported", [] { fs::remove(root + "gpio17"); }, "in", false},
+    {"NoGpioFiles", [] { fs::remove_all(root); }, "in", false},
+    // The stream still buffers a short text when its state is read; the kernel refuses it at the
+    // close.
+    {"FailsAtTheClose", linkToFullDevice, "in", true},
+    {"FailsBeforeTheClose", linkToFullDevice, std::string(1'000'000, 'x'), false},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioAttribute, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

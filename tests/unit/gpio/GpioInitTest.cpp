@@ -4,9 +4,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <chrono>
-#include <cstddef>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <ostream>
@@ -18,242 +18,180 @@
 
 namespace fs = std::filesystem;
 
-using namespace std::chrono_literals;
-using std::chrono::steady_clock;
-
 namespace {
 
-class GpioLineInit : public GpioLineFixture {};
-
-struct Request {
-    const char* name;
-    std::int32_t request;
-    const char* direction;
-    const char* expectedDirection;
-    std::int32_t expectedMode;
-    std::int32_t expectedValue;
-};
-
-void PrintTo(const Request& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class GpioLineRequest : public GpioLineFixture, public testing::WithParamInterface<Request> {};
-
-TEST_P(GpioLineRequest, OpensTheLine)
-{
-    const Request& row = GetParam();
-    makeLine(17, "1\n");
-    writeFile(directionFile, row.direction);
-    GpioLine line;
-
-    EXPECT_TRUE(line.init(17, row.request));
-    EXPECT_EQ(readFile(directionFile), row.expectedDirection);
-    EXPECT_EQ(line.currentMode(), row.expectedMode);
-    EXPECT_EQ(line.lastValue(), row.expectedValue);
-    EXPECT_EQ(readFile(valueFile), "1\n");
-}
-
-const Request requests[] = {
-    {"Input", -1, "out\n", "in", -1, 1},
-    {"InputForAnyNegativeRequest", lowest, "out\n", "in", -1, 1},
-    {"OutputThatStartsLow", 0, "in\n", "low", 1, 0},
-    {"OutputThatStartsHigh", 1, "in\n", "high", 1, 1},
-    {"OutputAsItWas", 2, "out\n", "out\n", 1, 1},
-    {"OutputThatWasAnInput", 2, "in\n", "high", 1, 1},
-};
-
-INSTANTIATE_TEST_SUITE_P(, GpioLineRequest, testing::ValuesIn(requests),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(GpioLineInit, OpensTheValueFileOnceForReadingAndWriting)
-{
-    GpioLine line;
-
-    ASSERT_TRUE(line.init(17, -1));
-    EXPECT_EQ(calls.openFlags, std::vector<int>{O_RDWR});
-}
-
-TEST_F(GpioLineInit, DoesNotExportALineThatIsExported)
-{
-    GpioLine line;
-
-    EXPECT_TRUE(line.init(17, -1));
-    EXPECT_EQ(readFile(root + "export"), "");
-}
-
-TEST_F(GpioLineInit, NeedsNoExportFileForALineThatIsExported)
-{
-    fs::remove(root + "export");
-    GpioLine line;
-
-    EXPECT_TRUE(line.init(17, -1));
-    EXPECT_FALSE(fs::exists(root + "export"));
-}
-
-struct Number {
-    const char* name;
-    std::int32_t number;
-};
-
-void PrintTo(const Number& row, std::ostream* out)
-{
-    *out << row.number;
-}
-
-class GpioLineNumber : public GpioLineFixture, public testing::WithParamInterface<Number> {};
-
-TEST_P(GpioLineNumber, IsExportedIfItIsNot)
-{
-    const std::int32_t number = GetParam().number;
-    emptyDirectory(root);
-    writeFile(root + "export", "longer than any line number");
-    calls.beforeOpen = [number](std::size_t /*attempt*/) { makeLine(number, "1\n"); };
-    GpioLine line;
-
-    EXPECT_TRUE(line.init(number, -1));
-    EXPECT_EQ(readFile(root + "export"), std::to_string(number));
-    EXPECT_EQ(line.readValue(), 1);
-}
-
-const Number numbers[] = {
-    {"Seventeen", 17}, {"Zero", 0}, {"ThreeDigits", 512}, {"Highest", highest}, {"Negative", -5},
-};
-
-INSTANTIATE_TEST_SUITE_P(, GpioLineNumber, testing::ValuesIn(numbers),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(GpioLineInit, ExportsALineIfAPlainFileHasItsName)
-{
-    fs::remove_all(lineDirectory);
-    writeFile(lineDirectory, "");
-    GpioLine line;
-
-    EXPECT_FALSE(line.init(17, -1));
-    EXPECT_EQ(readFile(root + "export"), "17");
-}
-
-struct ExportFault {
+struct Row {
     const char* name;
     std::function<void()> arrange;
+    std::int32_t request;
+    std::string expected;  ///< the effects and the result
 };
 
-void PrintTo(const ExportFault& row, std::ostream* out)
+void PrintTo(const Row& row, std::ostream* out)
 {
     *out << row.name;
 }
 
-class GpioLineExportFault : public GpioLineFixture,
-                            public testing::WithParamInterface<ExportFault> {};
-
-TEST_P(GpioLineExportFault, PreventsTheAttemptToOpen)
-{
-    emptyDirectory(root);
-    GetParam().arrange();
-    GpioLine line;
-
-    EXPECT_FALSE(line.init(17, -1));
-    EXPECT_EQ(calls.openFlags.size(), 0U);
-    EXPECT_EQ(line.currentMode(), 0);
-}
-
-const ExportFault exportFaults[] = {
-    {"ExportIsADirectory", [] { fs::create_directory(root + "export"); }},
-    {"ExportIsReadOnly",
-     [] {
-         writeFile(root + "export", "");
-         ASSERT_EQ(chmod((root + "export").c_str(), 0444), 0);
-     }},
-    {"NoGpioFiles", [] { fs::remove_all(root); }},
+class GpioLineInit : public GpioLineFixture {
+protected:
+    /// Makes line 17 appear just before this attempt to open its value file.
+    void makeLineBefore(int attempt)
+    {
+        effects.before = [attempt, count = 0](const std::string& effect) mutable {
+            if (effect == "look for " + valueFile && ++count == attempt) {
+                makeLine(17);
+            }
+            return 0;
+        };
+    }
 };
 
-INSTANTIATE_TEST_SUITE_P(, GpioLineExportFault, testing::ValuesIn(exportFaults),
+class GpioLineInitRow : public GpioLineInit, public testing::WithParamInterface<Row> {
+protected:
+    ~GpioLineInitRow() override { chmod(lineDirectory.c_str(), 0755); }
+};
+
+TEST_P(GpioLineInitRow, HasTheseEffects)
+{
+    GetParam().arrange();
+
+    EXPECT_EQ(effectsOf([this] { return line.init(17, GetParam().request); }), GetParam().expected);
+}
+
+const auto asItIs = [] {};
+
+const std::string directionRead = "look for gpio17/direction\nread gpio17/direction ";
+
+const Row rows[] = {
+    {"Input", asItIs, -1, present + opened + madeInput + "true, value 0, mode -1\n"},
+    {"AnyNegativeRequest", asItIs, lowest,
+     present + opened + madeInput + "true, value 0, mode -1\n"},
+    {"OutputThatStartsLow", asItIs, 0,
+     present + opened + directionWritten("low") + "true, value 0, mode 1\n"},
+    {"OutputThatStartsHigh", asItIs, 1,
+     present + opened + directionWritten("high") + "true, value 1, mode 1\n"},
+    {"OutputThatWasAnInput", asItIs, 2,
+     present + opened + directionRead + "\"in\\n\"\n" + directionWritten("high") +
+         "true, value 1, mode 1\n"},
+    {"OutputAsItWas", [] { writeFile(directionFile, "out\n"); }, highest,
+     present + opened + directionRead + "\"out\\n\"\n" + lowRead + "true, value 0, mode 1\n"},
+    {"NeedsNoExportFile", [] { fs::remove(root + "export"); }, -1,
+     present + opened + madeInput + "true, value 0, mode -1\n"},
+    {"ValueOneByteShort", [] { writeFile(valueFile, "1"); }, -1,
+     present + opened + directionWritten("in") + "read gpio17/value \"1\"\n" +
+         "true, value -1, mode -1\n"},
+    {"APlainFileHasItsName",
+     [] {
+         fs::remove_all(lineDirectory);
+         writeFile(lineDirectory, "");
+     },
+     -1,
+     "look for gpio17: ENOTDIR\nlook for export\nwrite export \"17\"\n" +
+         times(11, "wait 0.020000000\nlook for gpio17/value: ENOTDIR\n") +
+         "false, value 0, mode 0\n"},
+    {"DirectoryMayNotBeRead", [] { chmod(lineDirectory.c_str(), 0311); }, -1,
+     "look for gpio17: EACCES\nlook for export\nwrite export \"17\"\n" + opened + madeInput +
+         "true, value 0, mode -1\n"},
+    {"NoGpioFiles", [] { fs::remove_all(root); }, -1,
+     "look for gpio17: ENOENT\ncreate export: ENOENT\nfalse, value 0, mode 0\n"},
+    {"ExportIsADirectory",
+     [] {
+         fs::remove_all(lineDirectory);
+         replaceByDirectory(root + "export");
+     },
+     -1, "look for gpio17: ENOENT\nlook for export: EISDIR\nfalse, value 0, mode 0\n"},
+    {"ExportIsReadOnly",
+     [] {
+         fs::remove_all(lineDirectory);
+         chmod((root + "export").c_str(), 0444);
+     },
+     -1, "look for gpio17: ENOENT\nlook for export: EACCES\nfalse, value 0, mode 0\n"},
+    {"NeverAppears", [] { fs::remove_all(lineDirectory); }, 0,
+     exported + times(11, notOpened) + "false, value 0, mode 0\n"},
+    {"ValueMayNotBeWritten", [] { chmod(valueFile.c_str(), 0444); }, -1,
+     present + times(11, "wait 0.020000000\nlook for gpio17/value: EACCES\n") +
+         "false, value 0, mode 0\n"},
+    {"DirectionIsRefused", [] { replaceByDirectory(directionFile); }, -1,
+     present + opened + "look for gpio17/direction: EISDIR\nfalse, value 0, mode 0\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(, GpioLineInitRow, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
+
+// Twenty milliseconds before each of eleven attempts.
+TEST_F(GpioLineInit, OpensALineThatAppearsBeforeAnyAttempt)
+{
+    for (int appearance = 1; appearance <= 12; ++appearance) {
+        SCOPED_TRACE(appearance);
+        line.close();
+        fs::remove_all(lineDirectory);
+        writeFile(root + "export", "");
+        makeLineBefore(appearance);
+
+        EXPECT_EQ(effectsOf([this] { return line.init(17, -1); }),
+                  appearance <= 11 ? exported + times(appearance - 1, notOpened) + opened +
+                                         madeInput + succeeds(0, -1)
+                                   : exported + times(11, notOpened) + fails(0, 0));
+    }
+}
+
+// No error ends the attempts, and each of them counts.
+TEST_F(GpioLineInit, TriesAgainAfterAnyError)
+{
+    for (const int error : {EPERM, ENOENT, EINTR, EIO, ENXIO, EAGAIN, EACCES, EBUSY, ENODEV, EINVAL,
+                            EMFILE, ETXTBSY}) {
+        SCOPED_TRACE(strerrorname_np(error));
+        line.close();
+        effects.before = [error, count = 0](const std::string& effect) mutable {
+            return effect == "look for " + valueFile && ++count <= 10 ? error : 0;
+        };
+        const std::string failed =
+            "wait 0.020000000\nlook for gpio17/value: " + std::string(strerrorname_np(error)) +
+            "\n";
+
+        EXPECT_EQ(effectsOf([this] { return line.init(17, -1); }),
+                  present + times(10, failed) + opened + madeInput + succeeds(0, -1));
+    }
+}
 
 // As for a line that a driver holds: write(2) fails with EBUSY, at the close of the stream.
 TEST_F(GpioLineInit, TriesToOpenALineWhoseExportFailsOnlyAtTheClose)
 {
     emptyDirectory(root);
     fs::create_symlink("/dev/full", root + "export");
-    calls.beforeOpen = [](std::size_t /*attempt*/) { makeLine(17); };
-    GpioLine line;
+    makeLineBefore(1);
 
-    EXPECT_TRUE(line.init(17, -1));
+    EXPECT_EQ(effectsOf([this] { return line.init(17, -1); }),
+              "look for gpio17: ENOENT\nlook for export\nwrite export: ENOSPC\n" + opened +
+                  madeInput + succeeds(0, -1));
 }
 
-TEST_F(GpioLineInit, GivesUpAfterElevenAttemptsToOpen)
+TEST_F(GpioLineInit, OpensTheValueFileForReadingAndWritingAndNoMore)
 {
-    fs::remove(valueFile);
-    const auto start = steady_clock::now();
-    GpioLine line;
+    effectsOf([this] { return line.init(17, -1); });
 
-    EXPECT_FALSE(line.init(17, 0));
-    EXPECT_EQ(steady_clock::now() - start, 11 * 20ms);
-    EXPECT_EQ(calls.openFlags, std::vector<int>(11, O_RDWR));
-    EXPECT_EQ(line.currentMode(), 0);
-    EXPECT_EQ(line.readValue(), -1);
-    EXPECT_EQ(readFile(directionFile), "in\n");
+    ASSERT_EQ(effects.openings.size(), 3U);
+    EXPECT_EQ(effects.openings[1].path, valueFile);
+    EXPECT_EQ(effects.openings[1].flags, O_RDWR);
 }
 
-class GpioLineAttempt : public GpioLineFixture, public testing::WithParamInterface<std::size_t> {};
-
-TEST_P(GpioLineAttempt, OpensALineThatAppearsJustBefore)
+TEST_F(GpioLineInit, ExportsALineOfAnyNumber)
 {
-    emptyDirectory(root);
-    writeFile(root + "export", "");
-    calls.beforeOpen = [](std::size_t attempt) {
-        if (attempt == GetParam()) {
-            makeLine(17, "1\n");
-        }
-    };
-    GpioLine line;
+    for (const std::int32_t number : {0, 5, 512, highest, -5}) {
+        SCOPED_TRACE(number);
+        writeFile(root + "export", "longer than any line number");
+        effects.before = [number](const std::string& effect) {
+            if (effect.ends_with("/value") && effect.starts_with("look for ")) {
+                makeLine(number, "1\n");
+            }
+            return 0;
+        };
 
-    EXPECT_TRUE(line.init(17, -1));
-    EXPECT_EQ(calls.openFlags.size(), GetParam());
-    EXPECT_EQ(line.readValue(), 1);
-    EXPECT_EQ(readFile(root + "export"), "17");
-}
-
-INSTANTIATE_TEST_SUITE_P(, GpioLineAttempt, testing::Range(std::size_t{1}, std::size_t{12}),
-                         testing::PrintToStringParamName());
-
-TEST_F(GpioLineInit, OpensALineThatBecomesWritableLate)
-{
-    ASSERT_EQ(chmod(valueFile.c_str(), 0444), 0);
-    calls.beforeOpen = [](std::size_t attempt) {
-        if (attempt == 3) {
-            ASSERT_EQ(chmod(valueFile.c_str(), 0644), 0);
-        }
-    };
-    GpioLine line;
-
-    EXPECT_TRUE(line.init(17, -1));
-    EXPECT_EQ(calls.openFlags.size(), 3U);
-}
-
-TEST_F(GpioLineInit, WaitsTwentyMillisecondsBeforeEachAttempt)
-{
-    fs::remove(valueFile);
-    GpioLine line;
-    auto previous = steady_clock::now();
-    calls.beforeOpen = [&previous](std::size_t attempt) {
-        SCOPED_TRACE(attempt);
-        const auto now = steady_clock::now();
-        EXPECT_EQ(now - previous, 20ms);
-        previous = now;
-    };
-
-    EXPECT_FALSE(line.init(17, -1));
-}
-
-TEST_F(GpioLineInit, DoesNotTryAgainWhenTheDirectionFails)
-{
-    replaceByDirectory(directionFile);
-    GpioLine line;
-
-    EXPECT_FALSE(line.init(17, -1));
-    EXPECT_EQ(calls.openFlags.size(), 1U);
+        effectsOf([&] { return line.init(number, -1); });
+        EXPECT_EQ(readFile(root + "export"), std::to_string(number));
+        EXPECT_EQ(line.readValue(), 1);
+        EXPECT_EQ(line.currentMode(), -1);
+    }
 }
 
 }  // namespace

@@ -1,13 +1,15 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
-#include <sys/time.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdint>
-#include <ctime>
+#include <cstring>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -15,320 +17,186 @@
 #include "tests/appliance/Files.h"
 #include "tests/unit/gpio/GpioLineFixture.h"
 
+namespace fs = std::filesystem;
+
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
-using std::chrono::steady_clock;
-using std::chrono::system_clock;
 
 namespace {
 
-volatile std::sig_atomic_t alarms = 0;
-
-/// Delivers one signal after this time, and handles it.
-class Alarm {
-public:
-    explicit Alarm(std::chrono::microseconds delay)
-    {
-        alarms = 0;
-        struct sigaction action = {};
-        action.sa_handler = [](int) { alarms = alarms + 1; };
-        EXPECT_EQ(sigaction(SIGALRM, &action, &before), 0);
-        const itimerval timer{{0, 0}, {0, delay.count()}};
-        EXPECT_EQ(setitimer(ITIMER_REAL, &timer, nullptr), 0);
-    }
-    ~Alarm()
-    {
-        const itimerval none{};
-        setitimer(ITIMER_REAL, &none, nullptr);
-        sigaction(SIGALRM, &before, nullptr);
-    }
-    Alarm(const Alarm&) = delete;
-    Alarm& operator=(const Alarm&) = delete;
-
-private:
-    struct sigaction before = {};
-};
-
-struct WriteOperation {
-    const char* name;
-    std::function<bool(GpioLine& line, std::int32_t level)> run;
-};
-
-const std::vector<WriteOperation> writeOperations = {
-    {"writeLevel", [](GpioLine& line, std::int32_t level) { return line.writeLevel(level); }},
-    {"writeLevelAndToggle",
-     [](GpioLine& line, std::int32_t level) { return line.writeLevelAndToggle(level); }},
-    {"pulse", [](GpioLine& line, std::int32_t level) { return line.pulse(level); }},
-    {"pulseFor", [](GpioLine& line, std::int32_t level) { return line.pulseFor(level, 100ms); }},
-    {"playSequence",
-     [](GpioLine& line, std::int32_t level) {
-         return line.playSequence(level, std::vector<nanoseconds>{100ms, 100ms});
-     }},
-};
-
 class GpioLineLevel : public GpioLineFixture {};
 
-TEST_F(GpioLineLevel, WritesOneByteForALevel)
+TEST_F(GpioLineLevel, IsReadFromTheFirstTwoBytes)
 {
     struct Row {
-        std::int32_t level;
-        const char* expectedBytes;
-        std::int32_t expectedValue;
+        const char* bytes;
+        std::int32_t expected;
     };
-    const std::vector<Row> rows = {{0, "0", 0},  {1, "1", 1},      {2, "1", 1},      {5, "1", 1},
-                                   {-1, "1", 1}, {lowest, "1", 1}, {highest, "1", 1}};
+    const std::vector<Row> rows = {{"1\n", 1}, {"0\n", 0}, {"x\n", 0},         {"10", 1},
+                                   {"01", 0},  {"\n1", 0}, {"1 and more", 1},  {"2\n", 0},
+                                   {"", -1},   {"1", -1},  {"0\n and more", 0}};
+    ASSERT_TRUE(line.init(17, -1));
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.level);
-        GpioLine line;
-        openOutput(line);
+        SCOPED_TRACE(testing::PrintToString(row.bytes));
+        for (const std::int32_t before : {0, 1}) {
+            writeFile(valueFile, before == 0 ? "0\n" : "1\n");
+            ASSERT_EQ(line.readValue(), before);
+            writeFile(valueFile, row.bytes);
 
-        EXPECT_TRUE(line.writeLevel(row.level));
-        EXPECT_EQ(readFile(valueFile), row.expectedBytes);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
+            EXPECT_EQ(line.readValue(), row.expected);
+            EXPECT_EQ(line.lastValue(), row.expected < 0 ? before : row.expected);
+            EXPECT_EQ(readFile(valueFile), row.bytes);
+        }
     }
 }
 
-TEST_F(GpioLineLevel, DoesNotRewindBeforeAWrite)
+// A FIFO has no start, and gives its bytes once.
+TEST_F(GpioLineLevel, IsReadByTwoBytesAtATime)
+{
+    fs::remove(valueFile);
+    ASSERT_EQ(mkfifo(valueFile.c_str(), 0600), 0);
+    const int writer = ::open(valueFile.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::write(writer, "0\n1\n", 4), 4);
+
+    EXPECT_TRUE(line.init(17, -1));
+    EXPECT_EQ(line.lastValue(), 0);
+    EXPECT_EQ(line.readValue(), 1);
+    ::close(writer);
+}
+
+// Nothing is repeated, not even after a signal.
+TEST_F(GpioLineLevel, IsNeitherReadNorWrittenAfterAnError)
+{
+    ASSERT_TRUE(line.init(17, 1));
+    EXPECT_EQ(effectsOf([this] { return line.init(17, 1); }), succeeds(1, 1));
+    for (const int error : {EINTR, EAGAIN, EIO, ENODEV, EPERM}) {
+        const std::string name = strerrorname_np(error);
+        SCOPED_TRACE(name);
+        line.close();
+        effectsOf([this] { return line.init(17, 1); });
+        effects.before = [error](const std::string& /*effect*/) { return error; };
+
+        EXPECT_EQ(effectsOf([this] { return line.readValue() != -1; }),
+                  "read gpio17/value: " + name + "\n" + fails(1, 1));
+        EXPECT_EQ(effectsOf([this] { return line.writeLevel(0); }),
+                  "write gpio17/value: " + name + "\n" + fails(0, 1));
+        effects.before = [](const std::string& /*effect*/) { return 0; };
+    }
+}
+
+TEST_F(GpioLineLevel, IsNotWrittenIfNoByteWas)
+{
+    openOutput();
+    effects.before = [](const std::string& /*effect*/) { return Effects::writesNothing; };
+
+    EXPECT_EQ(effectsOf([this] { return line.writeLevel(1); }), fails(1, 1));
+}
+
+TEST_F(GpioLineLevel, IsWrittenWhereTheLastAccessEnded)
 {
     writeFile(valueFile, "1\n");
-    GpioLine line;
     ASSERT_TRUE(line.init(17, 0));
     ASSERT_EQ(line.readValue(), 1);
 
     EXPECT_TRUE(line.writeLevel(0));
     EXPECT_TRUE(line.writeLevel(1));
     EXPECT_EQ(readFile(valueFile), "1\n01");
-    EXPECT_EQ(line.readValue(), 1);
-    EXPECT_TRUE(line.writeLevel(1));
-    EXPECT_EQ(readFile(valueFile), "1\n11");
 }
 
-TEST_F(GpioLineLevel, WritesALevelAndTogglesTheVariable)
-{
-    struct Row {
-        std::int32_t level;
-        const char* expectedBytes;
-        std::int32_t expectedLevel;
-        std::int32_t expectedValue;
-    };
-    const std::vector<Row> rows = {{0, "0", 1, 0}, {1, "1", 0, 1},  {2, "1", 1, 1},
-                                   {5, "1", 0, 1}, {-1, "1", 0, 1}, {-2, "1", 1, 1}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.level);
-        GpioLine line;
-        openOutput(line);
-        std::int32_t level = row.level;
+struct Levels {
+    std::int32_t level;
+    std::string written;    ///< by writeLevel
+    std::int32_t toggled;   ///< what writeLevelAndToggle leaves in the variable
+    std::string ofPulse;    ///< the two levels
+    std::int32_t inTheEnd;  ///< after a pulse
+};
 
-        EXPECT_TRUE(line.writeLevelAndToggle(level));
-        EXPECT_EQ(level, row.expectedLevel);
-        EXPECT_EQ(readFile(valueFile), row.expectedBytes);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
-    }
-}
-
-TEST_F(GpioLineLevel, LeavesTheVariableWhenTheLevelIsNotWritten)
-{
-    GpioLine line;
-    openRefusingOutput(line);
-    for (const std::int32_t before : {0, 1, 2, 5}) {
-        std::int32_t level = before;
-
-        EXPECT_FALSE(line.writeLevelAndToggle(level));
-        EXPECT_EQ(level, before);
-    }
-}
-
-TEST_F(GpioLineLevel, RemembersTheLevelThatCouldNotBeWritten)
-{
-    struct Row {
-        const char* name;
-        bool opened;
-    };
-    for (const Row& row : {Row{"never opened", false}, Row{"refusing", true}}) {
-        SCOPED_TRACE(row.name);
-        GpioLine line;
-        if (row.opened) {
-            openRefusingOutput(line);
-        }
-        for (const WriteOperation& operation : writeOperations) {
-            SCOPED_TRACE(operation.name);
-            for (const std::int32_t level : {1, 0, 2, 0, 5}) {
-                SCOPED_TRACE(level);
-
-                EXPECT_FALSE(operation.run(line, level));
-                EXPECT_EQ(line.lastValue(), level == 0 ? 0 : 1);
-            }
-        }
-        EXPECT_EQ(calls.sleeps.size(), 0U);
-    }
-}
-
-class GpioLinePulse : public GpioLineFixture {};
-
-// The second level is the complement of the lowest bit, so an even level other than 0 is high both
+// A pulse ends with the complement of the lowest bit, so an even level other than 0 is high both
 // times; that is intended.
-TEST_F(GpioLinePulse, WritesTheLevelAndTheComplementOfItsLowestBit)
+const std::vector<Levels> levels = {
+    {0, lowWritten, 1, lowWritten + highWritten, 1},
+    {1, highWritten, 0, highWritten + lowWritten, 0},
+    {2, highWritten, 1, highWritten + highWritten, 1},
+    {5, highWritten, 0, highWritten + lowWritten, 0},
+    {-1, highWritten, 0, highWritten + lowWritten, 0},
+    {-2, highWritten, 1, highWritten + highWritten, 1},
+    {lowest, highWritten, 1, highWritten + highWritten, 1},
+    {highest, highWritten, 0, highWritten + lowWritten, 0},
+};
+
+TEST_F(GpioLineLevel, IsWrittenAsOneByte)
 {
-    struct Row {
-        std::int32_t level;
-        const char* expectedBytes;
-        std::int32_t expectedValue;
-    };
-    const std::vector<Row> rows = {{0, "01", 1}, {1, "10", 0},  {2, "11", 1},
-                                   {5, "10", 0}, {-1, "10", 0}, {-2, "11", 1}};
-    for (const Row& row : rows) {
+    openOutput();
+    for (const Levels& row : levels) {
         SCOPED_TRACE(row.level);
-        {
-            GpioLine line;
-            openOutput(line);
-            EXPECT_TRUE(line.pulse(row.level));
-            EXPECT_EQ(readFile(valueFile), row.expectedBytes);
-            EXPECT_EQ(line.lastValue(), row.expectedValue);
-            EXPECT_EQ(calls.sleeps.size(), 0U);
+        const int value = row.level == 0 ? 0 : 1;
+        std::int32_t variable = row.level;
+
+        EXPECT_EQ(effectsOf([&] { return line.writeLevel(row.level); }),
+                  row.written + succeeds(value, 1));
+        EXPECT_EQ(effectsOf([&] { return line.writeLevelAndToggle(variable); }),
+                  row.written + succeeds(value, 1));
+        EXPECT_EQ(variable, row.toggled);
+    }
+}
+
+TEST_F(GpioLineLevel, IsPulsed)
+{
+    openOutput();
+    for (const Levels& row : levels) {
+        SCOPED_TRACE(row.level);
+        EXPECT_EQ(effectsOf([&] { return line.pulse(row.level); }),
+                  row.ofPulse + succeeds(row.inTheEnd, 1));
+        EXPECT_EQ(effectsOf([&] { return line.pulseFor(row.level, 0ns); }),
+                  row.ofPulse + succeeds(row.inTheEnd, 1));
+    }
+}
+
+using Operation = std::function<bool(GpioLine& line, std::int32_t& level)>;
+
+const std::vector<Operation> writers = {
+    [](GpioLine& line, std::int32_t& level) { return line.writeLevel(level); },
+    [](GpioLine& line, std::int32_t& level) { return line.writeLevelAndToggle(level); },
+    [](GpioLine& line, std::int32_t& level) { return line.pulse(level); },
+    [](GpioLine& line, std::int32_t& level) { return line.pulseFor(level, 1s); },
+    [](GpioLine& line, std::int32_t& level) {
+        return line.playSequence(level, std::vector<nanoseconds>{1s, 1s});
+    },
+};
+
+// Each operation ends there; the value is the level that was not written, and the variable stays.
+TEST_F(GpioLineLevel, IsRememberedIfItWasNotWritten)
+{
+    openOutput();
+    effects.before = [](const std::string& effect) {
+        return effect.starts_with("write ") ? EIO : 0;
+    };
+    GpioLine never;
+    for (std::size_t index = 0; index < writers.size(); ++index) {
+        for (const std::int32_t before : {0, 1, 2, 5}) {
+            SCOPED_TRACE(std::to_string(index) + " " + std::to_string(before));
+            std::int32_t level = before;
+
+            EXPECT_EQ(effectsOf([&] { return writers[index](line, level); }),
+                      "write gpio17/value: EIO\n" + fails(before == 0 ? 0 : 1, 1));
+            EXPECT_EQ(level, before);
+            EXPECT_FALSE(writers[index](never, level));
+            EXPECT_EQ(never.lastValue(), before == 0 ? 0 : 1);
         }
-        GpioLine line;
-        openOutput(line);
-        EXPECT_TRUE(line.pulseFor(row.level, 1ns));
-        EXPECT_EQ(readFile(valueFile), row.expectedBytes);
-        EXPECT_EQ(line.lastValue(), row.expectedValue);
-        calls.sleeps.clear();
     }
 }
 
-TEST_F(GpioLinePulse, LastsForAtLeastTheDuration)
+TEST_F(GpioLineLevel, IsThatOfTheSecondWriteOfAPulseIfThatFails)
 {
-    GpioLine line;
-    openOutput(line);
-    calls.sleep = [](const timespec* request, timespec* remaining) {
-        EXPECT_EQ(readFile(valueFile), "1");
-        return Calls::sleepAsAsked(request, remaining);
-    };
-    const auto start = steady_clock::now();
-
-    EXPECT_TRUE(line.pulseFor(1, 30ms));
-    EXPECT_EQ(steady_clock::now() - start, 30ms);
-    EXPECT_EQ(readFile(valueFile), "10");
-    EXPECT_EQ(calls.sleeps.size(), 1U);
-}
-
-TEST_F(GpioLinePulse, SplitsTheDuration)
-{
-    struct Row {
-        nanoseconds duration;
-        std::time_t expectedSeconds;
-        long expectedNanoseconds;
-    };
-    const std::vector<Row> rows = {
-        {1ns, 0, 1},
-        {999'999'999ns, 0, 999'999'999},
-        {1s, 1, 0},
-        {1s + 1ns, 1, 1},
-        {90s + 5ms, 90, 5'000'000},
-        {nanoseconds::max(), 9'223'372'036, 854'775'807},
-    };
-    calls.sleep = [](const timespec* /*request*/, timespec* /*remaining*/) { return 0; };
-    GpioLine line;
-    openOutput(line);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.duration.count());
-        calls.sleeps.clear();
-
-        EXPECT_TRUE(line.pulseFor(1, row.duration));
-        ASSERT_EQ(calls.sleeps.size(), 1U);
-        EXPECT_EQ(calls.sleeps[0].tv_sec, row.expectedSeconds);
-        EXPECT_EQ(calls.sleeps[0].tv_nsec, row.expectedNanoseconds);
-    }
-}
-
-TEST_F(GpioLinePulse, DoesNotWaitForADurationOf0OrLess)
-{
-    for (const nanoseconds duration : {nanoseconds(0), nanoseconds(-1), nanoseconds(-90s)}) {
-        SCOPED_TRACE(duration.count());
-        GpioLine line;
-        openOutput(line);
-
-        EXPECT_TRUE(line.pulseFor(1, duration));
-        EXPECT_EQ(readFile(valueFile), "10");
-        EXPECT_EQ(calls.sleeps.size(), 0U);
-    }
-}
-
-TEST_F(GpioLinePulse, SleepsForTheRemainingTimeAfterASignal)
-{
-    GpioLine line;
-    openOutput(line);
-    calls.sleep = interrupted({7ns});
-
-    EXPECT_TRUE(line.pulseFor(1, 90s));
-    ASSERT_EQ(calls.sleeps.size(), 2U);
-    EXPECT_EQ(durationOf(calls.sleeps[0]), 90s);
-    EXPECT_EQ(durationOf(calls.sleeps[1]), 7ns);
-    EXPECT_EQ(readFile(valueFile), "10");
-}
-
-// A successful call need not change errno (errno(3)).
-TEST_F(GpioLinePulse, SleepsOnceWhenAnEarlierCallWasInterrupted)
-{
-    GpioLine line;
-    openOutput(line);
-    calls.sleep = [this](const timespec* /*request*/, timespec* /*remaining*/) {
-        errno = calls.sleeps.size() == 1 ? EINTR : 0;
-        return 0;
-    };
-
-    EXPECT_TRUE(line.pulseFor(1, 90s));
-    EXPECT_EQ(calls.sleeps.size(), 1U);
-}
-
-TEST_F(GpioLinePulse, EndsEarlyIfTheSleepFails)
-{
-    GpioLine line;
-    openOutput(line);
-    calls.sleep = [](const timespec* /*request*/, timespec* /*remaining*/) {
-        errno = EINVAL;
-        return -1;
-    };
-
-    EXPECT_TRUE(line.pulseFor(1, 90s));
-    EXPECT_EQ(calls.sleeps.size(), 1U);
-    EXPECT_EQ(readFile(valueFile), "10");
-    EXPECT_EQ(line.lastValue(), 0);
-}
-
-TEST_F(GpioLinePulse, SleepsItsFullTimeThroughASignal)
-{
-    calls.realTime = true;
-    {
-        GpioLine line;
-        openOutput(line);
-        const auto start = steady_clock::now();
-        const Alarm alarm(10ms);
-        EXPECT_TRUE(line.pulseFor(1, 50ms));
-        EXPECT_GE(steady_clock::now() - start, 50ms);
-        EXPECT_EQ(alarms, 1);
-    }
-    GpioLine line;
-    openOutput(line);
-    const auto start = system_clock::now();
-    const Alarm alarm(10ms);
-    EXPECT_TRUE(line.playSequence(1, std::vector<nanoseconds>{30ms, 20ms}));
-    EXPECT_GE(system_clock::now() - start, 50ms);
-    EXPECT_EQ(alarms, 1);
-}
-
-TEST_F(GpioLinePulse, FailsIfTheSecondLevelIsNotWritten)
-{
-    for (const nanoseconds duration : {nanoseconds(0), nanoseconds(1)}) {
-        SCOPED_TRACE(duration.count());
+    openOutput();
+    for (const nanoseconds duration : {0ns, 1ns}) {
         for (const std::int32_t level : {0, 1}) {
             SCOPED_TRACE(level);
-            GpioLine line;
-            openOutput(line);
-            {
-                const FileSizeLimit limit(1);
-                EXPECT_FALSE(duration == 0ns ? line.pulse(level) : line.pulseFor(level, duration));
-            }
-            EXPECT_EQ(readFile(valueFile), std::to_string(level));
+            effects.before = [count = 0](const std::string& effect) mutable {
+                return effect.starts_with("write ") && ++count == 2 ? EIO : 0;
+            };
+            EXPECT_FALSE(effectsOf([&] { return line.pulseFor(level, duration); }).find("true") !=
+                         std::string::npos);
             EXPECT_EQ(line.lastValue(), 1 - level);
         }
     }

@@ -4,16 +4,37 @@
 #include "tests/unit/gpio/GpioLineFixture.h"
 
 #include <fcntl.h>
-#include <sys/inotify.h>
-#include <unistd.h>
 
-#include <array>
-#include <csignal>
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/appliance/Files.h"
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::string lastLine(const char* result, int value, int mode)
+{
+    return std::string(result) + ", value " + std::to_string(value) + ", mode " +
+           std::to_string(mode) + "\n";
+}
+
+}  // namespace
+
+std::string directionWritten(const std::string& word)
+{
+    return "empty gpio17/direction\nwrite gpio17/direction \"" + word + "\"\n";
+}
+
+std::string times(int count, const std::string& text)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
 
 bool isOpen(int descriptor)
 {
@@ -26,43 +47,8 @@ void replaceByDirectory(const std::string& path)
     fs::create_directory(path);
 }
 
-FileSizeLimit::FileSizeLimit(rlim_t bytes) : handlerBefore(std::signal(SIGXFSZ, SIG_IGN))
-{
-    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit limit{bytes, before.rlim_max};
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-}
-
-FileSizeLimit::~FileSizeLimit()
-{
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handlerBefore);
-}
-
-Watch::Watch(const std::vector<std::string>& directories) : fd(inotify_init1(IN_NONBLOCK))
-{
-    for (const std::string& directory : directories) {
-        EXPECT_GE(inotify_add_watch(fd, directory.c_str(), IN_ALL_EVENTS), 0);
-    }
-}
-
-Watch::~Watch()
-{
-    close(fd);
-}
-
-bool Watch::sawAccess() const
-{
-    alignas(inotify_event) std::array<char, 4096> events;
-    return read(fd, events.data(), events.size()) > 0;
-}
-
 GpioLineFixture::GpioLineFixture()
 {
-    // A line behaves differently with descriptor 0, so no line may get it by chance.
-    if (!isOpen(STDIN_FILENO)) {
-        EXPECT_EQ(::open("/dev/null", O_RDONLY), STDIN_FILENO);
-    }
     emptyDirectory(root);
     writeFile(root + "export", "");
     writeFile(root + "unexport", "");
@@ -77,15 +63,38 @@ void GpioLineFixture::makeLine(std::int32_t number, const std::string& value)
     writeFile(directory + "/direction", "in\n");
 }
 
-void GpioLineFixture::openOutput(GpioLine& line)
+void GpioLineFixture::openOutput()
 {
+    line.close();
     writeFile(valueFile, "");
-    ASSERT_TRUE(line.init(17, 0));
+    effects.record([this] { ASSERT_TRUE(line.init(17, GpioLine::requestLow)); });
 }
 
-void GpioLineFixture::openRefusingOutput(GpioLine& line)
+std::string GpioLineFixture::effectsOf(const std::function<bool()>& operation)
 {
-    fs::remove(valueFile);
-    fs::create_symlink("/dev/full", valueFile);
-    ASSERT_TRUE(line.init(17, 0));
+    bool result = false;
+    std::string text = effects.record([&] { result = operation(); });
+    for (std::size_t at = 0; (at = text.find(root, at)) != std::string::npos;) {
+        text.erase(at, root.size());
+    }
+    return text + (result ? succeeds(line.lastValue(), line.currentMode())
+                          : fails(line.lastValue(), line.currentMode()));
+}
+
+std::string GpioLineFixture::succeeds(int value, int mode)
+{
+    return lastLine("true", value, mode);
+}
+
+std::string GpioLineFixture::fails(int value, int mode)
+{
+    return lastLine("false", value, mode);
+}
+
+int GpioLineFixture::descriptor() const
+{
+    const auto last =
+        std::find_if(effects.openings.rbegin(), effects.openings.rend(),
+                     [](const auto& opening) { return opening.path.ends_with("/value"); });
+    return last == effects.openings.rend() ? -1 : last->descriptor;
 }

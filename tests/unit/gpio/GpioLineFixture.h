@@ -4,15 +4,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "gpio/GpioLine.h"
-#include "tests/unit/gpio/KernelCalls.h"
+#include "tests/unit/effects/Effects.h"
 
 constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
@@ -22,37 +21,31 @@ inline const std::string lineDirectory = root + "gpio17";
 inline const std::string valueFile = lineDirectory + "/value";
 inline const std::string directionFile = lineDirectory + "/direction";
 
+// Effects on line 17, as effectsOf returns them.
+
+inline const std::string present = "look for gpio17\n";
+inline const std::string exported = "look for gpio17: ENOENT\n"
+                                    "look for export\n"
+                                    "write export \"17\"\n";
+inline const std::string opened = "wait 0.020000000\n"
+                                  "look for gpio17/value\n";
+inline const std::string notOpened = "wait 0.020000000\n"
+                                     "look for gpio17/value: ENOENT\n";
+inline const std::string lowRead = "read gpio17/value \"0\\n\"\n";
+inline const std::string lowWritten = "write gpio17/value \"0\"\n";
+inline const std::string highWritten = "write gpio17/value \"1\"\n";
+
+/// The direction, which is not empty, is replaced by a word.
+std::string directionWritten(const std::string& word);
+
+inline const std::string madeInput = directionWritten("in") + lowRead;
+
+std::string times(int count, const std::string& text);
+
 bool isOpen(int descriptor);
 
 /// Replaces the file by a directory, which cannot be opened for writing.
 void replaceByDirectory(const std::string& path);
-
-/// Until destroyed, limits the size of the files that this process writes (setrlimit(2)).
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes);
-    ~FileSizeLimit();
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*handlerBefore)(int);
-    rlimit before{};
-};
-
-/// Detects any access to the files in some directories (inotify(7)).
-class Watch {
-public:
-    explicit Watch(const std::vector<std::string>& directories);
-    ~Watch();
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-
-    [[nodiscard]] bool sawAccess() const;
-
-private:
-    int fd;
-};
 
 /// Plain files in place of the kernel's, with line 17 exported as an input at level 0. Each suite
 /// derives from it and is named after what it tests of a GpioLine.
@@ -62,12 +55,23 @@ protected:
 
     static void makeLine(std::int32_t number, const std::string& value = "0\n");
 
-    /// Opens line 17 as an output whose value file is empty, so that it then holds only the levels
-    /// that are written.
-    static void openOutput(GpioLine& line);
+    /// Opens line 17 as an output at level 0 whose value file is empty, so that it then holds only
+    /// the levels that are written.
+    void openOutput();
 
-    /// Opens line 17 as an output that refuses every level.
-    static void openRefusingOutput(GpioLine& line);
+    /// Returns the effects of an operation, with paths relative to the root, and as the last line
+    /// its result and the state of the line.
+    std::string effectsOf(const std::function<bool()>& operation);
 
-    KernelCalls calls;
+    /// The last line for the result true.
+    static std::string succeeds(int value, int mode);
+
+    /// The last line for the result false.
+    static std::string fails(int value, int mode);
+
+    /// The descriptor of the value file that was opened last.
+    [[nodiscard]] int descriptor() const;
+
+    Effects effects;
+    GpioLine line;
 };

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,6 +16,8 @@
 #include "tests/appliance/Files.h"
 #include "tests/appliance/StandardInputClosed.h"
 #include "tests/unit/gpio/GpioLineFixture.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -35,155 +38,130 @@ public:
     std::function<void()> whenClosed = [] {};
 };
 
-/// Never closes its descriptor.
-class KeepingLine : public GpioLine {
-public:
-    void close() override {}
+const std::string unexported = "look for unexport\nwrite unexport \"17\"\n";
+
+class GpioLineLifecycle : public GpioLineFixture {
+protected:
+    /// Opens a line, as an output or as an input.
+    void open(GpioLine& handle, std::int32_t request, std::int32_t number = 17)
+    {
+        effects.record([&] { ASSERT_TRUE(handle.init(number, request)); });
+    }
+
+    std::string effectsOfClose()
+    {
+        return effectsOf([this] {
+            line.close();
+            return true;
+        });
+    }
+
+    std::string effectsOfRelease()
+    {
+        return effectsOf([this] {
+            line.release();
+            return true;
+        });
+    }
 };
 
-class GpioLineLifecycle : public GpioLineFixture {};
-
-// Construction and destruction
-
-TEST_F(GpioLineLifecycle, IsMadeWithoutALineAndWithoutTouchingAFile)
+TEST_F(GpioLineLifecycle, BeginsWithoutALineAndWithoutAnEffect)
 {
-    const Watch watch({root, lineDirectory});
-    {
-        const GpioLine line;
-        EXPECT_EQ(line.lastValue(), 0);
-        EXPECT_EQ(line.currentMode(), 0);
-    }
-    EXPECT_FALSE(watch.sawAccess());
+    EXPECT_EQ(effects.record([] { const GpioLine never; }), "");
+    EXPECT_EQ(line.lastValue(), 0);
+    EXPECT_EQ(line.currentMode(), 0);
+    EXPECT_EQ(line.readValue(), -1);
+    EXPECT_EQ(effectsOfClose(), succeeds(0, 0));
+    EXPECT_EQ(effectsOfRelease(), succeeds(0, 0));
 }
 
-TEST_F(GpioLineLifecycle, ClosesTheValueFileWhenDestroyedAndLeavesTheLineAsItIs)
+TEST_F(GpioLineLifecycle, EndsWithTheValueFileClosedAndTheLineAsItIs)
 {
-    {
-        const std::unique_ptr<GpioLine> line = std::make_unique<CountingLine>();
-        ASSERT_TRUE(line->init(17, 1));
-        ASSERT_TRUE(isOpen(calls.descriptor));
-    }
-    EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(readFile(root + "unexport"), "");
+    auto handle = std::make_unique<CountingLine>();
+    open(*handle, 1);
+    ASSERT_TRUE(isOpen(descriptor()));
+
+    EXPECT_EQ(effects.record([&] { handle.reset(); }), "");
+    EXPECT_FALSE(isOpen(descriptor()));
     EXPECT_EQ(readFile(directionFile), "high");
 }
 
 // From one line to the next
 
-TEST_F(GpioLineLifecycle, ReturnsAtOnceWhenTheLineIsOpenAlready)
+TEST_F(GpioLineLifecycle, StaysAsItIsWhenTheOpenLineIsInitialised)
 {
-    writeFile(valueFile, "1\n");
-    CountingLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    const int descriptor = calls.descriptor;
-    line.closes = 0;
-    const Watch watch({root, lineDirectory});
+    CountingLine handle;
+    open(handle, -1);
+    handle.closes = 0;
 
-    EXPECT_TRUE(line.init(17, 0));
-    EXPECT_FALSE(watch.sawAccess());
-    EXPECT_EQ(calls.openFlags.size(), 1U);
-    EXPECT_EQ(line.closes, 0);
-    EXPECT_TRUE(isOpen(descriptor));
-    EXPECT_EQ(line.currentMode(), -1);
-    EXPECT_EQ(line.lastValue(), 1);
-    EXPECT_EQ(readFile(directionFile), "in");
+    EXPECT_EQ(effects.record([&] { EXPECT_TRUE(handle.init(17, 0)); }), "");
+    EXPECT_EQ(handle.closes, 0);
+    EXPECT_EQ(handle.currentMode(), -1);
+    EXPECT_TRUE(isOpen(descriptor()));
 }
 
-TEST_F(GpioLineLifecycle, ClosesTheLineThatWasOpenBeforeItOpensAnother)
+TEST_F(GpioLineLifecycle, ClosesOneLineBeforeItOpensAnother)
 {
     makeLine(18, "1\n");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    const int before = calls.descriptor;
-    calls.beforeOpen = [before](std::size_t /*attempt*/) { EXPECT_FALSE(isOpen(before)); };
+    for (const std::int32_t number : {18, 17, 18}) {
+        SCOPED_TRACE(number);
+        open(line, 0, number == 18 ? 17 : 18);
+        const int before = descriptor();
+        effects.before = [before](const std::string& effect) {
+            if (effect.starts_with("look for ")) {
+                EXPECT_FALSE(isOpen(before));
+            }
+            return 0;
+        };
 
-    EXPECT_TRUE(line.init(18, -1));
-    EXPECT_EQ(line.readValue(), 1);
-    EXPECT_EQ(line.currentMode(), -1);
-    EXPECT_EQ(readFile(root + "gpio18/direction"), "in");
-    EXPECT_EQ(readFile(directionFile), "low");
+        EXPECT_NE(effectsOf([&] { return line.init(number, 1); }).find(succeeds(1, 1)),
+                  std::string::npos);
+        EXPECT_EQ(line.readValue(), number == 18 ? 1 : 0);
+    }
     EXPECT_EQ(readFile(root + "unexport"), "");
-}
-
-TEST_F(GpioLineLifecycle, ClosesALineAlsoForOneOfALowerNumber)
-{
-    makeLine(18, "1\n");
-    GpioLine line;
-    ASSERT_TRUE(line.init(18, -1));
-
-    EXPECT_TRUE(line.init(17, -1));
-    EXPECT_EQ(line.readValue(), 0);
-    EXPECT_EQ(calls.openFlags.size(), 2U);
 }
 
 TEST_F(GpioLineLifecycle, HasNoLineAfterAnotherOneFailed)
 {
     replaceByDirectory(root + "export");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    const int before = calls.descriptor;
+    open(line, 0);
 
     EXPECT_FALSE(line.init(18, -1));
-    EXPECT_FALSE(isOpen(before));
-    EXPECT_EQ(line.currentMode(), 0);
+    EXPECT_FALSE(isOpen(descriptor()));
     EXPECT_EQ(line.readValue(), -1);
-    line.release();
-    EXPECT_EQ(readFile(root + "unexport"), "");
+    EXPECT_EQ(effectsOfRelease(), succeeds(0, 0));
 }
 
-TEST_F(GpioLineLifecycle, OpensALineAgainAfterItWasClosed)
+// A line that could not be set up is not this object's: release unexports nothing.
+TEST_F(GpioLineLifecycle, HasNoLineAfterTheDirectionFailed)
 {
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    line.close();
-
-    EXPECT_TRUE(line.init(17, 1));
-    EXPECT_EQ(calls.openFlags.size(), 2U);
-    EXPECT_EQ(readFile(directionFile), "high");
-}
-
-TEST_F(GpioLineLifecycle, ClosesTheValueFileWhenTheDirectionFails)
-{
+    replaceByDirectory(directionFile);
     for (const std::int32_t request : {-1, 0, 1, 2}) {
         SCOPED_TRACE(request);
-        replaceByDirectory(directionFile);
-        CountingLine line;
+        CountingLine handle;
+        effects.record([&] { EXPECT_FALSE(handle.init(17, request)); });
 
-        EXPECT_FALSE(line.init(17, request));
-        EXPECT_FALSE(isOpen(calls.descriptor));
-        EXPECT_EQ(line.closes, 2);
-        EXPECT_EQ(line.currentMode(), 0);
-        EXPECT_EQ(line.lastValue(), 0);
-        EXPECT_EQ(line.readValue(), -1);
+        EXPECT_FALSE(isOpen(descriptor()));
+        EXPECT_EQ(handle.closes, 2);
+        EXPECT_EQ(handle.currentMode(), 0);
+        EXPECT_EQ(handle.lastValue(), 0);
+        EXPECT_EQ(handle.readValue(), -1);
+        EXPECT_EQ(effects.record([&] { handle.release(); }), "");
     }
-}
-
-TEST_F(GpioLineLifecycle, ClosesThroughADerivedClassInInit)
-{
-    makeLine(18);
-    KeepingLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    const int kept = calls.descriptor;
-
-    EXPECT_TRUE(line.init(18, 0));
-    EXPECT_TRUE(isOpen(kept));
-    ASSERT_EQ(::close(kept), 0);
 }
 
 // A line that was never opened has the number -1 too; only the descriptor differs.
 TEST_F(GpioLineLifecycle, DoesNotTakeLineMinusOneForOpen)
 {
     makeLine(-1, "1\n");
-    CountingLine line;
+    CountingLine handle;
+    open(handle, -1, -1);
 
-    EXPECT_TRUE(line.init(-1, -1));
-    EXPECT_EQ(line.closes, 1);
-    EXPECT_EQ(line.readValue(), 1);
-    EXPECT_TRUE(line.init(-1, 0));
-    EXPECT_EQ(calls.openFlags.size(), 1U);
-    line.release();
-    EXPECT_EQ(readFile(root + "unexport"), "");
-    EXPECT_EQ(line.closes, 2);
+    EXPECT_EQ(handle.closes, 1);
+    EXPECT_EQ(handle.readValue(), 1);
+    EXPECT_EQ(effects.record([&] { EXPECT_TRUE(handle.init(-1, 0)); }), "");
+    EXPECT_EQ(effects.record([&] { handle.release(); }), "");
+    EXPECT_EQ(handle.closes, 2);
 }
 
 // close and release
@@ -191,184 +169,131 @@ TEST_F(GpioLineLifecycle, DoesNotTakeLineMinusOneForOpen)
 TEST_F(GpioLineLifecycle, ForgetsTheLineWhenClosed)
 {
     writeFile(valueFile, "1\n");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
+    open(line, -1);
 
-    line.close();
-    EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.currentMode(), 0);
-    EXPECT_EQ(line.lastValue(), 1);
+    EXPECT_EQ(effectsOfClose(), succeeds(1, 0));
+    EXPECT_FALSE(isOpen(descriptor()));
     EXPECT_EQ(line.readValue(), -1);
-    EXPECT_EQ(readFile(root + "unexport"), "");
+    EXPECT_EQ(effectsOfRelease(), succeeds(1, 0));
+    EXPECT_EQ(effectsOf([this] { return line.init(17, 1); }),
+              present + opened + directionWritten("high") + succeeds(1, 1));
 }
 
-TEST_F(GpioLineLifecycle, ForgetsTheDescriptorWhenClosed)
+// Whoever opens a file gets the number that was closed, which may be 0.
+TEST_F(GpioLineLifecycle, LeavesADescriptorAloneThatItNoLongerHas)
 {
-    int reused = -1;
+    open(line, -1);
+    const int before = descriptor();
+    line.close();
     {
-        GpioLine line;
-        ASSERT_TRUE(line.init(17, -1));
-        const int before = calls.descriptor;
-        line.close();
-        reused = ::open(directionFile.c_str(), O_RDONLY);
+        const int reused = ::open(valueFile.c_str(), O_RDWR);
         ASSERT_EQ(reused, before);
-
-        EXPECT_EQ(line.readValue(), -1);
+        EXPECT_FALSE(line.writeLevel(1));
         line.close();
         EXPECT_TRUE(isOpen(reused));
+        ::close(reused);
     }
-    EXPECT_TRUE(isOpen(reused));
-    ::close(reused);
-}
-
-TEST_F(GpioLineLifecycle, DoesNotTakeDescriptorZeroForItsOwnOnceClosed)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    line.close();
     const StandardInputClosed freed;
-    writeFile(valueFile, "1\n");
     ASSERT_EQ(::open(valueFile.c_str(), O_RDWR), 0);
-
     EXPECT_EQ(line.readValue(), -1);
-    EXPECT_FALSE(line.writeLevel(0));
-    EXPECT_EQ(readFile(valueFile), "1\n");
+    EXPECT_FALSE(line.writeLevel(1));
 }
 
-TEST_F(GpioLineLifecycle, MayBeClosedWithoutALine)
+TEST_F(GpioLineLifecycle, ForgetsALineWhoseDescriptorCannotBeClosed)
 {
-    GpioLine line;
+    open(line, -1);
+    ::close(descriptor());
 
-    line.close();
-    line.close();
-    EXPECT_EQ(line.currentMode(), 0);
-    EXPECT_TRUE(line.init(17, -1));
+    EXPECT_EQ(effectsOfClose(), succeeds(0, 0));
+    EXPECT_EQ(effectsOfRelease(), succeeds(0, 0));
 }
 
-TEST_F(GpioLineLifecycle, UnexportsTheLineAndThenClosesItWhenReleased)
+TEST_F(GpioLineLifecycle, UnexportsALineOnceAndThenClosesItWhenReleased)
 {
-    writeFile(root + "unexport", "earlier contents");
-    CountingLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    line.closes = 0;
-    line.whenClosed = [this] {
+    CountingLine handle;
+    open(handle, 0);
+    handle.closes = 0;
+    handle.whenClosed = [this] {
         EXPECT_EQ(readFile(root + "unexport"), "17");
-        EXPECT_TRUE(isOpen(calls.descriptor));
+        EXPECT_TRUE(isOpen(descriptor()));
     };
 
-    line.release();
-    EXPECT_EQ(line.closes, 1);
-    EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.currentMode(), 0);
-    EXPECT_EQ(readFile(root + "unexport"), "17");
+    handle.release();
+    handle.whenClosed = [] {};
+    EXPECT_EQ(handle.closes, 1);
+    EXPECT_FALSE(isOpen(descriptor()));
+    EXPECT_EQ(handle.currentMode(), 0);
+    EXPECT_EQ(effects.record([&] { handle.release(); }), "");
+    EXPECT_EQ(handle.closes, 2);
 }
 
 TEST_F(GpioLineLifecycle, UnexportsLineZeroToo)
 {
     makeLine(0);
-    GpioLine line;
-    ASSERT_TRUE(line.init(0, 0));
+    open(line, 0, 0);
 
-    line.release();
-    EXPECT_EQ(readFile(root + "unexport"), "0");
-}
-
-TEST_F(GpioLineLifecycle, ClosesOnlyWhenReleasedWithoutALine)
-{
-    CountingLine line;
-
-    line.release();
-    EXPECT_EQ(line.closes, 1);
-    EXPECT_EQ(readFile(root + "unexport"), "");
-}
-
-TEST_F(GpioLineLifecycle, UnexportsOnceWhenReleasedTwice)
-{
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    line.release();
-    writeFile(root + "unexport", "");
-
-    line.release();
-    EXPECT_EQ(readFile(root + "unexport"), "");
+    EXPECT_EQ(effectsOfRelease(), "look for unexport\nwrite unexport \"0\"\n" + succeeds(0, 0));
 }
 
 TEST_F(GpioLineLifecycle, ClosesTheLineWhenItCannotBeUnexported)
 {
     replaceByDirectory(root + "unexport");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
+    open(line, 0);
 
-    line.release();
-    EXPECT_FALSE(isOpen(calls.descriptor));
-    EXPECT_EQ(line.currentMode(), 0);
+    EXPECT_EQ(effectsOfRelease(), "look for unexport: EISDIR\n" + succeeds(0, 0));
+    EXPECT_FALSE(isOpen(descriptor()));
 }
 
 // Descriptor 0, which is never closed; that is intended.
 
-TEST_F(GpioLineLifecycle, IsNotClosedWhenItsDescriptorIsZero)
+TEST_F(GpioLineLifecycle, StaysOpenOnDescriptorZero)
 {
     const StandardInputClosed freed;
-    writeFile(valueFile, "1\n");
     {
-        GpioLine line;
-        ASSERT_TRUE(line.init(17, -1));
-        ASSERT_EQ(calls.descriptor, 0);
+        GpioLine zero;
+        open(zero, 1);
+        ASSERT_EQ(descriptor(), 0);
 
-        line.close();
-        EXPECT_TRUE(isOpen(0));
-        EXPECT_EQ(line.currentMode(), -1);
-        EXPECT_EQ(line.readValue(), 1);
-        EXPECT_TRUE(line.init(17, 0));
-        EXPECT_EQ(calls.openFlags.size(), 1U);
-        EXPECT_EQ(line.currentMode(), -1);
+        zero.close();
+        EXPECT_EQ(zero.currentMode(), 1);
+        EXPECT_EQ(zero.readValue(), 0);
+        EXPECT_EQ(effects.record([&] { EXPECT_TRUE(zero.init(17, -1)); }), "");
+        EXPECT_NE(effects.record([&] { zero.release(); }), "");
+        EXPECT_EQ(zero.currentMode(), 1);
     }
     EXPECT_TRUE(isOpen(0));
 }
 
-TEST_F(GpioLineLifecycle, UnexportsAndKeepsTheLineWhenReleasedWithDescriptorZero)
-{
-    const StandardInputClosed freed;
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, 0));
-    ASSERT_EQ(calls.descriptor, 0);
-
-    line.release();
-    EXPECT_EQ(readFile(root + "unexport"), "17");
-    EXPECT_TRUE(isOpen(0));
-    EXPECT_EQ(line.currentMode(), 1);
-}
-
-TEST_F(GpioLineLifecycle, GoesOnToAnotherLineWhenItsDescriptorIsZero)
+TEST_F(GpioLineLifecycle, GoesOnFromDescriptorZeroToAnotherLine)
 {
     const StandardInputClosed freed;
     makeLine(18, "1\n");
-    {
-        GpioLine line;
-        ASSERT_TRUE(line.init(17, 0));
-        ASSERT_EQ(calls.descriptor, 0);
+    GpioLine zero;
+    open(zero, -1);
+    ASSERT_EQ(descriptor(), 0);
+    replaceByDirectory(root + "export");
 
-        EXPECT_TRUE(line.init(18, -1));
-        EXPECT_GT(calls.descriptor, 0);
-        EXPECT_TRUE(isOpen(0));
-        EXPECT_EQ(line.readValue(), 1);
-    }
+    EXPECT_FALSE(zero.init(19, 0));
+    EXPECT_EQ(zero.currentMode(), -1);
+    EXPECT_EQ(zero.readValue(), 0);
+    open(zero, 0, 18);
+    EXPECT_GT(descriptor(), 0);
     EXPECT_TRUE(isOpen(0));
-    EXPECT_FALSE(isOpen(calls.descriptor));
+    EXPECT_EQ(zero.readValue(), 1);
 }
 
-TEST_F(GpioLineLifecycle, KeepsTheLineOfDescriptorZeroWhenAnotherOneFails)
+// The descriptor that is not closed is not forgotten either; the mode is set after the direction.
+TEST_F(GpioLineLifecycle, StaysOpenOnDescriptorZeroAfterADirectionThatFails)
 {
+    replaceByDirectory(directionFile);
     const StandardInputClosed freed;
-    replaceByDirectory(root + "export");
-    writeFile(valueFile, "1\n");
-    GpioLine line;
-    ASSERT_TRUE(line.init(17, -1));
-    ASSERT_EQ(calls.descriptor, 0);
+    GpioLine zero;
+    effects.record([&] { EXPECT_FALSE(zero.init(17, 1)); });
 
-    EXPECT_FALSE(line.init(18, 0));
-    EXPECT_EQ(line.currentMode(), -1);
-    EXPECT_EQ(line.readValue(), 1);
+    EXPECT_EQ(descriptor(), 0);
+    EXPECT_EQ(zero.currentMode(), 0);
+    EXPECT_TRUE(zero.disableEdge());
+    EXPECT_EQ(readFile(lineDirectory + "/edge"), "none");
 }
 
 }  // namespace

@@ -226,13 +226,6 @@ TEST_F(ConsoleSinkOutput, EndsTheLineOnce)
     }
 }
 
-TEST_F(ConsoleSinkOutput, WritesALongTextWhole)
-{
-    const std::string text(100'000, 'x');
-
-    EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
-}
-
 TEST_F(ConsoleSinkOutput, LeavesTheFormattingOfTheConsole)
 {
     for (const std::int32_t format : {textOnly, levelOnly, dayAndTime, dateAndTime}) {
@@ -268,14 +261,6 @@ TEST_F(ConsoleSinkOutput, WritesTheTimeInNoLocale)
     unsetenv("LOCPATH");
 
     EXPECT_EQ(console.str(), "2020-01-16 09:05:03.042 ERROR: text\n");
-}
-
-TEST_F(ConsoleSinkOutput, WritesNulBytes)
-{
-    const std::string text("one\0two", 7);
-
-    EXPECT_EQ(shown(textOnly, text), text + "\n");
-    EXPECT_EQ(shown(levelOnly, text), "ERROR: " + text + "\n");
 }
 
 TEST_F(ConsoleSinkOutput, WritesARecordAfterTheOther)

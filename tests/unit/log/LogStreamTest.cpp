@@ -8,378 +8,317 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <ctime>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <iomanip>
+#include <memory>
 #include <ostream>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <system_error>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "log/SyslogSink.h"
 #include "tests/appliance/Files.h"
 #include "tests/appliance/SystemLog.h"
+#include "tests/unit/effects/Effects.h"
 
 namespace fs = std::filesystem;
 
+// The streams, on a console of the test's own and on the system log of the C library.
 namespace {
-
-using Records = std::vector<LogRecord>;
-using std::chrono::milliseconds;
-using std::chrono::system_clock;
 
 static_assert(std::is_base_of_v<std::ostream, ErrorLog> &&
               std::is_base_of_v<std::ostream, InfoLog>);
-static_assert(std::is_abstract_v<LogStream>);
+static_assert(std::is_abstract_v<LogStream> && std::has_virtual_destructor_v<SyslogSink>);
 static_assert(!std::is_copy_constructible_v<ErrorLog> && !std::is_copy_constructible_v<InfoLog>);
+
+using namespace std::chrono_literals;
+using Records = std::vector<LogRecord>;
 
 constexpr char name[] = "switch-querier";
 
-class LogStreamOutput : public testing::Test {
-protected:
-    /// Returns and clears the output on the console.
-    std::string shown()
+/// The output on the console at each flush, and the records of the system log, in order: "console
+/// TEXT" and "log LEVEL IDENTITY: TEXT".
+class Outputs : public std::streambuf {
+public:
+    std::vector<std::string> all()
     {
-        std::string text = console.str();
-        console.str("");
-        return text;
+        drain();
+        if (!text.empty()) {
+            events.push_back("never flushed " + text);
+        }
+        return events;
     }
 
+    SystemLog systemLog;
+
+protected:
+    int_type overflow(int_type byte) override
+    {
+        text += traits_type::to_char_type(byte);
+        return traits_type::not_eof(byte);
+    }
+
+    std::streamsize xsputn(const char* bytes, std::streamsize count) override
+    {
+        text.append(bytes, static_cast<std::size_t>(count));
+        return count;
+    }
+
+    int sync() override
+    {
+        drain();
+        events.push_back("console " + text);
+        text.clear();
+        return 0;
+    }
+
+private:
+    void drain()
+    {
+        for (const LogRecord& record : systemLog.drain()) {
+            events.push_back("log " + std::to_string(record.level) + " " + record.identity + ": " +
+                             record.text);
+        }
+    }
+
+    std::vector<std::string> events;
+    std::string text;
+};
+
+struct Row {
+    const char* name;
+    std::function<void(std::ostream& errors, InfoLog& infos)> use;
+    std::vector<std::string> expected;
+};
+
+void PrintTo(const Row& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class LogStreamOutput : public testing::TestWithParam<Row> {};
+
+TEST_P(LogStreamOutput, ReachesTheConsoleAndThenTheSystemLog)
+{
+    Outputs outputs;
+    std::ostream console(&outputs);
+    {
+        ErrorLog errors(name, &console, levelOnly);
+        InfoLog infos(name, &console, textOnly);
+        EXPECT_TRUE(errors.good() && infos.good());
+        GetParam().use(errors, infos);
+        EXPECT_TRUE(errors.good() && infos.good());
+    }
+
+    EXPECT_EQ(outputs.all(), GetParam().expected);
+}
+
+const std::string longText(20'000, 'x');
+
+const Row rows[] = {
+    {"Error",
+     [](auto& errors, auto&) { errors << "Cannot read" << std::endl; },
+     {"console ERROR: Cannot read\n", "log 3 switch-querier: Cannot read\n"}},
+    {"ErrorWithoutANewline",
+     [](auto& errors, auto&) { errors << "Cannot read" << std::flush; },
+     {"console ERROR: Cannot read\n", "log 3 switch-querier: Cannot read"}},
+    {"Information",
+     [](auto&, auto& infos) { infos << "Mode set" << std::endl; },
+     {"console Mode set\n", "log 6 switch-querier: Mode set\n"}},
+    {"InformationWithoutANewline",
+     [](auto&, auto& infos) {
+         infos << "Mode set";
+         infos.flush();
+     },
+     {"console Mode set\n", "log 6 switch-querier: Mode set"}},
+    {"SeveralInsertions",
+     [](auto& errors, auto&) {
+         errors << "code " << 12 << ' ' << -6 << ' ' << 1.5 << ' ' << std::hex << 255 << ' '
+                << std::setw(3) << std::setfill('0') << 7 << std::string(" text");
+         errors.put('!');
+         errors.write("?x", 1) << std::endl;
+     },
+     {"console ERROR: code 12 -6 1.5 ff 007 text!?\n",
+      "log 3 switch-querier: code 12 -6 1.5 ff 007 text!?\n"}},
+    {"SeveralLines",
+     [](auto& errors, auto&) {
+         errors << "one\ntwo\n"
+                << "three\n"
+                << std::flush;
+     },
+     {"console ERROR: one\ntwo\nthree\n", "log 3 switch-querier: one\ntwo\nthree\n"}},
+    {"NewlineAlone",
+     [](auto& errors, auto&) { errors << std::endl; },
+     {"console ERROR: \n", "log 3 switch-querier: \n"}},
+    {"Empty",
+     [](auto& errors, auto& infos) {
+         errors << std::flush;
+         infos << "" << std::flush;
+     },
+     {"log 3 switch-querier: ", "log 6 switch-querier: "}},
+    {"EachRecordAfresh",
+     [](auto& errors, auto&) {
+         errors << "a long first record" << std::endl;
+         errors << "second" << std::flush;
+     },
+     {"console ERROR: a long first record\n", "log 3 switch-querier: a long first record\n",
+      "console ERROR: second\n", "log 3 switch-querier: second"}},
+    // The record is the whole content of the buffer, whatever the position of the next insertion.
+    {"TextAfterTheWritePositionToo",
+     [](auto& errors, auto&) {
+         errors << "abcdef";
+         errors.seekp(2);
+         errors << 'X' << std::flush;
+     },
+     {"console ERROR: abXdef\n", "log 3 switch-querier: abXdef"}},
+    {"EachStreamItsOwnText",
+     [](auto& errors, auto& infos) {
+         errors << "error, ";
+         infos << "information";
+         errors << "whole" << std::flush;
+         infos << std::flush;
+     },
+     {"console ERROR: error, whole\n", "log 3 switch-querier: error, whole",
+      "console information\n", "log 6 switch-querier: information"}},
+    {"NothingThatIsNeverFlushed",
+     [](auto& errors, auto& infos) {
+         errors << "pending\n";
+         infos << "pending\n";
+     },
+     {}},
+    {"NoFormat",
+     [](auto& errors, auto&) { errors << "100 %s %d %n %% %m" << std::flush; },
+     {"console ERROR: 100 %s %d %n %% %m\n", "log 3 switch-querier: 100 %s %d %n %% %m"}},
+    // syslog(3) takes the text as a C string.
+    {"TheSystemLogUpToANulByte",
+     [](auto& errors, auto&) { errors << std::string("one\0two", 7) << std::flush; },
+     {std::string("console ERROR: one\0two\n", 23), "log 3 switch-querier: one"}},
+    {"BytesBeyondAscii",
+     [](auto&, auto& infos) { infos << "\xc3\xa4\xff" << std::flush; },
+     {"console \xc3\xa4\xff\n", "log 6 switch-querier: \xc3\xa4\xff"}},
+    {"TheDestinationsThatAreOn",
+     [](auto&, auto& infos) {
+         EXPECT_TRUE(infos.consoleOn && infos.syslogOn);
+         infos.consoleOn = false;
+         infos << "one" << std::flush;
+         infos.syslogOn = false;
+         infos << "two" << std::flush;
+         infos.consoleOn = true;
+         infos << "three" << std::flush << std::flush;
+         infos.syslogOn = true;
+         infos << "four" << std::flush;
+     },
+     {"log 6 switch-querier: one", "console three\n", "console four\n",
+      "log 6 switch-querier: four"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(, LogStreamOutput, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
+
+class LogStreams : public testing::Test {
+protected:
     std::ostringstream console;
     SystemLog systemLog;
 };
 
-/// Returns the number of open sockets of this process.
-std::size_t socketCount()
-{
-    std::size_t count = 0;
-    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code none;
-        if (fs::read_symlink(entry.path(), none).string().starts_with("socket:")) {
-            ++count;
-        }
-    }
-    return count;
-}
-
-/// A way to end a record.
-struct Flush {
-    const char* name;
-    std::function<void(std::ostream& stream)> apply;
-    const char* expectedEnd;
-};
-
-const std::vector<Flush> flushes = {
-    {"std::endl", [](std::ostream& stream) { stream << std::endl; }, "\n"},
-    {"std::flush", [](std::ostream& stream) { stream << std::flush; }, ""},
-    {"flush()", [](std::ostream& stream) { stream.flush(); }, ""},
-};
-
-TEST_F(LogStreamOutput, SendsAnErrorToTheConsoleAndTheSystemLog)
-{
-    ErrorLog log(name, &console, levelOnly);
-    for (const Flush& flush : flushes) {
-        SCOPED_TRACE(flush.name);
-
-        log << "Cannot read";
-        flush.apply(log);
-        EXPECT_EQ(shown(), "ERROR: Cannot read\n");
-        EXPECT_EQ(systemLog.drain(),
-                  (Records{{LOG_ERR, name, std::string("Cannot read") + flush.expectedEnd}}));
-    }
-}
-
-TEST_F(LogStreamOutput, SendsInformationToTheConsoleAndTheSystemLog)
-{
-    InfoLog log(name, &console, textOnly);
-    for (const Flush& flush : flushes) {
-        SCOPED_TRACE(flush.name);
-
-        log << "Mode set";
-        flush.apply(log);
-        EXPECT_EQ(shown(), "Mode set\n");
-        EXPECT_EQ(systemLog.drain(),
-                  (Records{{LOG_INFO, name, std::string("Mode set") + flush.expectedEnd}}));
-    }
-}
-
-TEST_F(LogStreamOutput, ShowsTheLevelOnlyInAFormatThatHasIt)
+TEST_F(LogStreams, HaveTheirOwnFormatOfTheConsole)
 {
     ErrorLog errors(name, &console, textOnly);
     InfoLog infos(name, &console, levelOnly);
 
     errors << "one" << std::endl;
     infos << "two" << std::endl;
-    EXPECT_EQ(shown(), "one\nINFO: two\n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "one\n"}, {LOG_INFO, name, "two\n"}}));
+    EXPECT_EQ(console.str(), "one\nINFO: two\n");
 }
 
-TEST_F(LogStreamOutput, SendsARecordToTheDestinationsThatAreOn)
-{
-    for (const bool consoleOn : {false, true}) {
-        for (const bool syslogOn : {false, true}) {
-            SCOPED_TRACE(std::string("console ") + (consoleOn ? "on" : "off") + ", system log " +
-                         (syslogOn ? "on" : "off"));
-            InfoLog log(name, &console, textOnly);
-            log.consoleOn = consoleOn;
-            log.syslogOn = syslogOn;
-
-            log << "text" << std::endl;
-            EXPECT_EQ(shown(), consoleOn ? "text\n" : "");
-            EXPECT_EQ(systemLog.drain(),
-                      syslogOn ? Records({{LOG_INFO, name, "text\n"}}) : Records());
-
-            // A record that was sent nowhere is discarded too.
-            log.consoleOn = true;
-            log.syslogOn = true;
-            log << "next" << std::endl;
-            EXPECT_EQ(shown(), "next\n");
-            EXPECT_EQ(systemLog.drain(), (Records{{LOG_INFO, name, "next\n"}}));
-        }
-    }
-}
-
-TEST_F(LogStreamOutput, StartsWithBothSwitchesOn)
-{
-    const InfoLog log(name, &console, textOnly);
-
-    EXPECT_TRUE(log.consoleOn);
-    EXPECT_TRUE(log.syslogOn);
-}
-
-TEST_F(LogStreamOutput, SendsAnEmptyErrorToTheSystemLogOnly)
+// Some C libraries cut the record of the system log.
+TEST_F(LogStreams, ShowALongRecordWhole)
 {
     ErrorLog log(name, &console, levelOnly);
 
-    log << std::flush;
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, ""}}));
-    log << "" << std::flush;
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, ""}}));
-}
-
-TEST_F(LogStreamOutput, SendsEmptyInformationToTheSystemLogOnlyAndOnlyIfItIsOn)
-{
-    InfoLog log(name, &console, levelOnly);
-
-    log << std::flush;
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_INFO, name, ""}}));
-    log.syslogOn = false;
-    log << std::flush;
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), Records());
-}
-
-TEST_F(LogStreamOutput, TreatsANewlineAloneAsText)
-{
-    ErrorLog log(name, &console, levelOnly);
-
-    log << std::endl;
-    EXPECT_EQ(shown(), "ERROR: \n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "\n"}}));
-}
-
-TEST_F(LogStreamOutput, MakesOneRecordOfSeveralInsertions)
-{
-    ErrorLog log(name, &console, levelOnly);
-
-    log << "code " << 12 << ", at " << std::size_t{345} << ' ' << -6 << ' ' << 1.5 << ' ' << true
-        << ' ' << std::hex << 255 << std::dec << ' ' << std::setw(3) << std::setfill('0') << 7
-        << std::string(" text");
-    log.put('!');
-    log.write("?x", 1);
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), Records());
-
-    log << std::endl;
-    EXPECT_EQ(shown(), "ERROR: code 12, at 345 -6 1.5 1 ff 007 text!?\n");
-    EXPECT_EQ(systemLog.drain(),
-              (Records{{LOG_ERR, name, "code 12, at 345 -6 1.5 1 ff 007 text!?\n"}}));
-}
-
-TEST_F(LogStreamOutput, MakesOneRecordOfSeveralLines)
-{
-    ErrorLog log(name, &console, levelOnly);
-
-    log << "one\ntwo\n"
-        << "three\n"
-        << std::flush;
-    EXPECT_EQ(shown(), "ERROR: one\ntwo\nthree\n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "one\ntwo\nthree\n"}}));
-}
-
-TEST_F(LogStreamOutput, StartsEachRecordAfresh)
-{
-    ErrorLog log(name, &console, levelOnly);
-
-    log << "a long first record" << std::endl;
-    log << "second" << std::endl;
-    log << "third one" << std::flush;
-    EXPECT_EQ(shown(), "ERROR: a long first record\nERROR: second\nERROR: third one\n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "a long first record\n"},
-                                          {LOG_ERR, name, "second\n"},
-                                          {LOG_ERR, name, "third one"}}));
-}
-
-// The record is the whole content of the buffer, whatever the position of the next insertion.
-TEST_F(LogStreamOutput, SendsTheTextAfterTheWritePositionToo)
-{
-    ErrorLog log(name, &console, textOnly);
-
-    log << "abcdef";
-    log.seekp(2);
-    log << 'X' << std::flush;
-    EXPECT_EQ(shown(), "abXdef\n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "abXdef"}}));
-}
-
-TEST_F(LogStreamOutput, KeepsThePendingTextOfEachStreamSeparate)
-{
-    ErrorLog errors(name, &console, levelOnly);
-    InfoLog infos(name, &console, textOnly);
-
-    errors << "error, ";
-    infos << "information";
-    errors << "whole" << std::endl;
-    EXPECT_EQ(shown(), "ERROR: error, whole\n");
-    infos << std::endl;
-    EXPECT_EQ(shown(), "information\n");
-}
-
-TEST_F(LogStreamOutput, LosesTextThatIsNeverFlushed)
-{
-    {
-        ErrorLog errors(name, &console, levelOnly);
-        InfoLog infos(name, &console, textOnly);
-        errors << "pending\n";
-        infos << "pending\n";
-    }
-    EXPECT_EQ(shown(), "");
-    EXPECT_EQ(systemLog.drain(), Records());
-}
-
-TEST_F(LogStreamOutput, DoesNotUseTheTextAsAFormat)
-{
-    ErrorLog log(name, &console, levelOnly);
-
-    log << "100 %s %d %n %%" << std::flush;
-    EXPECT_EQ(shown(), "ERROR: 100 %s %d %n %%\n");
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "100 %s %d %n %%"}}));
-}
-
-TEST_F(LogStreamOutput, ShowsALongRecordWhole)
-{
-    ErrorLog log(name, &console, levelOnly);
-    const std::string half(20'000, 'x');
-
-    log << half << '\n' << half << std::endl;
-    EXPECT_EQ(shown(), "ERROR: " + half + '\n' + half + '\n');
-    // Some C libraries truncate a long record.
+    log << longText << '\n' << longText << std::endl;
+    EXPECT_EQ(console.str(), "ERROR: " + longText + '\n' + longText + '\n');
     const Records records = systemLog.drain();
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].text.substr(0, 500), half.substr(0, 500));
+    EXPECT_EQ(records[0].text.substr(0, 500), longText.substr(0, 500));
 }
 
-TEST_F(LogStreamOutput, ShowsTheTimeOfTheFlush)
+TEST_F(LogStreams, ShowTheTimeOfTheFlush)
 {
     setenv("TZ", "UTC0", 1);
     tzset();
-    const auto stamp = [](system_clock::time_point time) {
-        std::ostringstream line;
-        ConsoleSink(&line, dateAndTime).write(time, "text", LOG_ERR);
-        return line.str();
-    };
-    ErrorLog log(name, &console, dateAndTime);
-    log << "text";
-    const auto inserted = system_clock::now();
-    while (system_clock::now() < inserted + milliseconds(2)) {
-    }
-
-    const std::string before = stamp(system_clock::now());
-    log << std::flush;
-    const std::string after = stamp(system_clock::now());
-    const std::string line = shown();
-    EXPECT_LE(before, line);
-    EXPECT_LE(line, after);
+    Effects effects;
+    effects.record([&] {
+        ErrorLog log(name, &console, dateAndTime);
+        log << "text";
+        effects.advance(2s);
+        log << std::flush;
+    });
     unsetenv("TZ");
     tzset();
+
+    EXPECT_EQ(console.str(), "2020-01-16 09:05:05.042 ERROR: text\n");
 }
 
-TEST_F(LogStreamOutput, UsesTheIdentity)
+TEST_F(LogStreams, HaveTheIdentityOfTheLastOne)
 {
-    struct Row {
-        const char* identity;
-        const char* expected;
-    };
-    for (const Row& row :
-         {Row{"name", "name"}, Row{"", "KWsyslog3"}, Row{" ", " "}, Row{"\xc3\xa9", "\xc3\xa9"}}) {
-        SCOPED_TRACE(testing::PrintToString(row.identity));
-        {
-            ErrorLog log(row.identity, &console, levelOnly);
-            log << "text" << std::flush;
-        }
-        InfoLog log(row.identity, &console, textOnly);
-        log << "text" << std::flush;
+    const std::vector<std::pair<const char*, const char*>> identities = {
+        {"name", "name"}, {"", "KWsyslog3"}, {" ", " "}, {"\xc3\xa9", "\xc3\xa9"}};
+    for (const auto& [identity, expected] : identities) {
+        SCOPED_TRACE(testing::PrintToString(identity));
+        ErrorLog errors("first", &console, levelOnly);
+        InfoLog infos(identity, &console, textOnly);
+        errors << "text" << std::flush;
+        infos << "text" << std::flush;
+        const ErrorLog last(identity, &console, levelOnly);
+        infos << "again" << std::flush;
 
-        EXPECT_EQ(systemLog.drain(),
-                  (Records{{LOG_ERR, row.expected, "text"}, {LOG_INFO, row.expected, "text"}}));
+        EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, expected, "text"},
+                                              {LOG_INFO, expected, "text"},
+                                              {LOG_INFO, expected, "again"}}));
     }
 }
 
-TEST_F(LogStreamOutput, UsesTheIdentityOfTheLastStream)
+/// Returns the number of open sockets of this process.
+std::size_t socketCount()
 {
-    ErrorLog errors("first", &console, levelOnly);
-    const InfoLog infos("second", &console, textOnly);
-
-    errors << "text" << std::flush;
-    EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, "second", "text"}}));
+    const std::vector<std::string> descriptors = namesIn("/proc/self/fd");
+    return static_cast<std::size_t>(
+        std::count_if(descriptors.begin(), descriptors.end(), [](const std::string& descriptor) {
+            std::error_code none;
+            return fs::read_symlink("/proc/self/fd/" + descriptor, none)
+                .string()
+                .starts_with("socket:");
+        }));
 }
 
-TEST_F(LogStreamOutput, ConnectsToTheSystemLogAtTheFirstRecordAndLeavesItWhenDestroyed)
+TEST_F(LogStreams, ConnectToTheSystemLogAtTheFirstRecordAndLeaveItWhenDestroyed)
 {
     const std::size_t before = socketCount();
-    {
-        ErrorLog log(name, &console, levelOnly);
+    for (const bool isError : {true, false}) {
+        std::unique_ptr<LogStream> log;
+        if (isError) {
+            log = std::make_unique<ErrorLog>(name, &console, levelOnly);
+        } else {
+            log = std::make_unique<InfoLog>(name, &console, textOnly);
+        }
         EXPECT_EQ(socketCount(), before);
-        log << "text" << std::endl;
+        *log << "text" << std::endl;
         EXPECT_EQ(socketCount(), before + 1);
-    }
-    EXPECT_EQ(socketCount(), before);
-    {
-        InfoLog log(name, &console, textOnly);
+        log.reset();
         EXPECT_EQ(socketCount(), before);
-        log << "text" << std::endl;
-        EXPECT_EQ(socketCount(), before + 1);
     }
-    EXPECT_EQ(socketCount(), before);
 }
 
-// syslog(3) prints there with LOG_PERROR.
-TEST_F(LogStreamOutput, PrintsNothingElseOnStandardError)
-{
-    const int kept = dup(STDERR_FILENO);
-    const int file = open("/tmp/standard-error", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ASSERT_GE(file, 0);
-    dup2(file, STDERR_FILENO);
-    {
-        ErrorLog errors(name, &console, levelOnly);
-        InfoLog infos(name, &console, textOnly);
-        errors << "one" << std::endl;
-        infos << "two" << std::endl;
-    }
-    dup2(kept, STDERR_FILENO);
-    close(kept);
-    close(file);
-    EXPECT_EQ(readFile("/tmp/standard-error"), "");
-}
-
-TEST_F(LogStreamOutput, ReachesTheSystemLogAfterAnotherStreamClosedIt)
+TEST_F(LogStreams, ReachTheSystemLogAfterAnotherOneClosedIt)
 {
     ErrorLog errors(name, &console, levelOnly);
     {
@@ -394,76 +333,92 @@ TEST_F(LogStreamOutput, ReachesTheSystemLogAfterAnotherStreamClosedIt)
     EXPECT_EQ(records[1].text, "two");
 }
 
-TEST_F(LogStreamOutput, ReachesTheSystemLogWhenTheConsoleFails)
+/// Returns a record as it is sent, without its time, the length of which is fixed (RFC
+/// 3164, 4.1.2).
+std::string sentBy(const std::function<void()>& action)
+{
+    SystemLog systemLog;
+    action();
+    const std::string datagram = systemLog.drainRaw().at(0);
+    const std::size_t end = datagram.find('>') + 1;
+    constexpr std::size_t timeLength = sizeof "Nov 21 16:00:00 " - 1;
+    return datagram.substr(0, end) + datagram.substr(end + timeLength);
+}
+
+// With no option and no facility: each C library has its own default for that.
+TEST_F(LogStreams, LeaveTheSystemLogAtItsDefaults)
+{
+    const auto sentByDefault = [](int priority) {
+        return sentBy([=] {
+            openlog(name, 0, 0);
+            syslog(priority, "text\n");
+            closelog();
+        });
+    };
+
+    EXPECT_EQ(sentBy([this] { ErrorLog(name, &console, levelOnly) << "text" << std::endl; }),
+              sentByDefault(LOG_ERR));
+    EXPECT_EQ(sentBy([this] { InfoLog(name, &console, textOnly) << "text" << std::endl; }),
+              sentByDefault(LOG_INFO));
+}
+
+// syslog(3) would with LOG_PERROR and LOG_CONS.
+TEST_F(LogStreams, PrintNowhereElse)
+{
+    const int kept = dup(STDERR_FILENO);
+    const int file = open("/tmp/standard-error", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(file, STDERR_FILENO);
+    writeFile("/dev/console", "");
+    {
+        ErrorLog errors(name, &console, levelOnly);
+        InfoLog infos(name, &console, textOnly);
+        errors << "one" << std::endl;
+        systemLog.die();
+        infos << "daemon dead" << std::endl;
+        fs::remove("/dev/log");
+        errors << "socket missing" << std::endl;
+        EXPECT_TRUE(errors.good() && infos.good());
+    }
+    dup2(kept, STDERR_FILENO);
+    close(kept);
+    close(file);
+
+    EXPECT_EQ(readFile("/tmp/standard-error"), "");
+    EXPECT_EQ(readFile("/dev/console"), "");
+    EXPECT_EQ(console.str(), "ERROR: one\ndaemon dead\nERROR: socket missing\n");
+}
+
+TEST_F(LogStreams, ReachTheSystemLogWhenTheConsoleFails)
 {
     std::ostream broken(nullptr);
-    std::ostringstream failed;
-    failed.setstate(std::ios::failbit);
-    struct Row {
-        const char* name;
-        std::ostream* console;
-    };
-    for (const Row& row :
-         {Row{"without a buffer", &broken}, Row{"failed before", &failed}, Row{"none", nullptr}}) {
-        SCOPED_TRACE(row.name);
-        ErrorLog errors(name, row.console, levelOnly);
-        InfoLog infos(name, row.console, textOnly);
+    console.setstate(std::ios::failbit);
+    for (std::ostream* const failing :
+         {&broken, static_cast<std::ostream*>(&console), static_cast<std::ostream*>(nullptr)}) {
+        ErrorLog errors(name, failing, levelOnly);
+        InfoLog infos(name, failing, textOnly);
 
         errors << "one" << std::endl;
         infos << "two" << std::endl;
         EXPECT_EQ(systemLog.drain(),
                   (Records{{LOG_ERR, name, "one\n"}, {LOG_INFO, name, "two\n"}}));
-        EXPECT_TRUE(errors.good());
-        EXPECT_TRUE(infos.good());
+        EXPECT_TRUE(errors.good() && infos.good());
     }
     EXPECT_TRUE(broken.bad());
-    EXPECT_TRUE(failed.fail());
-    EXPECT_EQ(failed.str(), "");
+    EXPECT_EQ(console.str(), "");
 }
 
-TEST_F(LogStreamOutput, ReachesTheConsoleWithoutASystemLog)
-{
-    ErrorLog log(name, &console, levelOnly);
-    systemLog.die();
-
-    log << "daemon dead" << std::endl;
-    fs::remove("/dev/log");
-    log << "socket missing" << std::endl;
-    EXPECT_EQ(shown(), "ERROR: daemon dead\nERROR: socket missing\n");
-    EXPECT_TRUE(log.good());
-}
-
-TEST_F(LogStreamOutput, IsGoodFromTheStartAndAfterEachFlush)
-{
-    ErrorLog errors(name, &console, levelOnly);
-    InfoLog infos(name, &console, textOnly);
-    EXPECT_TRUE(errors.good());
-    EXPECT_TRUE(infos.good());
-    for (const Flush& flush : flushes) {
-        SCOPED_TRACE(flush.name);
-        for (std::ostream* const log :
-             {static_cast<std::ostream*>(&errors), static_cast<std::ostream*>(&infos)}) {
-            *log << "text";
-            flush.apply(*log);
-            EXPECT_TRUE(log->good());
-            EXPECT_EQ(log->rdbuf()->pubsync(), 0);
-        }
-        EXPECT_EQ(systemLog.drain().size(), 4U);
-    }
-}
-
-TEST_F(LogStreamOutput, ReportsSuccessOfASyncEvenInAFailedState)
+TEST_F(LogStreams, ReportSuccessOfASyncEvenInAFailedState)
 {
     ErrorLog log(name, &console, levelOnly);
     log << "text";
     log.setstate(std::ios::badbit);
 
     EXPECT_EQ(log.rdbuf()->pubsync(), 0);
-    EXPECT_EQ(shown(), "ERROR: text\n");
+    EXPECT_EQ(console.str(), "ERROR: text\n");
 }
 
 // The record is taken off the buffer when both destinations have had it.
-TEST_F(LogStreamOutput, KeepsTheRecordIfTheConsoleThrows)
+TEST_F(LogStreams, KeepTheRecordIfTheConsoleThrows)
 {
     ErrorLog log(name, &console, levelOnly);
     console.setstate(std::ios::badbit);
@@ -474,8 +429,19 @@ TEST_F(LogStreamOutput, KeepsTheRecordIfTheConsoleThrows)
 
     console.clear();
     EXPECT_EQ(log.rdbuf()->pubsync(), 0);
-    EXPECT_EQ(shown(), "ERROR: text\n");
+    EXPECT_EQ(console.str(), "ERROR: text\n");
     EXPECT_EQ(systemLog.drain(), (Records{{LOG_ERR, name, "text"}}));
+}
+
+TEST_F(LogStreams, HandThePriorityOn)
+{
+    SyslogSink sink;
+    openlog(name, 0, 0);
+    for (int priority = LOG_EMERG; priority <= LOG_DEBUG; ++priority) {
+        sink.write({}, "text", priority);
+        EXPECT_EQ(systemLog.drain(), (Records{{priority, name, "text"}}));
+    }
+    closelog();
 }
 
 }  // namespace
