@@ -3,36 +3,38 @@
 
 #pragma once
 
-#include <array>
-#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <string>
 
-static_assert(std::endian::native == std::endian::little, "numbers go as they lie in memory");
-
-/// Writes a number to standard output, little-endian, all its bytes.
-template <typename Number>
-void writeNumber(Number number)
+/// Writes a number to standard output in that many bytes, the lowest first, as two's complement.
+inline void writeNumber(std::int64_t number, std::size_t size)
 {
-    const auto bytes = std::bit_cast<std::array<char, sizeof(Number)>>(number);
-    std::cout.write(bytes.data(), bytes.size());
+    auto rest = static_cast<std::uint64_t>(number);
+    for (std::size_t i = 0; i < size; ++i) {
+        std::cout.put(static_cast<char>(rest & 0xffU));
+        rest >>= 8U;
+    }
 }
 
-/// Writes a text to standard output: its length in 32 bits, then its bytes.
+/// Writes a text to standard output: its length in 4 bytes, then its bytes.
 inline void writeText(const std::string& text)
 {
-    writeNumber(static_cast<std::uint32_t>(text.size()));
+    writeNumber(static_cast<std::int64_t>(text.size()), 4);
     std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 /// Reads a text in the same form from standard input. False at the end of the input.
 inline bool readText(std::string& text)
 {
-    std::array<char, sizeof(std::uint32_t)> length{};
-    if (!std::cin.read(length.data(), length.size())) {
+    std::size_t size = 0;
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        size |= static_cast<std::size_t>(static_cast<unsigned char>(std::cin.get())) << shift;
+    }
+    if (!std::cin) {
         return false;
     }
-    text.resize(std::bit_cast<std::uint32_t>(length));
-    return static_cast<bool>(std::cin.read(text.data(), static_cast<std::streamsize>(text.size())));
+    text.resize(size);
+    return static_cast<bool>(std::cin.read(text.data(), static_cast<std::streamsize>(size)));
 }

@@ -11,6 +11,7 @@ import threading
 import time
 from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass
+from pathlib import Path
 
 import answers
 import dialect
@@ -21,6 +22,7 @@ from answers import Answer, Reader, Run, escaped, unescaped
 FILES_A_SECOND = 10
 SHORT_BATCH = 10_000
 DOCUMENT_BATCH = 16
+LARGE = 2_000
 DOCUMENTS_SHARE = 1 / 6  # of the seconds at least, however slow the machine is
 MODEL_STACK_BYTES = 512 * 1024 * 1024
 SHORTENING_SECONDS = 20
@@ -116,48 +118,38 @@ def compare(
 
 
 def compare_text_cases(subject: Subject) -> tuple[int, list[str]]:
-    """Each side with what the table says, and the subject with each other."""
+    """The model with the tables, and the subject with the model."""
     cases, reports = list(tables.text_cases()), []
     for case in cases:
-        for name, reply in answers_of(subject, case.text):
-            if isinstance(reply, Answer):
-                layout = reply.layout if case.layout is None else case.layout
-                expected = Answer(
-                    case.code, case.position, 0, case.compact, layout, reply.description
-                )
-                reports += case_report(case.name, name, expected, reply)
+        model = answers.model_answer(case.text)
+        layout = model.layout if case.layout is None else case.layout
+        expected = model._replace(
+            code=case.code, position=case.position, compact=case.compact, layout=layout
+        )
+        reports += case_report(case.name, expected, model)
         _, _, tree = dialect.parse(case.text)
         kinds = "" if tree is None else tables.kinds_of(tree)
         if kinds != case.kinds:
-            reports.append(f"DIFFERENCE in case {case.name}: kinds {case.kinds}, model: {kinds}")
-    count, differences = compare("the cases", (case.text for case in cases), 1000, subject)
+            reports.append(f"DIFFERENCE in {case.name}: kinds {case.kinds}, model: {kinds}")
+    count, differences = compare("the rows", (case.text for case in cases), SHORT_BATCH, subject)
     return count, reports + differences
 
 
 def compare_file_cases(subject: Subject) -> tuple[int, list[str]]:
     cases, reports = list(tables.file_cases()), []
     for case in cases:
-        for name, reply in answers_of(subject, case.file):
-            if isinstance(reply, Run):
-                line = case.error or reply.last_line
-                reports += case_report(
-                    case.name, name, Run(case.status, line, case.new_file), reply
-                )
-    count, differences = compare("the file cases", (case.file for case in cases), 1000, subject)
+        model = answers.model_run(case.file)
+        expected = Run(case.status, case.error or model.last_line, case.new_file)
+        reports += case_report(case.name, expected, model)
+    count, differences = compare("the files", (case.file for case in cases), SHORT_BATCH, subject)
     return count, reports + differences
 
 
-def answers_of(subject: Subject, text: bytes) -> list[tuple[str, Answer | Run]]:
-    found = subject.difference([text])
-    reply = found[2] if found else subject.model(text)
-    return [("model", subject.model(text)), ("program", reply)]
-
-
-def case_report(case: str, side: str, expected: Answer | Run, reply: Answer | Run) -> list[str]:
-    if expected == reply:
+def case_report(case: str, expected: Answer | Run, model: Answer | Run) -> list[str]:
+    if expected == model:
         return []
-    lines = answers.contrast(["expected", side], [expected, reply])
-    return ["\n    ".join([f"DIFFERENCE in case {case}", *lines])]
+    lines = answers.contrast(["expected", "model"], [expected, model])
+    return ["\n    ".join([f"DIFFERENCE in {case}", *lines])]
 
 
 def compare_short_texts(subject: Subject) -> tuple[int, list[str]]:
@@ -182,6 +174,21 @@ def compare_documents(subject: Subject, seed: int, end: float) -> tuple[int, lis
     return total, reports
 
 
+def compare_corpus(subject: Subject, directory: Path) -> tuple[int, list[str]]:
+    """What the fuzzers kept. An update's input has two bytes before the text."""
+    files = [path for path in sorted(directory.rglob("*")) if path.is_file()]
+    inputs = [path.read_bytes()[2 if "update" in path.parent.name else 0 :] for path in files]
+    total, reports = 0, []
+    for size, stream in (
+        (DOCUMENT_BATCH, [text for text in inputs if len(text) > LARGE]),
+        (SHORT_BATCH, [text for text in inputs if len(text) <= LARGE]),
+    ):
+        count, differences = compare("the corpus", stream, size, subject)
+        total += count
+        reports += differences
+    return total, reports
+
+
 def compare_files(subject: Subject, seed: int, count: int) -> tuple[int, list[str]]:
     stream = (texts.config_file(seed, number) for number in range(count))
     return compare(f"files of seed {seed}", stream, DOCUMENT_BATCH, subject)
@@ -197,6 +204,7 @@ def options() -> argparse.Namespace:
     parser.add_argument("--seconds", type=float, default=60, help="how long, about (%(default)s)")
     parser.add_argument("--seed", type=int, default=1, help="of the documents (%(default)s)")
     parser.add_argument("--text", help="compares this one text, with escapes like %%0A, and tells")
+    parser.add_argument("--corpus", type=Path, help="compares the files in there, and nothing else")
     parser.add_argument("--self-test", action="store_true", help="plants faults and looks for them")
     chosen = parser.parse_args()
     if not chosen.driver and not chosen.runner:
@@ -205,7 +213,7 @@ def options() -> argparse.Namespace:
 
 
 def compare_one(subject: Subject, text: bytes) -> int:
-    (_, expected), (_, reply) = answers_of(subject, text)
+    _, expected, reply = subject.difference([text]) or (text, *[subject.model(text)] * 2)
     print(f"text, {len(text)} bytes: {escaped(text)}")
     print(f"model:   {expected}\nprogram: {reply}")
     return 0 if expected == reply else 1
@@ -241,7 +249,11 @@ def main() -> int:
     if chosen.self_test:
         import selftest
 
-        return selftest.run(chosen)
+        return selftest.run(driver_subject(chosen.driver), runner_subject(chosen.runner))
+    if chosen.corpus:
+        count, reports = compare_corpus(driver_subject(chosen.driver), chosen.corpus)
+        print("\n".join([*reports, f"{count:,} inputs, {len(reports)} differences"]))
+        return 1 if reports or count == 0 else 0
     if chosen.text is not None:
         subject = driver_subject(chosen.driver) if chosen.driver else runner_subject(chosen.runner)
         return compare_one(subject, unescaped(chosen.text))

@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
-#include <cstdint>
 #include <iostream>
 #include <map>
 #include <regex>
@@ -76,7 +75,7 @@ int main(int /*argc*/, char** argv)
         emptyDirectory(Appliance::directory);
         writeFile(path, text);
         const auto run = appliance.run({path, "-flip"});
-        writeNumber(static_cast<std::int32_t>(run.status));
+        writeNumber(run.status, 4);
         writeText(inShort(lastLine(run.err), path));
         writeText(readFile(path));
         writeText(otherNames());

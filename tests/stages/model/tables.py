@@ -1,13 +1,14 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
-"""The hard cases in cases/, each with the answer that was worked out for it by hand.
+"""The rows in tests/dialect/, each with the answer that was worked out for it by hand.
 
-A row's columns are separated by one tab or more. Bytes that cannot be printed, and the percent
-sign, are written as in a URL: %0A.
+A row's columns are separated by one tab. Bytes that cannot be printed, and the percent sign, are
+written as in a URL: %0A. The first and the last line make a string literal of a file, so that the
+C++ tests can include it.
 
-    texts/*.tsv   name, text, "CODE at POSITION"
-                  name, text, "ok", the compact text, the leaves' kinds[, the text at level 2]
-    files/*.tsv   name, file, status, the error in short, or with status 0 or 1 the new file
+    files.tsv  name, file, status, the error in short, or with status 0 or 1 the new file
+    others     name, text, "CODE at POSITION"
+               name, text, "ok", the compact text, the leaves' kinds[, the text at level 2]
 """
 
 from collections.abc import Iterator
@@ -16,7 +17,7 @@ from pathlib import Path
 
 from answers import unescaped
 
-DIRECTORY = Path(__file__).resolve().parent / "cases"
+DIRECTORY = Path(__file__).resolve().parents[2] / "dialect"
 
 
 @dataclass(frozen=True)
@@ -40,32 +41,31 @@ class FileCase:
 
 
 def text_cases() -> Iterator[TextCase]:
-    for name, text, result, *written in rows("texts"):
-        if result == "ok":
-            compact, kinds, *layout = written
-            yield TextCase(
-                name, text, 0, 0, unescaped(compact), kinds, *(unescaped(text) for text in layout)
-            )
-        else:
-            code, position = result.split(" at ")
-            yield TextCase(name, text, int(code), int(position))
+    for table in sorted(DIRECTORY.glob("*.tsv")):
+        for name, text, result, *written in [] if table.stem == "files" else rows(table):
+            if result == "ok":
+                compact, kinds, *layout = written
+                layouts = [unescaped(text) for text in layout]
+                yield TextCase(name, text, 0, 0, unescaped(compact), kinds, *layouts)
+            else:
+                code, position = result.split(" at ")
+                yield TextCase(name, text, int(code), int(position))
 
 
 def file_cases() -> Iterator[FileCase]:
-    for name, file, status, left in rows("files"):
+    for name, file, status, left in rows(DIRECTORY / "files.tsv"):
         if status in ("0", "1"):
             yield FileCase(name, file, int(status), b"", unescaped(left))
         else:
             yield FileCase(name, file, int(status), unescaped(left), file)
 
 
-def rows(directory: str) -> Iterator[list]:
+def rows(table: Path) -> Iterator[list]:
     """The name, the text without its escapes, and the other columns as they are."""
-    for table in sorted((DIRECTORY / directory).glob("*.tsv")):
-        for line in table.read_text("ascii").splitlines():
-            if line and not line.startswith("#"):
-                name, text, *columns = [column for column in line.split("\t") if column]
-                yield [f"{table.stem}: {name}", unescaped(text), *columns]
+    for line in table.read_text("ascii").splitlines()[1:-1]:
+        if line and not line.startswith("#"):
+            name, text, *columns = line.split("\t")
+            yield [f"{table.stem}: {name}", unescaped(text), *columns]
 
 
 def kinds_of(value) -> str:

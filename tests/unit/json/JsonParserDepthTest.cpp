@@ -8,68 +8,12 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "json/JsonWriter.h"
 #include "tests/unit/json/JsonParserOutcome.h"
 #include "tests/unit/json/Trees.h"
 
-using namespace std::string_view_literals;
-
 namespace {
-
-// The deepest texts that fit into the 10,000 bytes of a configuration file.
-constexpr std::size_t textLimit = 10'000;
-constexpr std::size_t arrayDepth = (textLimit - R"({"a":})"sv.size()) / "[]"sv.size();
-constexpr std::size_t objectDepth = (textLimit - "{}"sv.size()) / R"("":{})"sv.size();
-
-std::string repeated(std::size_t count, std::string_view piece)
-{
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        text += piece;
-    }
-    return text;
-}
-
-std::string deepArrays()
-{
-    return R"({"a":)" + repeated(arrayDepth, "[") + repeated(arrayDepth, "]") + "}";
-}
-
-std::string deepObjects()
-{
-    return "{" + repeated(objectDepth, R"("":{)") + repeated(objectDepth, "}") + "}";
-}
-
-/// What the writer makes of deepArrays() at level 2.
-std::string deepArraysLayout()
-{
-    std::string text = "{\n    \"a\": [\n";
-    for (std::size_t outside = 1; outside + 1 < arrayDepth; ++outside) {
-        text += std::string(4 + 2 * outside, ' ') + "[\n";
-    }
-    text += std::string(4 + 2 * (arrayDepth - 1), ' ') + "[]\n";
-    for (std::size_t outside = arrayDepth - 2; outside > 0; --outside) {
-        text += std::string(4 + 2 * outside, ' ') + "]\n";
-    }
-    return text + "    ]\n  }";
-}
-
-/// What the writer makes of deepObjects() at level 2.
-std::string deepObjectsLayout()
-{
-    std::string text = "{\n";
-    for (std::size_t outside = 1; outside < objectDepth; ++outside) {
-        text += std::string(2 + 2 * outside, ' ') + "\"\": {\n";
-    }
-    text += std::string(2 + 2 * objectDepth, ' ') + "\"\": {}\n";
-    for (std::size_t outside = objectDepth - 1; outside > 0; --outside) {
-        text += std::string(2 + 2 * outside, ' ') + "}\n";
-    }
-    return text + "  }";
-}
 
 // A program has a stack of 8 MiB as a rule; a quarter of that must do, for the deepest document
 // there can be. It is what an optimised build is held to. Without optimisation and with
@@ -92,12 +36,12 @@ constexpr std::size_t stackForTheDeepestDocument = std::size_t{16} << 20;
 constexpr std::size_t stackForTheDeepestDocument = std::size_t{2} << 20;
 #endif
 
-/// Calls the function on a stack of its own of this size.
-void callOnStackOf(std::size_t size, std::function<void()> function)
+/// Calls the function on a stack of its own.
+void callOnASmallStack(std::function<void()> function)
 {
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackForTheDeepestDocument), 0);
     pthread_t thread;
     const auto call = [](void* argument) -> void* {
         (*static_cast<std::function<void()>*>(argument))();
@@ -108,65 +52,101 @@ void callOnStackOf(std::size_t size, std::function<void()> function)
     ASSERT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
+std::string repeated(std::size_t count, const std::string& piece)
+{
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
+/// The deepest document of a kind that fits into the 10,000 bytes of a configuration file.
 struct DeepDocument {
     const char* name;
-    std::string text;
-    std::string layout;
-    std::string line;
+    std::size_t depth;    ///< of what is inside the root
+    std::string first;    ///< the line that opens the outermost one
+    std::string opening;  ///< the line that opens another one
+    std::string closing;
+    JsonCode fault;  ///< of an "x" inside the innermost one
 };
 
-std::vector<DeepDocument> deepDocuments()
+const DeepDocument documents[] = {
+    {"arrays", (10'000 - 6) / 2, "\"a\": [", "[", "]", JsonCode::badNumber},
+    {"objects", (10'000 - 2) / 5, "\"\": {", "\"\": {", "}", JsonCode::keyExpected},
+};
+
+std::string openings(const DeepDocument& document)
 {
-    return {
-        {"arrays", deepArrays(), deepArraysLayout(),
-         R"({"a": )" + repeated(arrayDepth, "[") + repeated(arrayDepth, "]") + "}"},
-        {"objects", deepObjects(), deepObjectsLayout(),
-         "{" + repeated(objectDepth, R"("": {)") + repeated(objectDepth, "}") + "}"},
+    return "{" + document.first + repeated(document.depth - 1, document.opening);
+}
+
+std::string compactText(const DeepDocument& document)
+{
+    return openings(document) + repeated(document.depth, document.closing) + "}";
+}
+
+std::string layout(const DeepDocument& document)
+{
+    const auto indented = [](std::size_t depth, const std::string& line) {
+        return "\n" + std::string(4 + 2 * depth, ' ') + line;
     };
+    std::string text = "{" + indented(0, document.first);
+    for (std::size_t depth = 1; depth < document.depth; ++depth) {
+        text += indented(depth, document.opening);
+    }
+    text += document.closing;
+    for (std::size_t depth = document.depth - 1; depth > 0; --depth) {
+        text += indented(depth - 1, document.closing);
+    }
+    return text + "\n  }";
+}
+
+std::string withoutSpaces(std::string text)
+{
+    std::erase(text, ' ');
+    return text;
 }
 
 TEST(JsonParser, ReadsCopiesAndWritesTheDeepestDocumentOnASmallStack)
 {
-    for (const DeepDocument& document : deepDocuments()) {
+    for (const DeepDocument& document : documents) {
         SCOPED_TRACE(document.name);
-        ASSERT_GT(document.text.size(), textLimit - 5);
-        ASSERT_LE(document.text.size(), textLimit);
+        const std::string text = withoutSpaces(compactText(document));
+        ASSERT_GT(text.size(), 9'995U);
+        ASSERT_LE(text.size(), 10'000U);
         JsonCode code = JsonCode::notAnObject;
-        std::uint64_t position = positionBefore;
-        std::string layout;
-        std::string line;
-        std::string lineOfCopy;
-        callOnStackOf(stackForTheDeepestDocument, [&] {
+        std::string written;
+        std::string writtenLayout;
+        std::string writtenCopy;
+        callOnASmallStack([&] {
             JsonObject tree;
-            code = JsonParser::parse(tree, document.text, position);
-            layout = JsonWriter::writeObject(tree, 2);
-            line = JsonWriter::writeObject(tree, 0);
-            JsonObject copy = tree;
+            std::uint64_t position = 0;
+            code = JsonParser::parse(tree, text, position);
+            written = JsonWriter::writeObject(tree, 0);
+            writtenLayout = JsonWriter::writeObject(tree, 2);
+            const JsonObject copy = tree;
             tree.clear();
-            lineOfCopy = JsonWriter::writeObject(copy, 0);
+            writtenCopy = JsonWriter::writeObject(copy, 0);
         });
         EXPECT_EQ(code, JsonCode::ok);
-        EXPECT_EQ(position, positionBefore);
-        EXPECT_EQ(line, document.line);
-        EXPECT_EQ(lineOfCopy, document.line);
-        EXPECT_EQ(layout.size(), document.layout.size());
-        EXPECT_TRUE(layout == document.layout) << "tens of megabytes, so they are not shown";
+        EXPECT_EQ(written, compactText(document));
+        EXPECT_EQ(writtenCopy, compactText(document));
+        EXPECT_TRUE(writtenLayout == layout(document))
+            << "tens of megabytes, so they are not shown";
     }
 }
 
 TEST(JsonParser, ReportsAFaultAtTheBottomOfTheDeepestDocument)
 {
-    callOnStackOf(stackForTheDeepestDocument, [] {
-        const std::string arrays = R"({"a":)" + repeated(arrayDepth, "[");
-        EXPECT_EQ(parse(arrays + "x" + repeated(arrayDepth, "]") + "}"),
-                  refused(JsonCode::badNumber, arrays.size()));
-        EXPECT_EQ(parse(arrays + "}"), refused(JsonCode::elementSeparatorExpected, arrays.size()));
-        const std::string objects = "{" + repeated(objectDepth, R"("":{)");
-        EXPECT_EQ(parse(objects + "x" + repeated(objectDepth, "}") + "}"),
-                  refused(JsonCode::keyExpected, objects.size()));
-        EXPECT_EQ(parse(objects + repeated(objectDepth, "}")),
-                  refused(JsonCode::memberSeparatorExpected, objects.size() + objectDepth));
-    });
+    for (const DeepDocument& document : documents) {
+        SCOPED_TRACE(document.name);
+        const std::string before = withoutSpaces(openings(document));
+        callOnASmallStack([&] {
+            EXPECT_EQ(parse(before + "x" + repeated(document.depth, document.closing) + "}"),
+                      refused(document.fault, before.size()));
+        });
+    }
 }
 
 }  // namespace

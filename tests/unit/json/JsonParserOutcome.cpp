@@ -3,15 +3,9 @@
 
 #include "tests/unit/json/JsonParserOutcome.h"
 
-#include <gtest/gtest.h>
-
 #include <utility>
 
-void PrintTo(const Outcome& outcome, std::ostream* stream)
-{
-    *stream << "code " << testing::PrintToString(outcome.code) << ", position " << outcome.position
-            << ", destination " << testing::PrintToString(outcome.destination);
-}
+#include "tests/unit/json/Trees.h"
 
 namespace {
 
@@ -21,6 +15,18 @@ JsonObject destinationBefore()
 }
 
 }  // namespace
+
+bool operator==(const Outcome& left, const Outcome& right)
+{
+    return left.code == right.code && left.position == right.position &&
+           left.destination == right.destination;
+}
+
+void PrintTo(const Outcome& outcome, std::ostream* stream)
+{
+    PrintTo(outcome.code, stream);
+    *stream << " at " << outcome.position << ", " << describe(outcome.destination);
+}
 
 Outcome parse(std::string_view text)
 {
@@ -40,14 +46,6 @@ Outcome accepted(JsonObject destination)
 Outcome refused(JsonCode code, std::uint64_t position)
 {
     return {code, position, destinationBefore()};
-}
-
-void expectRefused(const std::vector<Refusal>& rows, JsonCode code)
-{
-    for (const Refusal& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.read + row.rest));
-        EXPECT_EQ(parse(row.read + row.rest), refused(code, row.read.size()));
-    }
 }
 
 std::string byteOf(int number)

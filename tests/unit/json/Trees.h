@@ -3,11 +3,6 @@
 
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <initializer_list>
 #include <ostream>
@@ -16,6 +11,7 @@
 
 #include "json/JsonParser.h"
 #include "json/JsonValue.h"
+#include "tests/dialect/Description.h"
 
 // Trees as expressions: made in one line, compared whole, printed readably when a test fails.
 // Nothing here goes through the operations under test other than the value's own setters.
@@ -78,42 +74,14 @@ inline JsonValue unknown()
     return value;
 }
 
-bool operator==(const JsonValue& left, const JsonValue& right);
-
-inline bool operator==(const JsonMember& left, const JsonMember& right)
+inline bool operator==(const JsonValue& left, const JsonValue& right)
 {
-    return left.name == right.name && left.value == right.value;
+    return describe(left) == describe(right);
 }
 
 inline bool operator==(const JsonObject& left, const JsonObject& right)
 {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end());
-}
-
-/// Doubles are alike bit by bit, which tells -0.0 from 0.0, unless both are not a number.
-inline bool operator==(const JsonValue& left, const JsonValue& right)
-{
-    if (left.type() != right.type()) {
-        return false;
-    }
-    switch (left.type()) {
-    case JsonType::integer:
-        return left.integer() == right.integer();
-    case JsonType::real:
-        return std::bit_cast<std::uint64_t>(left.real()) ==
-                   std::bit_cast<std::uint64_t>(right.real()) ||
-               (std::isnan(left.real()) && std::isnan(right.real()));
-    case JsonType::boolean:
-        return left.boolean() == right.boolean();
-    case JsonType::string:
-        return left.string() == right.string();
-    case JsonType::object:
-        return left.object() == right.object();
-    case JsonType::array:
-        return left.array() == right.array();
-    default:
-        return true;
-    }
+    return describe(left) == describe(right);
 }
 
 // GoogleTest finds these by the name.
@@ -130,32 +98,10 @@ inline void PrintTo(JsonCode code, std::ostream* stream)
 
 inline void PrintTo(const JsonValue& value, std::ostream* stream)
 {
-    *stream << shortName(value.type());
-    switch (value.type()) {
-    case JsonType::integer:
-        *stream << ' ' << value.integer();
-        break;
-    case JsonType::real:
-        *stream << ' ' << testing::PrintToString(value.real());
-        break;
-    case JsonType::boolean:
-        *stream << ' ' << testing::PrintToString(value.boolean());
-        break;
-    case JsonType::string:
-        *stream << ' ' << testing::PrintToString(value.string());
-        break;
-    case JsonType::object:
-        *stream << ' ' << testing::PrintToString(value.object());
-        break;
-    case JsonType::array:
-        *stream << ' ' << testing::PrintToString(value.array());
-        break;
-    default:
-        break;
-    }
+    *stream << describe(value);
 }
 
-inline void PrintTo(const JsonMember& member, std::ostream* stream)
+inline void PrintTo(const JsonObject& object, std::ostream* stream)
 {
-    *stream << testing::PrintToString(member.name) << ": " << testing::PrintToString(member.value);
+    *stream << describe(object);
 }

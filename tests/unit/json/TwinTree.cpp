@@ -3,48 +3,12 @@
 
 #include "tests/unit/json/TwinTree.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <bit>
-#include <limits>
-#include <map>
-#include <numeric>
-
-#include "json/JsonPath.h"
 
 using namespace std::string_literals;
 
 namespace {
-
-/// Keys and strings: short and long ones, which are stored in different ways, and common prefixes.
-const std::vector<std::string> words = {"",
-                                        "a",
-                                        "ab",
-                                        "a\0b"s,
-                                        "b",
-                                        "App",
-                                        "\x01",
-                                        "\x7f",
-                                        "\x80",
-                                        "\xff",
-                                        std::string(15, 'k'),
-                                        std::string(16, 'k'),
-                                        std::string(60, 'k'),
-                                        std::string(60, 'k') + 'l'};
-
-Relation relate(const Place& target, const Place& source)
-{
-    const std::size_t common = std::min(target.size(), source.size());
-    if (!std::equal(target.begin(), target.begin() + static_cast<std::ptrdiff_t>(common),
-                    source.begin())) {
-        return Relation::apart;
-    }
-    if (target.size() == source.size()) {
-        return Relation::same;
-    }
-    return target.size() < source.size() ? Relation::sourceIsPart : Relation::targetIsPart;
-}
 
 std::vector<TreeModel*> partsOf(TreeModel& model)
 {
@@ -80,7 +44,7 @@ JsonValue& valueAt(JsonValue& tree, const Place& place)
     return *value;
 }
 
-void collectPlaces(TreeModel& model, const Place& place, Places& places)
+void collectPlaces(TreeModel& model, const Place& place, std::array<std::vector<Place>, 8>& places)
 {
     places[model.content.index()].push_back(place);
     Place part = place;
@@ -91,7 +55,8 @@ void collectPlaces(TreeModel& model, const Place& place, Places& places)
     }
 }
 
-/// The same kinds, contents, names and order.
+}  // namespace
+
 bool agree(const JsonValue& value, const TreeModel& model)
 {
     if (static_cast<std::size_t>(value.type()) != model.content.index()) {
@@ -126,84 +91,20 @@ bool agree(const JsonValue& value, const TreeModel& model)
     }
 }
 
-}  // namespace
-
-bool TwinTree::agrees() const
-{
-    return agree(tree, model);
-}
-
 Relation TwinTree::relation() const
 {
-    return relate(target, source);
-}
-
-JsonValue& TwinTree::treeTarget()
-{
-    return valueAt(tree, target);
-}
-
-JsonValue& TwinTree::treeSource()
-{
-    return valueAt(tree, source);
-}
-
-TreeModel& TwinTree::modelTarget()
-{
-    return valueAt(model, target);
-}
-
-TreeModel& TwinTree::modelSource()
-{
-    return valueAt(model, source);
-}
-
-template <typename Copy>
-void TwinTree::copyBy(Copy copy)
-{
-    TreeModel expected = modelSource();
-    copy(treeTarget(), treeSource());
-    modelTarget() = std::move(expected);
-}
-
-template <typename Move>
-void TwinTree::moveBy(Move move)
-{
-    if (relation() == Relation::targetIsPart) {
-        return;
+    const auto [inTarget, inSource] = std::mismatch(targetPlace.begin(), targetPlace.end(),
+                                                    sourcePlace.begin(), sourcePlace.end());
+    if (inTarget != targetPlace.end()) {
+        return inSource == sourcePlace.end() ? Relation::targetIsPart : Relation::apart;
     }
-    TreeModel expected = modelSource();
-    JsonValue& from = treeSource();
-    move(treeTarget(), from);
-    if (relation() == Relation::apart) {
-        // The source keeps its kind, and can still be copied and assigned.
-        EXPECT_EQ(static_cast<std::size_t>(from.type()), expected.content.index());
-        const JsonValue copy(from);
-        from = copy;
-        from.reset();
-        modelSource() = TreeModel();
-    }
-    modelTarget() = std::move(expected);
-}
-
-std::size_t TwinTree::countValues()
-{
-    places = {};
-    collectPlaces(model, {}, places);
-    return std::accumulate(
-        places.begin(), places.end(), std::size_t{0},
-        [](std::size_t count, const auto& ofKind) { return count + ofKind.size(); });
-}
-
-bool TwinTree::choosePlaces(JsonType targetKind, JsonType sourceKind)
-{
-    return choosePlace(target, targetKind) && choosePlace(source, sourceKind);
+    return inSource == sourcePlace.end() ? Relation::same : Relation::sourceIsPart;
 }
 
 std::string TwinTree::describePlaces() const
 {
     std::string text;
-    for (const Place& place : {target, source}) {
+    for (const Place& place : {targetPlace, sourcePlace}) {
         text += text.empty() ? "target " : ", source ";
         for (const std::size_t index : place) {
             text += "/" + std::to_string(index);
@@ -212,254 +113,20 @@ std::string TwinTree::describePlaces() const
     return text;
 }
 
-void TwinTree::reset()
+std::size_t TwinTree::countValues()
 {
-    treeTarget().reset();
-    modelTarget().content = TreeModel::Null();
-}
-
-void TwinTree::setInteger()
-{
-    using Limits = std::numeric_limits<std::int64_t>;
-    const auto value = choices.of(std::array{std::int64_t{0}, Limits::min(), Limits::max()});
-    treeTarget().setInteger(value);
-    modelTarget().content = value;
-}
-
-void TwinTree::setReal()
-{
-    const double value = choices.of(std::array{0.0, -0.0, 0.1, 1e300});
-    treeTarget().setReal(value);
-    modelTarget().content = value;
-}
-
-void TwinTree::setBoolean()
-{
-    const bool value = choices.oneIn(2);
-    treeTarget().setBoolean(value);
-    modelTarget().content = value;
-}
-
-void TwinTree::setString()
-{
-    const std::string& value = choices.of(words);
-    treeTarget().setString(value);
-    modelTarget().content = value;
-}
-
-void TwinTree::setUnknown()
-{
-    treeTarget().setUnknown();
-    modelTarget().content = TreeModel::Unknown();
-}
-
-void TwinTree::setNewObject()
-{
-    std::vector<JsonMember> members;
-    TreeModel::Object expected;
-    for (std::size_t left = choices.below(8); left > 0; --left) {
-        const std::string& name = choices.of(words);
-        const bool isCopy = choices.oneIn(3);
-        members.push_back({name, isCopy ? treeSource() : JsonValue()});
-        expected[name] = isCopy ? modelSource() : TreeModel();
+    places = {};
+    collectPlaces(model, {}, places);
+    std::size_t count = 0;
+    for (const std::vector<Place>& ofKind : places) {
+        count += ofKind.size();
     }
-    treeTarget().setObject(JsonObject::fromMembers(members));
-    modelTarget().content = std::move(expected);
+    return count;
 }
 
-void TwinTree::setNewArray()
+bool TwinTree::choosePlaces(JsonType targetKind, JsonType sourceKind)
 {
-    const std::size_t size = choices.below(5);
-    treeTarget().setArray(JsonArray(size));
-    modelTarget().content = TreeModel::Array(size);
-}
-
-void TwinTree::copyValue()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) { to = from; });
-}
-
-void TwinTree::moveValue()
-{
-    moveBy([](JsonValue& to, JsonValue& from) { to = std::move(from); });
-}
-
-void TwinTree::constructCopy()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) {
-        JsonValue copy(from);
-        to = std::move(copy);
-    });
-}
-
-void TwinTree::constructMoved()
-{
-    moveBy([](JsonValue& to, JsonValue& from) {
-        JsonValue moved(std::move(from));
-        to = std::move(moved);
-    });
-}
-
-void TwinTree::swapValues()
-{
-    if (relation() == Relation::apart || relation() == Relation::same) {
-        std::swap(treeTarget(), treeSource());
-        std::swap(modelTarget(), modelSource());
-    }
-}
-
-void TwinTree::copyObject()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) { to.object() = from.object(); });
-}
-
-void TwinTree::moveObject()
-{
-    moveBy([](JsonValue& to, JsonValue& from) { to.object() = std::move(from.object()); });
-}
-
-void TwinTree::copyArray()
-{
-    if (relation() == Relation::apart || relation() == Relation::same) {
-        copyBy([](JsonValue& to, const JsonValue& from) { to.array() = from.array(); });
-    }
-}
-
-void TwinTree::moveArray()
-{
-    if (relation() == Relation::apart) {
-        moveBy([](JsonValue& to, JsonValue& from) { to.array() = std::move(from.array()); });
-    }
-}
-
-void TwinTree::setStringCopy()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) { to.setString(from.string()); });
-}
-
-void TwinTree::setObjectCopy()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) { to.setObject(from.object()); });
-}
-
-void TwinTree::setArrayCopy()
-{
-    copyBy([](JsonValue& to, const JsonValue& from) { to.setArray(from.array()); });
-}
-
-void TwinTree::setStringMoved()
-{
-    moveBy([](JsonValue& to, JsonValue& from) { to.setString(std::move(from.string())); });
-}
-
-void TwinTree::setObjectMoved()
-{
-    moveBy([](JsonValue& to, JsonValue& from) { to.setObject(std::move(from.object())); });
-}
-
-void TwinTree::setArrayMoved()
-{
-    moveBy([](JsonValue& to, JsonValue& from) { to.setArray(std::move(from.array())); });
-}
-
-void TwinTree::insertOrAssign()
-{
-    const TreeModel copy = modelSource();
-    const auto [key, expectedKey] = chooseKey();
-    treeTarget().object().insertOrAssign(key, treeSource());
-    modelTarget().object()[expectedKey] = copy;
-}
-
-void TwinTree::subscript()
-{
-    const auto [key, expectedKey] = chooseKey();
-    const JsonMember& member = treeTarget().object()[key];
-    EXPECT_EQ(member.name, expectedKey);
-    EXPECT_TRUE(agree(member.value, modelTarget().object()[expectedKey]));
-}
-
-void TwinTree::erase()
-{
-    const auto [key, expectedKey] = chooseKey();
-    const int erased = treeTarget().object().erase(key);
-    EXPECT_EQ(erased, static_cast<int>(modelTarget().object().erase(expectedKey)));
-}
-
-void TwinTree::merge()
-{
-    const TreeModel::Object copy = modelSource().object();
-    treeTarget().object().merge(treeSource().object());
-    for (const auto& [key, value] : copy) {
-        modelTarget().object()[key] = value;
-    }
-}
-
-void TwinTree::clearObject()
-{
-    treeTarget().object().clear();
-    modelTarget().object().clear();
-}
-
-void TwinTree::find()
-{
-    const auto [key, expectedKey] = chooseKey();
-    JsonObject& object = treeTarget().object();
-    const JsonMember* const member = object.find(key);
-    const auto expected = modelTarget().object().find(expectedKey);
-    EXPECT_EQ(std::as_const(object).find(key), member);
-    ASSERT_EQ(member != nullptr, expected != modelTarget().object().end());
-    if (member != nullptr) {
-        EXPECT_EQ(member->name, expectedKey);
-        EXPECT_TRUE(agree(member->value, expected->second));
-    }
-}
-
-void TwinTree::followPath()
-{
-    std::vector<const char*> keys;
-    const TreeModel* expected = nullptr;
-    const auto* object = &modelTarget().object();
-    for (std::size_t left = choices.below(4); left > 0; --left) {
-        const bool isAnyKey = object == nullptr || object->empty() || choices.oneIn(4);
-        const std::string& key = isAnyKey ? choices.of(words) : choices.of(*object).first;
-        keys.push_back(key.c_str());
-        expected = nullptr;
-        if (object != nullptr && object->contains(keys.back())) {
-            expected = &object->at(keys.back());
-        }
-        object = expected == nullptr ? nullptr : std::get_if<TreeModel::Object>(&expected->content);
-    }
-    JsonObject& root = treeTarget().object();
-    const JsonValue* const value = findPath(root, keys);
-    EXPECT_EQ(findPath(std::as_const(root), keys), value);
-    ASSERT_EQ(value != nullptr, expected != nullptr);
-    EXPECT_TRUE(value == nullptr || agree(*value, *expected));
-}
-
-void TwinTree::pushBack()
-{
-    const TreeModel copy = modelSource();
-    treeTarget().array().push_back(treeSource());
-    modelTarget().array().push_back(copy);
-}
-
-void TwinTree::insertElement()
-{
-    const TreeModel copy = modelSource();
-    JsonArray& array = treeTarget().array();
-    const auto index = static_cast<std::ptrdiff_t>(choices.below(array.size() + 1));
-    array.insert(array.begin() + index, JsonValue(treeSource()));
-    modelTarget().array().insert(modelTarget().array().begin() + index, copy);
-}
-
-void TwinTree::eraseElement()
-{
-    JsonArray& array = treeTarget().array();
-    if (!array.empty()) {
-        const auto index = static_cast<std::ptrdiff_t>(choices.below(array.size()));
-        array.erase(array.begin() + index);
-        modelTarget().array().erase(modelTarget().array().begin() + index);
-    }
+    return choosePlace(targetPlace, targetKind) && choosePlace(sourcePlace, sourceKind);
 }
 
 bool TwinTree::choosePlace(Place& place, JsonType kind)
@@ -478,9 +145,48 @@ bool TwinTree::choosePlace(Place& place, JsonType kind)
     return !suitable.empty();
 }
 
+JsonValue& TwinTree::target()
+{
+    return valueAt(tree, targetPlace);
+}
+
+JsonValue& TwinTree::source()
+{
+    return valueAt(tree, sourcePlace);
+}
+
+TreeModel& TwinTree::modelTarget()
+{
+    return valueAt(model, targetPlace);
+}
+
+TreeModel& TwinTree::modelSource()
+{
+    return valueAt(model, sourcePlace);
+}
+
+const std::string& TwinTree::chooseWord()
+{
+    static const std::vector<std::string> words = {"",
+                                                   "a",
+                                                   "ab",
+                                                   "a\0b"s,
+                                                   "b",
+                                                   "App",
+                                                   "\x01",
+                                                   "\x7f",
+                                                   "\x80",
+                                                   "\xff",
+                                                   std::string(15, 'k'),
+                                                   std::string(16, 'k'),
+                                                   std::string(60, 'k'),
+                                                   std::string(60, 'k') + 'l'};
+    return choices.of(words);
+}
+
 std::pair<std::string_view, std::string> TwinTree::chooseKey()
 {
-    JsonValue& value = treeSource();
+    JsonValue& value = source();
     if (value.type() == JsonType::string) {
         return {value.string(), modelSource().string()};
     }
@@ -490,6 +196,6 @@ std::pair<std::string_view, std::string> TwinTree::chooseKey()
             std::next(modelSource().object().begin(), static_cast<std::ptrdiff_t>(index));
         return {(value.object().begin() + index)->name, expected->first};
     }
-    const std::string& word = choices.of(words);
+    const std::string& word = chooseWord();
     return {word, word};
 }

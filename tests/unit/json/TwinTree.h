@@ -7,13 +7,32 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "json/JsonValue.h"
-#include "tests/unit/json/TreeModel.h"
+
+/// A reference model of a JSON tree. It is made of standard containers and shares nothing with
+/// json/. The index of its content is the number of the kind.
+struct TreeModel {
+    struct Null {};
+    struct Unknown {};
+    using Object = std::map<std::string, TreeModel>;
+    using Array = std::vector<TreeModel>;
+
+    std::variant<Null, std::int64_t, double, bool, std::string, Object, Array, Unknown> content;
+
+    [[nodiscard]] std::string& string() { return std::get<std::string>(content); }
+    [[nodiscard]] Object& object() { return std::get<Object>(content); }
+    [[nodiscard]] Array& array() { return std::get<Array>(content); }
+};
+
+/// The same kinds, contents, names and order.
+bool agree(const JsonValue& value, const TreeModel& model);
 
 /// splitmix64: the same numbers on every machine.
 class Choices {
@@ -43,19 +62,14 @@ using Place = std::vector<std::size_t>;
 
 enum class Relation { apart, same, sourceIsPart, targetIsPart };
 
-/// The places of all values, by kind.
-using Places = std::array<std::vector<Place>, 8>;
-
-/// A tree and its model, a target and a source inside both, and what can be done with them.
+/// A tree and its model, and a target and a source inside both.
 class TwinTree {
 public:
     explicit TwinTree(std::uint64_t seed) : choices(seed) {}
 
-    std::size_t below(std::size_t limit) { return choices.below(limit); }
-
-    /// The same kinds, contents, names and order.
-    [[nodiscard]] bool agrees() const;
+    [[nodiscard]] bool agrees() const { return agree(tree, model); }
     [[nodiscard]] Relation relation() const;
+    [[nodiscard]] std::string describePlaces() const;
 
     /// Looks at the tree anew and returns how many values it has.
     std::size_t countValues();
@@ -64,74 +78,25 @@ public:
     /// are such.
     bool choosePlaces(JsonType targetKind, JsonType sourceKind);
 
-    [[nodiscard]] std::string describePlaces() const;
+    [[nodiscard]] JsonValue& target();
+    [[nodiscard]] JsonValue& source();
+    [[nodiscard]] TreeModel& modelTarget();
+    [[nodiscard]] TreeModel& modelSource();
 
-    // A new content.
-
-    void reset();
-    void setInteger();
-    void setReal();
-    void setBoolean();
-    void setString();
-    void setUnknown();
-    void setNewObject();
-    void setNewArray();
-
-    // From the source to the target.
-
-    void copyValue();
-    void moveValue();
-    void constructCopy();
-    void constructMoved();
-    void swapValues();
-    void copyObject();
-    void moveObject();
-    void copyArray();
-    void moveArray();
-    void setStringCopy();
-    void setObjectCopy();
-    void setArrayCopy();
-    void setStringMoved();
-    void setObjectMoved();
-    void setArrayMoved();
-
-    // Members of the target.
-
-    void insertOrAssign();
-    void subscript();
-    void erase();
-    void merge();
-    void clearObject();
-    void find();
-    void followPath();
-
-    // Elements of the target.
-
-    void pushBack();
-    void insertElement();
-    void eraseElement();
-
-private:
-    JsonValue& treeTarget();
-    JsonValue& treeSource();
-    TreeModel& modelTarget();
-    TreeModel& modelSource();
-
-    bool choosePlace(Place& place, JsonType kind);
-
-    template <typename Copy>
-    void copyBy(Copy copy);
-
-    template <typename Move>
-    void moveBy(Move move);
+    /// Short and long ones, which are stored in different ways, and such with a common prefix.
+    const std::string& chooseWord();
 
     /// A key for json/ and the same for the model. The first may view bytes inside the tree.
     std::pair<std::string_view, std::string> chooseKey();
 
     Choices choices;
+
+private:
+    bool choosePlace(Place& place, JsonType kind);
+
     JsonValue tree;
     TreeModel model;
-    Places places;
-    Place target;
-    Place source;
+    std::array<std::vector<Place>, 8> places;  ///< of all values, by kind
+    Place targetPlace;
+    Place sourcePlace;
 };
