@@ -11,8 +11,12 @@ struct Input {
     std::string text;
 };
 
-/// The seed corpus: one document for each thing that the dialect accepts or refuses.
-std::vector<Input> seeds();
+/// The rows of tests/dialect/, and documents of unusual sizes.
+std::vector<Input> documents();
+
+/// The same with the flag, and configuration files of every kind.
+std::vector<Input> configurations();
 
 /// Inputs on which a fuzzer has found a fault, named after the fault. They are never removed.
+/// Each is a document and a configuration.
 std::vector<Input> regressions();

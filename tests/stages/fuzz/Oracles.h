@@ -9,15 +9,12 @@
 // The oracles: what has to hold whatever bytes the product is given. Each function checks one part
 // of it and returns a description of what does not hold, or an empty text.
 
-/// Parses the bytes as a document. The code exists and fits the byte at the position; position,
-/// destination and tree are as specified; a failure depends on nothing after its byte; whitespace
-/// between tokens changes nothing, and a document is parsed alike inside another one.
-std::string checkParse(const std::string& bytes);
-
-/// Round trip: parses the bytes as a document, trimmed, and writes the tree, on one line and
-/// indented. Parsed again, the text gives the same tree, except for numbers whose text is that of
-/// another number, and from then on it does not change.
-std::string checkRewrite(const std::string& bytes);
+/// Parses the bytes as a document. The code exists; position and destination are as promised; a
+/// failure depends on nothing after its byte; a space between tokens changes nothing, and a
+/// document is parsed alike inside another one. What is written of it, on one line and indented, is
+/// parsed as one tree, and from then on nothing changes. Which code, position and tree are right is
+/// for the reference model to say.
+std::string checkDocument(const std::string& bytes);
 
 /// Runs an update. The first two bytes choose what decides, whether it is a query, and what has the
 /// temporary name; the others are the configuration file, in /appliance. Status, messages, file and

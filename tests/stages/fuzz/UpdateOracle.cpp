@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <sstream>
+#include <string>
 #include <vector>
 
 #include "app/ConfigUpdate.h"
@@ -23,23 +25,37 @@ namespace {
 const std::string directory = "/appliance";
 const std::string path = directory + "/config.json";
 const std::string temporary = path + ".filsec";
-const std::string leftoverText = "left over";
 
-/// What has the temporary name, and whether the directory is writable.
-enum class Leftover : unsigned {
-    none,
-    file,
-    subdirectory,
-    fullDevice,            ///< takes no byte
-    lockedDirectory,       ///< nothing, and no file can be made
-    fileInLockedDirectory  ///< it can be written, but not renamed
+// What has the temporary name.
+const std::string nothing;
+const std::string leftoverFile = "left over";
+const std::string subdirectory = "(directory)";
+const std::string fullDevice = "(link to /dev/full)";  // takes no byte
+
+/// What an update meets that writes.
+struct Obstacle {
+    std::string leftover;
+    bool isLocked;  ///< the directory, so that no name can be made or replaced
+    std::optional<expected::Failure> failure;
 };
-constexpr unsigned leftovers = 6;
+
+const std::vector<Obstacle>& obstacles()
+{
+    static const std::vector<Obstacle> rows = {
+        {nothing, false, {}},
+        {leftoverFile, false, {}},
+        {subdirectory, false, expected::notOpened()},
+        {fullDevice, false, expected::notWritten(1)},
+        {nothing, true, expected::notOpened()},
+        {leftoverFile, true, expected::notWritten(-3)},
+    };
+    return rows;
+}
 
 struct Choice {
     expected::Deciders deciders;
     bool query;
-    Leftover leftover;
+    const Obstacle& obstacle;
 };
 
 constexpr unsigned switchModes = 3;
@@ -53,7 +69,7 @@ Choice choiceOf(unsigned char first, unsigned char second)
              .markerFile = marker == 0 ? -1 : expected::markerFiles[marker - 1].mode,
              .hardware = static_cast<int>(first / parameters / markers % switchModes) - 1},
             second % 2 == 1,
-            static_cast<Leftover>(second / 2 % leftovers)};
+            obstacles()[second / 2 % obstacles().size()]};
 }
 
 /// All that an update leaves.
@@ -62,8 +78,7 @@ struct Outcome {
     std::string error;
     std::string info;
     std::string report;
-    std::string file;       ///< the bytes of the configuration file
-    std::string temporary;  ///< those of the temporary file, or what else has that name
+    std::map<std::string, std::string> files;  ///< by name: the bytes, or what else has the name
 
     bool operator==(const Outcome&) const = default;
 };
@@ -114,37 +129,6 @@ expected::Configuration configurationOf(const std::string& text)
     return configuration;
 }
 
-std::optional<expected::Failure> failureOf(Leftover leftover)
-{
-    switch (leftover) {
-    case Leftover::subdirectory:
-    case Leftover::lockedDirectory:
-        return expected::notOpened();
-    case Leftover::fullDevice:
-        return expected::notWritten(1);
-    case Leftover::fileInLockedDirectory:
-        return expected::notWritten(-3);
-    default:
-        return {};
-    }
-}
-
-/// The leftover while nothing is written.
-std::string appearanceOf(Leftover leftover)
-{
-    switch (leftover) {
-    case Leftover::file:
-    case Leftover::fileInLockedDirectory:
-        return leftoverText;
-    case Leftover::subdirectory:
-        return "(directory)";
-    case Leftover::fullDevice:
-        return "(link to /dev/full)";
-    default:
-        return "(nothing)";
-    }
-}
-
 std::string joined(const expected::Lines& lines)
 {
     std::string text;
@@ -157,54 +141,46 @@ std::string joined(const expected::Lines& lines)
 Outcome expectedOutcome(const std::string& text, const Choice& choice)
 {
     const expected::Configuration configuration = configurationOf(text);
-    const std::optional<expected::Failure> failure = failureOf(choice.leftover);
+    const Obstacle& obstacle = choice.obstacle;
     const expected::Update update =
-        expected::update(choice.deciders, choice.query, configuration, failure);
-    Outcome outcome{update.status,         joined(update.error), joined(update.info),
-                    joined(update.report), update.configuration, appearanceOf(choice.leftover)};
-    if (update.writes && !failure) {
-        outcome.temporary = appearanceOf(Leftover::none);
-    } else if (update.writes && choice.leftover == Leftover::fileInLockedDirectory) {
-        outcome.temporary = configuration.rewritten;
+        expected::update(choice.deciders, choice.query, configuration, obstacle.failure);
+    Outcome outcome{update.status,
+                    joined(update.error),
+                    joined(update.info),
+                    joined(update.report),
+                    {{"config.json", update.configuration}}};
+    std::string left = obstacle.leftover;
+    if (update.writes && obstacle.isLocked && left == leftoverFile) {
+        left = configuration.rewritten;  // written, but not renamed
+    }
+    if (left != nothing && (!update.writes || obstacle.failure)) {
+        outcome.files["config.json.filsec"] = left;
     }
     return outcome;
 }
 
-void arrange(const std::string& text, Leftover leftover)
+void arrange(const std::string& text, const Obstacle& obstacle)
 {
     chmod(directory.c_str(), 0755);
     emptyDirectory(directory);
     writeFile(path, text);
-    switch (leftover) {
-    case Leftover::file:
-        writeFile(temporary, leftoverText);
-        break;
-    case Leftover::subdirectory:
+    if (obstacle.leftover == leftoverFile) {
+        writeFile(temporary, leftoverFile);
+    } else if (obstacle.leftover == subdirectory) {
         fs::create_directory(temporary);
-        break;
-    case Leftover::fullDevice:
+    } else if (obstacle.leftover == fullDevice) {
         fs::create_symlink("/dev/full", temporary);
-        break;
-    case Leftover::lockedDirectory:
+    }
+    if (obstacle.isLocked) {
         chmod(directory.c_str(), 0555);
-        break;
-    case Leftover::fileInLockedDirectory:
-        writeFile(temporary, leftoverText);
-        chmod(directory.c_str(), 0555);
-        break;
-    default:
-        break;
     }
 }
 
 std::string lookAt(const std::string& name)
 {
-    const fs::file_status status = fs::symlink_status(name);
-    switch (status.type()) {
-    case fs::file_type::not_found:
-        return "(nothing)";
+    switch (fs::symlink_status(name).type()) {
     case fs::file_type::directory:
-        return "(directory)";
+        return subdirectory;
     case fs::file_type::symlink:
         return "(link to " + fs::read_symlink(name).string() + ")";
     default:
@@ -212,12 +188,14 @@ std::string lookAt(const std::string& name)
     }
 }
 
-std::vector<std::string> expectedNames(const Outcome& outcome)
+std::string shown(const Outcome& outcome)
 {
-    if (outcome.temporary == appearanceOf(Leftover::none)) {
-        return {"config.json"};
+    std::string text =
+        std::to_string(outcome.status) + "\n" + outcome.error + outcome.info + outcome.report;
+    for (const auto& [name, content] : outcome.files) {
+        text += name + ": " + content.substr(0, 1000) + "\n";
     }
-    return {"config.json", "config.json.filsec"};
+    return text;
 }
 
 }  // namespace
@@ -228,7 +206,7 @@ std::vector<std::string> updateChoices()
         expected::parameters.size() * (expected::markerFiles.size() + 1) * switchModes;
     std::vector<std::string> choices;
     for (std::size_t first = 0; first < firsts; ++first) {
-        for (std::size_t second = 0; second < 2 * std::size_t{leftovers}; ++second) {
+        for (std::size_t second = 0; second < 2 * obstacles().size(); ++second) {
             choices.push_back({static_cast<char>(first), static_cast<char>(second)});
         }
     }
@@ -244,7 +222,7 @@ std::string checkUpdate(const std::string& bytes)
         choiceOf(static_cast<unsigned char>(bytes[0]), static_cast<unsigned char>(bytes[1]));
     const std::string text = bytes.substr(2);
     const Outcome expectedOutcome = ::expectedOutcome(text, choice);
-    arrange(text, choice.leftover);
+    arrange(text, choice.obstacle);
 
     std::ostringstream error;
     std::ostringstream info;
@@ -256,16 +234,10 @@ std::string checkUpdate(const std::string& bytes)
     outcome.error = error.str();
     outcome.info = info.str();
     outcome.report = report.str();
-    outcome.file = lookAt(path);
-    outcome.temporary = lookAt(temporary);
-
-    if (outcome == expectedOutcome && namesIn(directory) == expectedNames(expectedOutcome)) {
-        return "";
+    for (const std::string& name : namesIn(directory)) {
+        outcome.files[name] = lookAt(directory + "/" + name);
     }
-    const auto shown = [](const Outcome& what) {
-        return std::to_string(what.status) + "\n" + what.error + what.info + what.report +
-               "file: " + what.file.substr(0, 1000) +
-               "\ntemporary file: " + what.temporary.substr(0, 1000) + "\n";
-    };
-    return "the update ended with " + shown(outcome) + "instead of " + shown(expectedOutcome);
+    return outcome == expectedOutcome
+               ? ""
+               : "the update ended with " + shown(outcome) + "instead of " + shown(expectedOutcome);
 }

@@ -2,8 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds the fuzzers in build/fuzz and runs them, two at a time, for as many seconds in all as the
-# argument says, or 60. Fails when one finds a fault, and says how to see it again.
+# Builds the fuzzers in build/fuzz and runs both at the same time, for as many seconds in all as the
+# argument says, or 60; then compares what they kept with the reference model. Fails when one finds
+# a fault, and says how to see it again.
 # usage: run.sh [SECONDS]
 set -eu
 cd "$(dirname "$0")/../../.."
@@ -11,13 +12,12 @@ seconds=${1:-60}
 . scripts/steps.sh
 build=$PWD/build/fuzz
 log=build/fuzz.log
+targets="document-fuzzer update-fuzzer write-seeds dialect-driver"
 
 build "$build" --preset fuzz
-"$build/write-seeds" "$build/seeds"
-# The fuzzers run in a private root, which contains only the build directory of this tree.
-cp tests/stages/fuzz/dialect.dict "$build"
-rm -rf "$build/found" "$build/corpus"
-mkdir -p "$build/found" "$build/corpus"
+rm -rf "$build/found" "$build/inputs"
+"$build/write-seeds" "$build/inputs"
+mkdir -p "$build/found" "$build/inputs/kept-document" "$build/inputs/kept-update"
 
 export ASAN_OPTIONS=exitcode=99
 export UBSAN_OPTIONS=halt_on_error=1:exitcode=99:print_stacktrace=1
@@ -30,35 +30,27 @@ fi
 # shellcheck disable=SC3045
 ulimit -s 262144 2>/dev/null || ulimit -s "$(ulimit -H -s)"
 
-# usage: fuzz NAME SEEDS SECONDS
+# usage: fuzz NAME; the length is some bytes more than a configuration file may have.
 fuzz() {
-    mkdir -p "$build/corpus/$1"
-    # The length: some bytes more than a configuration file may have.
     {
         "$build/$1-fuzzer" -runs=0 -timeout=60 -error_exitcode=99 \
-            -artifact_prefix="$build/found/$1-" "$build/seeds/large-$2" &&
-            "$build/$1-fuzzer" -max_total_time="$3" -max_len=12000 -timeout=60 -error_exitcode=99 \
-                -print_final_stats=1 -dict="$build/dialect.dict" \
-                -artifact_prefix="$build/found/$1-" "$build/corpus/$1" "$build/seeds/$2"
+            -artifact_prefix="$build/found/$1-" "$build/inputs/large-$1s" &&
+            "$build/$1-fuzzer" -max_total_time=$((seconds / 2)) -max_len=12000 -timeout=60 \
+                -error_exitcode=99 -print_final_stats=1 -artifact_prefix="$build/found/$1-" \
+                "$build/inputs/kept-$1" "$build/inputs/$1s"
     } >"$build/$1.log" 2>&1 || touch "$build/found/$1-failed"
 }
 
-# The update does the most and is the slowest.
-fuzz_all() {
-    fuzz update updates $((seconds / 2)) &
-    fuzz parse documents $((seconds / 4))
-    fuzz rewrite documents $((seconds / 4))
+fuzz_both() {
+    fuzz update &
+    fuzz document
     wait
 }
-step fuzzing fuzz_all
-
-figure() {
-    sed -n "s/^stat::$2: *//p" "$build/$1.log"
-}
+step fuzzing fuzz_both
 
 status=0
 summary=
-for name in parse rewrite update; do
+for name in document update; do
     if [ -e "$build/found/$name-failed" ]; then
         status=1
         echo "$name: failed"
@@ -69,8 +61,15 @@ for name in parse rewrite update; do
             od -A d -c "$input" | head -n 40
         done
     else
-        summary="$summary, $name $(figure "$name" number_of_executed_units)"
+        runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$build/$name.log")
+        summary="$summary, $name $runs"
     fi
 done
-echo "inputs: ${summary#, }"
-exit "$status"
+[ "$status" -eq 0 ] || exit "$status"
+
+compare() {
+    python3 -B tests/stages/model/compare.py --driver "$build/dialect-driver" \
+        --corpus "$build/inputs"
+}
+step "comparing with the model" compare
+echo "inputs: ${summary#, }; of these the model agrees with $(tail -n 1 "$log")"

@@ -15,10 +15,21 @@ namespace {
 // A large document in the seed corpus leads to nothing but large ones, and few of them.
 constexpr std::size_t largestSeed = 1'000;
 
+/// Writes the inputs as files, one kind of the seed corpus.
+void write(const std::string& directory, const std::string& kind, const std::vector<Input>& inputs)
+{
+    emptyDirectory(directory + "/" + kind);
+    emptyDirectory(directory + "/large-" + kind);
+    for (const Input& input : inputs) {
+        const std::string size = input.text.size() > largestSeed ? "/large-" : "/";
+        writeFile(directory + size + kind + "/" + input.name, input.text);
+    }
+}
+
 }  // namespace
 
-// Writes the seed corpus as files for libFuzzer: documents, and the same after the two bytes that
-// the update's oracle takes. The large ones are run once, and are no seeds.
+// Writes the seed corpus as files for libFuzzer: documents, and configurations after the two bytes
+// that the update's oracle takes. The large ones are run once, and are no seeds.
 // usage: write-seeds DIRECTORY
 int main(int argc, char** argv)
 {
@@ -26,24 +37,18 @@ int main(int argc, char** argv)
         std::cerr << "usage: write-seeds DIRECTORY\n";
         return 2;
     }
-    const std::string directory = argv[1];
-    for (const std::string name :
-         {"/documents", "/updates", "/large-documents", "/large-updates"}) {
-        emptyDirectory(directory + name);
-    }
-    std::vector<Input> inputs = seeds();
+    std::vector<Input> texts = documents();
+    std::vector<Input> updates = configurations();
     for (const Input& regression : regressions()) {
-        inputs.push_back(regression);
+        texts.push_back(regression);
+        updates.push_back(regression);
     }
     const std::vector<std::string> choices = updateChoices();
     std::size_t next = 0;
-    for (const Input& input : inputs) {
-        const std::string kind = input.text.size() > largestSeed ? "/large-" : "/";
-        writeFile(directory + kind + "documents/" + input.name, input.text);
-        for (int times = 0; times < 4; ++times) {
-            next = (next + 77) % choices.size();
-            writeFile(directory + kind + "updates/" + input.name + " " + std::to_string(next),
-                      choices[next] + input.text);
-        }
+    for (Input& update : updates) {
+        next = (next + 77) % choices.size();
+        update.text.insert(0, choices[next]);
     }
+    write(argv[1], "documents", texts);
+    write(argv[1], "updates", updates);
 }
