@@ -25,8 +25,12 @@ public:
     ssize_t transfer(const char* verb, int descriptor, off_t offset, const char* bytes,
                      const Action& action) const;
 
-    /// Opens a file with the flags of open(2).
-    int open(const std::string& effect, const char* path, int flags, const Action& action) const;
+    /// Opens a file. The result is its descriptor.
+    int open(const std::string& effect, const Effects::Opening& opening,
+             const Action& action) const;
+
+    /// Closes a descriptor.
+    int close(int descriptor, const Action& action) const;
 
     /// Waits, and stores how much is left of the time after a signal (EINTR).
     int wait(std::chrono::nanoseconds duration, std::chrono::nanoseconds& left) const;

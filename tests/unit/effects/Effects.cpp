@@ -130,14 +130,29 @@ ssize_t Call::transfer(const char* verb, int descriptor, off_t offset, const cha
     return count;
 }
 
-int Call::open(const std::string& effect, const char* path, int flags, const Action& action) const
+int Call::open(const std::string& effect, const Effects::Opening& opening,
+               const Action& action) const
 {
     const auto descriptor = static_cast<int>(perform(effect, action));
     if (wasActive) {
-        currentEffects->openings.push_back({path, flags, descriptor});
-        currentEffects->paths[descriptor] = path;
+        currentEffects->openings.push_back(opening);
+        currentEffects->openings.back().descriptor = descriptor;
+        if (descriptor >= 0) {
+            currentEffects->paths[descriptor] = opening.path;
+        }
     }
     return descriptor;
+}
+
+int Call::close(int descriptor, const Action& action) const
+{
+    const auto result = static_cast<int>(action());
+    if (wasActive && descriptor >= 0 && result != 0) {
+        const int error = errno;
+        currentEffects->add("close " + pathOf(descriptor) + ": " + nameOf(error));
+        errno = error;
+    }
+    return result;
 }
 
 int Call::wait(std::chrono::nanoseconds duration, std::chrono::nanoseconds& left) const

@@ -25,7 +25,9 @@
 ///    wait SECONDS
 ///
 /// The name of the error follows a failure: "look for PATH: ENOENT". To seek, to close or to read
-/// at the end of a file has no effect, nor has it to look again for what was just looked for.
+/// at the end of a file has no effect, nor has it to look again for what was just looked for. But
+/// to close a descriptor that is not open is one, "close PATH: EBADF": another file could have its
+/// number.
 ///
 /// The files are the real ones. The time is not: a wait takes none, and moves the clocks.
 class Effects {
@@ -73,6 +75,7 @@ public:
         std::string path;
         int flags;  ///< as for open(2)
         int descriptor;
+        std::string mode;  ///< as for fopen(3), if the file was opened by that
     };
     std::vector<Opening> openings;
 

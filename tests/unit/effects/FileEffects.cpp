@@ -32,10 +32,10 @@ std::string openingOf(int directory, const char* path, int flags)
     return std::string(empties ? "empty " : "look for ") + path;
 }
 
-int openFile(int directory, const char* path, int flags, mode_t mode)
+int openFile(int directory, const char* path, int flags, mode_t mode, const char* streamMode = "")
 {
     const Call call;
-    return call.open(openingOf(directory, path, flags), path, flags,
+    return call.open(openingOf(directory, path, flags), {path, flags, -1, streamMode},
                      [=] { return syscall(SYS_openat, directory, path, flags, mode); });
 }
 
@@ -53,7 +53,7 @@ int flagsOf(std::string_view mode)
 
 FILE* openStream(const char* path, const char* mode)
 {
-    const int descriptor = openFile(AT_FDCWD, path, flagsOf(mode), everybody);
+    const int descriptor = openFile(AT_FDCWD, path, flagsOf(mode), everybody, mode);
     return descriptor < 0 ? nullptr : fdopen(descriptor, mode);
 }
 
@@ -113,6 +113,12 @@ DIR* opendir(const char* path)
 {
     const int descriptor = openFile(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     return descriptor < 0 ? nullptr : fdopendir(descriptor);
+}
+
+int close(int descriptor)
+{
+    const Call call;
+    return call.close(descriptor, [=] { return syscall(SYS_close, descriptor); });
 }
 
 ssize_t read(int descriptor, void* buffer, size_t size)

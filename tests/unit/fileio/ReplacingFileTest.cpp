@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "tests/appliance/Files.h"
+#include "tests/appliance/StandardInputClosed.h"
 #include "tests/unit/effects/Effects.h"
 
 namespace fs = std::filesystem;
@@ -462,6 +463,24 @@ TEST_F(ReplacingFileEffects, AreSyncedThroughDescriptorsOfNoOtherUse)
     for (std::size_t index = 1; index < 4; ++index) {
         EXPECT_EQ(effects.openings[index].flags, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     }
+}
+
+TEST_F(ReplacingFileEffects, AreSyncedOnDescriptorZeroToo)
+{
+    const std::string ordinary = replace();
+    reset();
+    const StandardInputClosed freed;
+
+    EXPECT_EQ(replace(), ordinary);
+}
+
+// For the C library of POSIX there is no difference, for others there is.
+TEST_F(ReplacingFileEffects, AreNotThoseOfATextStream)
+{
+    replace();
+
+    const std::string mode = effects.openings.at(0).mode;
+    EXPECT_TRUE(mode.empty() || mode.find('b') != std::string::npos) << mode;
 }
 
 // What cannot be synced is no failure; not even errno shows it.

@@ -178,6 +178,20 @@ TEST_F(TextFile, IsFoundByItsNameAsItIs)
     }
 }
 
+// For the C library of POSIX there is no difference, for others there is.
+TEST_F(TextFile, IsNotOpenedAsATextStream)
+{
+    writeFile(path, "{}");
+    Effects effects;
+    effects.record([] {
+        std::string text;
+        EXPECT_TRUE(readTextFile(path, text, 10));
+    });
+
+    const std::string mode = effects.openings.at(0).mode;
+    EXPECT_TRUE(mode.empty() || mode.find('b') != std::string::npos) << mode;
+}
+
 // Between its size and its bytes a file can change, and a read can fail.
 TEST_F(TextFile, KeepsEarlierBytesOrZerosWhereTheReadDeliversNone)
 {
