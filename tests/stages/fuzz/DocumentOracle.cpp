@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string_view>
@@ -66,17 +67,18 @@ std::string checkRefused(const std::string& text, const Reading& whole, const Js
     if (describe(whole.tree) != describe(before)) {
         return "the destination was changed on failure";
     }
-    if (whole.position > std::min(text.find('\0'), text.size())) {
+    const auto position = static_cast<std::size_t>(whole.position);
+    if (position > std::min(text.find('\0'), text.size())) {
         return "the position is past the end or after a NUL byte";
     }
-    pairs[code - refusals.begin()][static_cast<unsigned char>(text.c_str()[whole.position])] = 1;
+    pairs[code - refusals.begin()][static_cast<unsigned char>(text.c_str()[position])] = 1;
     // Whether it is a number depends on the bytes after the first one, and at the end there is no
     // byte to keep.
-    if (whole.position == 0 || whole.position == text.size() || whole.code == JsonCode::badNumber) {
+    if (position == 0 || position == text.size() || whole.code == JsonCode::badNumber) {
         return "";
     }
-    const Reading cut = read(text.substr(0, whole.position + 1) + "}");
-    return cut.code == whole.code && cut.position == whole.position
+    const Reading cut = read(text.substr(0, position + 1) + "}");
+    return cut.code == whole.code && cut.position == position
                ? ""
                : "the failure depends on what follows its byte";
 }
@@ -120,7 +122,8 @@ std::string checkRoundTrip(const JsonObject& tree, std::uint64_t level, std::str
         return "a copy of the tree is written differently";
     }
     const Reading again = read(text);
-    if (again.code == JsonCode::badNull && text.compare(again.position, 3, "nan") == 0) {
+    if (again.code == JsonCode::badNull &&
+        text.compare(static_cast<std::size_t>(again.position), 3, "nan") == 0) {
         return "";
     }
     if (again.code != JsonCode::ok) {

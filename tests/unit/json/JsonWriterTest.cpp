@@ -35,14 +35,14 @@ TEST(JsonWriter, WritesAValueWithoutChildrenAlikeAtEveryLevel)
         {unknown(), "null"},
     };
     for (const Row& row : rows) {
-        for (const std::uint64_t level : {0U, 1U, 2U, 7U}) {
+        for (const std::size_t level : {0U, 1U, 2U, 7U}) {
             SCOPED_TRACE(row.text + " at level "s + std::to_string(level));
             EXPECT_EQ(JsonWriter::writeValue(row.value, level), row.text);
             EXPECT_EQ(JsonWriter::writeMember({"k", row.value}, level),
                       std::string(2 * level, ' ') + "\"k\": " + row.text);
         }
     }
-    for (const std::uint64_t level : {0U, 1U, 2U, 7U}) {
+    for (const std::size_t level : {0U, 1U, 2U, 7U}) {
         EXPECT_EQ(JsonWriter::writeObject(JsonObject(), level), "{}");
     }
 }
@@ -138,7 +138,7 @@ TEST(JsonWriter, IndentsAndEscapesAtEveryLengthOfTheTextBefore)
 {
     for (std::size_t length = 0; length < 300; ++length) {
         const std::string filling(length, 'x');
-        for (const std::uint64_t level : {1U, 7U, 8U, 9U, 30U, 100U}) {
+        for (const std::size_t level : {1U, 7U, 8U, 9U, 30U, 100U}) {
             const std::string outer = "\n" + std::string(2 * level, ' ');
             const std::string inner = outer + "  ";
             ASSERT_EQ(JsonWriter::writeValue(array({string(filling), array({integer(1)})}), level),

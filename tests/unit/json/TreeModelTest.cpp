@@ -30,7 +30,8 @@ constexpr std::size_t stepsPerSeed = 300;
 constexpr std::size_t fewValues = 6;
 constexpr std::size_t manyValues = 120;
 
-/// A change of the target in the tree and in the model.
+// Each changes the target, in the tree and in the model.
+
 void setNewObject(TwinTree& twins)
 {
     std::vector<JsonMember> members;
