@@ -65,13 +65,7 @@ cmake --build build -j "$(nproc)"
 sh "$name/packaging/tarball.sh" build "$name-aarch64-static.tar.gz"
 rm -rf build
 
-# reuse gives each SBOM its own name and the present time. It lists the repository around, if git
-# finds one.
-date=$(date --utc --date="@$SOURCE_DATE_EPOCH" +%Y-%m-%dT%H:%M:%SZ)
-(cd "$name" && GIT_CEILING_DIRECTORIES=$directory reuse spdx) >"$name.spdx"
-sed -i -e "s|^Created: .*|Created: $date|" \
-    -e "s|^DocumentNamespace: .*|DocumentNamespace: https://example.com/spdx/$name|" "$name.spdx"
-
+sh "$name/packaging/sbom.sh" "$name" "$name.tar.gz" "$name-aarch64-static.tar.gz" >"$name.spdx"
 {
     cat "$name/packaging/buildroot/switch-querier.hash"
     sha256sum "$name.tar.gz" | sed 's/^/sha256  /'

@@ -11,11 +11,14 @@ newer=$2
 try=$3
 manual=$4
 
-# What is there, but for what dpkg keeps of its own work, and where proot shows the host.
+# What is there, but for what dpkg keeps of its own work, of which one file can be named, and where
+# proot shows the host.
+dpkg_keeps=none
 everything() {
     find / -xdev \( -path /host-rootfs -o -path /tmp \) -prune -o \
         ! -path '/var/lib/dpkg/*-old' ! -path '/var/lib/dpkg/lock*' \
-        ! -path '/var/lib/dpkg/triggers/*' ! -path '/var/log/*' -print | LC_ALL=C sort
+        ! -path '/var/lib/dpkg/triggers/*' ! -path "/var/lib/dpkg/info/$dpkg_keeps" \
+        ! -path '/var/log/*' -print | LC_ALL=C sort
 }
 
 # usage: run_dpkg ARGUMENT…
@@ -35,6 +38,7 @@ same_as_before() {
     }
 }
 
+mkdir -p /etc/systemd/system
 everything >/tmp/before
 run_dpkg --install "$package"
 everything >/tmp/installed
@@ -58,22 +62,19 @@ sh "$try" /tmp/try /usr/sbin/switch-querier
     done
     rm /run/switch-querier.lock
 )
-# The example of an init script, which starts the application after a success only.
+# The example of an init script finds what is installed, and stops at the tool's refusal.
 (
     mkdir -p /config
-    printf '#!/bin/sh\nexec sleep 100\n' >/usr/bin/application
-    chmod +x /usr/bin/application
-    script=/usr/share/doc/switch-querier/examples/S50application
-    echo >/config/app.json
     touch /config/ENCODER
+    echo >/config/app.json
     status=0
-    sh $script start >/tmp/log 2>&1 || status=$?
-    [ "$status" -eq 174 ] && [ ! -e /run/application.pid ]
-    printf '{"App": {"isEncoder": false}}' >/config/app.json
-    sh $script start >/tmp/log 2>&1
-    grep -qx 'Starting application as encoder' /tmp/log
-    sh $script stop >/tmp/log
-    rm -r /config /usr/bin/application /run/application.pid /run/switch-querier.lock
+    /usr/share/doc/switch-querier/examples/S50application start >/tmp/log 2>&1 || status=$?
+    [ "$status" -eq 174 ] || {
+        echo "the example of an init script ends with $status"
+        cat /tmp/log
+        exit 1
+    }
+    rm -r /config /run/switch-querier.lock
 )
 bash -c 'set -eu
     . /usr/share/bash-completion/completions/switch-querier
@@ -87,7 +88,14 @@ run_dpkg --install "$newer"
 dpkg --verify switch-querier
 sh "$try" /tmp/try switch-querier
 run_dpkg --remove switch-querier
+dpkg_keeps='switch-querier.*' # what purges it
 same_as_before "remove"
+dpkg_keeps=none
 run_dpkg --install "$newer"
+# As "systemctl enable" leaves it.
+wants=/etc/systemd/system/multi-user.target.wants
+mkdir -p $wants
+ln -s /usr/lib/systemd/system/switch-querier@.service \
+    $wants/switch-querier@config-app.json.service
 run_dpkg --purge switch-querier
 same_as_before "purge"
