@@ -39,7 +39,7 @@ check() {
 # The objects know with which of the caller's flags they were compiled: -g and
 # -grecord-gcc-switches are among them. -D is not recorded, so its last value is asked for.
 check_objects() {
-    find "$directory/$1" -path '*.dir/*' -name '*.o' >"$directory/objects"
+    find "$directory/$1" -path '*.dir/*' -name '*.o' ! -name 'PackageNote.*' >"$directory/objects"
     [ -s "$directory/objects" ] || fail "$1: there are no objects"
     while read -r object; do
         producer=$(readelf --debug-dump=info "$object" | grep -m 1 DW_AT_producer)
