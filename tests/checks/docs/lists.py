@@ -135,7 +135,7 @@ agree("version", {read("VERSION").strip()}, {"the program": words(r'"version":"(
 
 # The installed README links to nothing that is not installed with it.
 directory = "./usr/share/doc/switch-querier/"
-installed = words(f"^{directory}(.*)$", read("tests/checks/docs/installed.txt"))
+installed = words(f"^{directory}(.*)$", read("tests/stages/builds/installed.txt"))
 links = words(r"\]\((?!https:|#)(.*?)\)", readme)
 agree("installed document", installed, {"the README with its links": installed | links})
 

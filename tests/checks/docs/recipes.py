@@ -14,7 +14,7 @@ import subprocess
 import sys
 
 UNITS = "/usr/lib/systemd/system"
-INSTALLED = pathlib.Path("tests/checks/docs/installed.txt").read_text().replace("./", "/").split()
+INSTALLED = pathlib.Path("tests/stages/builds/installed.txt").read_text().replace("./", "/").split()
 CMAKE = "".join(
     pathlib.Path(name).read_text()
     for pattern in ("CMakeLists.txt", "[afgjl]*/CMakeLists.txt", "cmake/*.cmake")

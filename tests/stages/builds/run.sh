@@ -45,24 +45,23 @@ installs() {
     rm -rf "$DESTDIR"
     step installing cmake --install "$work/$name" "$@"
     (cd "$DESTDIR" && find . -type f | LC_ALL=C sort) >"$work/files"
-    diff "$top/tests/checks/docs/installed.txt" "$work/files" || fail "installs other files"
+    diff "$top/tests/stages/builds/installed.txt" "$work/files" || fail "installs other files"
     check "$DESTDIR/usr/sbin/switch-querier"
 }
 
-# usage: optimised_only DIRECTORY LEVEL; fails if some source of ours is compiled with another one.
-optimised_only() {
-    find "$1" -name flags.make -path '*/switch-querier*' >"$work/flags-of-targets"
-    [ -s "$work/flags-of-targets" ] || fail "has no targets of ours"
-    while read -r flags; do
-        [ "$(grep -oE ' -O[^ ]*' "$flags" | sort -u)" = " $2" ] || fail "$flags: not only $2"
-    done <"$work/flags-of-targets"
+# usage: compiled_with OPTION VALUE; fails if another one of its kind counts for a source.
+compiled_with() {
+    last=$(grep '"command"' "$work/$name/compile_commands.json" |
+        sed "s|.* $1\([^ ]*\) .*|\1|" | sort -u)
+    [ "$last" = "$2" ] || fail "is compiled with other options than $1$2: $last"
 }
 
 # usage: variant NAME CMAKE-ARGUMENT…
 variant() {
     wanted "$1" || return 0
     shift
-    build "$work/$name" -S "$top" -D CMAKE_INSTALL_PREFIX=/usr "$@"
+    build "$work/$name" -S "$top" -D CMAKE_INSTALL_PREFIX=/usr \
+        -D CMAKE_EXPORT_COMPILE_COMMANDS=ON "$@"
     check "$work/$name/switch-querier"
     installs
 }
@@ -75,16 +74,42 @@ variant ninja -G Ninja
 variant MinSizeRel -D CMAKE_BUILD_TYPE=MinSizeRel
 variant RelWithDebInfo -D CMAKE_BUILD_TYPE=RelWithDebInfo
 variant Debug -D CMAKE_BUILD_TYPE=Debug
-# docs.ImageBuild of ./test has the level of optimisation among the flags of all build types.
 variant flags -D CMAKE_CXX_FLAGS="-D_FORTIFY_SOURCE=3 -fno-stack-protector -fno-pie" \
     -D CMAKE_CXX_FLAGS_RELEASE="-Os -DNDEBUG" -D CMAKE_EXE_LINKER_FLAGS=-no-pie
 if [ -d "$work/flags" ]; then
-    optimised_only "$work/flags" -Os
+    compiled_with -O s
     objects=$(find "$work/flags" -name '*.o' -path '*.dir/*')
     # Each object is an argument of its own.
     # shellcheck disable=SC2086
     ! readelf -sW $objects | grep __stack_chk_fail >/dev/null || fail "the stack protector is on"
     readelf -hW "$work/flags/switch-querier" | grep -q 'Type: *EXEC' || fail "is a PIE"
+fi
+
+# What cmake.bbclass and pkg-cmake.mk pass, with their flags and without their compilers.
+variant yocto -D BUILD_SHARED_LIBS=ON -D CMAKE_BUILD_TYPE= -D CMAKE_INSTALL_SBINDIR:PATH=sbin \
+    -D CMAKE_INSTALL_DATADIR:PATH=share -D CMAKE_INSTALL_SYSCONFDIR:PATH=/etc \
+    -D CMAKE_INSTALL_LIBDIR:PATH=lib -D CMAKE_INSTALL_SO_NO_EXE=0 \
+    -D CMAKE_NO_SYSTEM_FROM_IMPORTED=1 -D FETCHCONTENT_FULLY_DISCONNECTED=ON \
+    -D CMAKE_EXPORT_NO_PACKAGE_REGISTRY=ON \
+    -D CMAKE_CXX_FLAGS="-O1 -pipe -g -D_FORTIFY_SOURCE=1 -ffile-prefix-map=$work=/usr/src/debug"
+if [ -d "$work/yocto" ]; then
+    compiled_with -O 1
+    compiled_with -D_FORTIFY_SOURCE= 1
+    compiled_with -ffile-prefix-map= "$work=/usr/src/debug"
+    grep -qx 'ExecStart=/usr/sbin/switch-querier %f' \
+        "$work/root/usr/lib/systemd/system/switch-querier@.service" || fail "the unit's program"
+    build "$work/yocto" -D SWITCH_QUERIER_SYSTEMD_UNIT_DIR=
+    rm -rf "$DESTDIR"
+    step installing cmake --install "$work/yocto"
+    [ -z "$(find "$DESTDIR" -name '*.service')" ] || fail "installs a unit unasked"
+fi
+variant buildroot -D BUILD_SHARED_LIBS=ON -D CMAKE_BUILD_TYPE=Release -D BUILD_DOC=OFF \
+    -D BUILD_DOCS=OFF -D BUILD_EXAMPLE=OFF -D BUILD_EXAMPLES=OFF -D BUILD_TEST=OFF \
+    -D BUILD_TESTS=OFF -D BUILD_TESTING=OFF -D CMAKE_COLOR_MAKEFILE=OFF \
+    -D CMAKE_CXX_FLAGS_RELEASE=" -DNDEBUG" -D CMAKE_CXX_FLAGS="-Os -g -D_FORTIFY_SOURCE=3"
+if [ -d "$work/buildroot" ]; then
+    compiled_with -O s
+    compiled_with -D_FORTIFY_SOURCE= 3
 fi
 
 if wanted multi-config; then
@@ -107,7 +132,7 @@ if wanted components; then
         (cd "$DESTDIR" && find . -type f) >>"$work/all"
         [ -n "$(find "$DESTDIR" -type f)" ] || fail "the component $component is empty"
     done
-    LC_ALL=C sort "$work/all" | diff "$top/tests/checks/docs/installed.txt" - ||
+    LC_ALL=C sort "$work/all" | diff "$top/tests/stages/builds/installed.txt" - ||
         fail "the components differ from everything"
 fi
 
@@ -155,8 +180,9 @@ CMAKE
     step installing cmake --install "$work/$name"
     installed=$(cd "$DESTDIR" && find . -type f)
     [ "$installed" = ./usr/share/parent.txt ] || fail "installs $installed"
-    build "$work/$name" -S "$work/parent" -D CMAKE_BUILD_TYPE=Release
-    optimised_only "$work/$name" -O1
+    build "$work/$name" -S "$work/parent" -D CMAKE_BUILD_TYPE=Release \
+        -D CMAKE_EXPORT_COMPILE_COMMANDS=ON
+    compiled_with -O 1
 fi
 
 [ "$tried" -gt 0 ] || {
