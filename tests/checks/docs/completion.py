@@ -17,12 +17,7 @@ ROWS = [
     ("first word: a file with a space", "with\t", ["with space.json"]),
     ("first word: a file in a directory", "dir\tin\t", ["directory/inner.json"]),
     ("second word: -enc", "my-config.json -e\t", ["my-config.json", "-enc"]),
-    ("second word: -dec", "my-config.json -d\t", ["my-config.json", "-dec"]),
-    ("second word: -flip", "my-config.json -f\t", ["my-config.json", "-flip"]),
-    ("second word: -query", "my-config.json -q\t", ["my-config.json", "-query"]),
     ("second word: no file", "my-config.json my\t", ["my-config.json", "my"]),
-    ("second word: nothing after -query", "-query -e\t", ["-query", "-e"]),
-    ("third word: nothing", "my-config.json -enc -d\t", ["my-config.json", "-enc", "-d"]),
     # "\x1b*" inserts all that is offered.
     ("first word: all", "\x1b*", ["-query", "directory", "my-config.json", "with space.json"]),
     ("second word: all", "a \x1b*", ["a", "-dec", "-enc", "-flip", "-query"]),

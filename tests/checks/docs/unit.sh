@@ -9,10 +9,6 @@ set -eu
 program=$1
 unit=$2
 installed=$3
-command -v systemd-analyze >/dev/null || {
-    echo "systemd-analyze is missing: install the package systemd" >&2
-    exit 1
-}
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
 
