@@ -129,6 +129,15 @@ const Finding markerFiles[] = {
 INSTANTIATE_TEST_SUITE_P(MarkerFiles, Query, testing::ValuesIn(markerFiles),
                          [](const auto& row) { return row.param.name; });
 
+TEST(MarkerFiles, AreLookedForInEachRun)
+{
+    resetAppliance();
+    writeFile(decoderFile, "");
+    EXPECT_NE(runWith({"-query"}).find(overrideFile("Decoder")), std::string::npos);
+    fs::remove(decoderFile);
+    EXPECT_NE(runWith({"-query"}).find(overrideFile("None")), std::string::npos);
+}
+
 const std::string line = "/sys/class/gpio/gpio17";
 
 std::function<void()> valueIs(const std::string& bytes)

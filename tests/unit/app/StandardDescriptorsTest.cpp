@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <string>
 
 #include "tests/appliance/Files.h"
@@ -45,7 +46,9 @@ std::string describe(int descriptor)
     }
     char byte = 'x';
     text += write(descriptor, &byte, 1) == 1 ? ", writable" : "";
-    text += read(descriptor, &byte, 1) >= 0 ? ", readable" : "";
+    text += read(descriptor, &byte, 1) >= 0
+                ? ", readable"
+                : std::string(", refuses reading by ") + strerrorname_np(errno);
     text += fcntl(descriptor, F_GETFD) == 0 ? ", inherited" : "";
     return text;
 }
@@ -111,7 +114,8 @@ TEST_P(StandardDescriptors, AreOpenedOnTheNullDeviceIfClosed)
 
 TEST_P(StandardDescriptors, AreOpenedOnTheRootDirectoryIfClosedAndThereIsNoNullDevice)
 {
-    EXPECT_EQ(openedIn(GetParam(), false), openedAs("root directory, inherited"));
+    EXPECT_EQ(openedIn(GetParam(), false),
+              openedAs("root directory, refuses reading by EISDIR, inherited"));
 }
 
 INSTANTIATE_TEST_SUITE_P(, StandardDescriptors, testing::Range(0U, 8U));

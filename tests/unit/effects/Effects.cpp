@@ -147,11 +147,14 @@ int Call::open(const std::string& effect, const Effects::Opening& opening,
 int Call::close(int descriptor, const Action& action) const
 {
     const auto result = static_cast<int>(action());
-    if (wasActive && descriptor >= 0 && result != 0) {
-        const int error = errno;
-        currentEffects->add("close " + pathOf(descriptor) + ": " + nameOf(error));
-        errno = error;
+    const int error = errno;
+    if (wasActive) {
+        currentEffects->closings.push_back(descriptor);
     }
+    if (wasActive && descriptor >= 0 && result != 0) {
+        currentEffects->add("close " + pathOf(descriptor) + ": " + nameOf(error));
+    }
+    errno = error;
     return result;
 }
 

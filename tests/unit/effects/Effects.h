@@ -79,6 +79,9 @@ public:
     };
     std::vector<Opening> openings;
 
+    /// What close(2) was called for.
+    std::vector<int> closings;
+
     /// Called before a line is added: may add what happened meanwhile.
     std::function<void()> catchUp = [] {};
 

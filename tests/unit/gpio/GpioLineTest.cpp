@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "tests/appliance/Files.h"
 #include "tests/appliance/StandardInputClosed.h"
@@ -73,6 +74,21 @@ TEST_F(GpioLineLifecycle, BeginsWithoutALineAndWithoutAnEffect)
     EXPECT_EQ(line.readValue(), -1);
     EXPECT_EQ(effectsOfClose(), succeeds(0, 0));
     EXPECT_EQ(effectsOfRelease(), succeeds(0, 0));
+}
+
+// That fails, and does no harm.
+TEST_F(GpioLineLifecycle, ClosesTheDescriptorMinusOneWithoutALine)
+{
+    effects.record([] {
+        GpioLine never;
+        never.close();
+    });
+    EXPECT_EQ(effects.closings, (std::vector<int>{-1, -1}));
+    open(line, -1);
+    effects.closings.clear();
+    line.close();
+    effects.record([this] { line.close(); });
+    EXPECT_EQ(effects.closings, std::vector<int>{-1});
 }
 
 TEST_F(GpioLineLifecycle, EndsWithTheValueFileClosedAndTheLineAsItIs)
