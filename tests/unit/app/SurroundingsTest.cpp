@@ -155,6 +155,7 @@ std::string runWithin(const RunKind& kind)
 {
     resetAppliance();
     kind.arrange();
+    tzset();  // the first conversion of a time to the local one calls it too
     const std::string atStart = surroundings();
     Effects effects;
     effects.before = [&atStart](const std::string& effect) {
