@@ -28,7 +28,7 @@ install(FILES man/switch-querier.8
 install(FILES README.md CHANGELOG.md LICENSE docs/json-dialect.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 
-install(FILES packaging/systemd/application.conf
+install(FILES packaging/systemd/application.conf packaging/systemd/gpioget.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT examples)
 install(PROGRAMS packaging/init/S50application
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT examples)

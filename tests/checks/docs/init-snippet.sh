@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Runs the snippet for init scripts under set -e in dash, bash and busybox, each with GNU's timeout,
+# Runs the functions of the snippet under set -e in dash, bash and busybox, each with GNU's timeout,
 # with busybox's and without one, with a stub in place of the program, and compares the outcome with
-# how the stub ends.
+# how the stub ends. What stands in for gpioget refuses what its version refuses.
 # usage: init-snippet.sh SNIPPET
 set -eu
 directory=$(mktemp -d)
@@ -56,14 +56,29 @@ not_run() {
 $said was not run" "exit 1"
 }
 
+# usage: reads_line GETS; what the program gets from the function that reads a line, if the program
+# fails and if it does not.
+reads_line() {
+    expect 174 "$(printf '%b' "$1"),
+$said failed with status 174, $see" "$print; exit 174" "$from_line"
+    expect 0 "$(printf '%b' "$1"),
+working as encoder" "$print; exit 1" "$from_line; echo \"working as \$mode\""
+}
+
 # These are for the other shell.
 # shellcheck disable=SC2016
 call='switch_mode "a b.json" -enc || exit; echo "working as $mode"' \
+    print='printf "%s," "$@"; echo' \
     alone='switch_mode a.json; echo "working as $mode"' \
     arguments='[ "$*,$#,$(umask)" = "a b.json -enc,2,0077" ] || exit 3'
-snippet=$1
+snippet=$directory/switch-mode.sh
+sed "s|/config/|$directory/config/|g" "$1" >"$snippet"
+mkdir "$directory/config"
 said="switch-querier:"
 see="see switch-querier(8)"
+from_line='switch_mode_from_line chip 17 "a b.json"'
+unread="$said gpioget cannot read line 17 of chip\na b.json"
+gpioget=$directory/none/gpioget
 
 for name in dash bash sh; do
     for path in gnu busybox none; do
@@ -101,5 +116,24 @@ ROWS
     ln -s /bin/false "$directory/none/flock"
     not_run "$lock cannot be locked"
     mv "$directory/flock" "$directory/none/flock"
+
+    # What gpioget is called with, and what it prints; a marker file; what the program gets.
+    while IFS='|' read -r called prints marker gets; do
+        printf '#!/bin/sh\n[ "$*" = "%s" ] && echo "%s"\n' "$called" "$prints" >"$gpioget"
+        chmod +x "$gpioget"
+        [ -z "$marker" ] || : >"$directory/config/$marker"
+        reads_line "$gets"
+        rm -f "$gpioget" "$directory"/config/*
+    done <<ROWS
+chip 17|0||a b.json,-enc
+chip 17|1||a b.json,-dec
+--numeric -c chip 17|0||a b.json,-enc
+--numeric -c chip 17|1||a b.json,-dec
+chip 17|0|DECODER|a b.json
+chip 17|1|ENCODER|a b.json
+chip 17|17=active||$unread
+chip 18|0||$unread
+ROWS
+    reads_line "$unread"
 done
 exit "$failed"

@@ -32,6 +32,11 @@ verify() {
 }
 said=$(verify) || fail "$said"
 [ -z "$said" ] || fail "$said"
+mkdir "$directory/switch-querier@.service.d"
+cp packaging/systemd/gpioget.conf "$directory/switch-querier@.service.d"
+said=$(verify) || fail "$said"
+[ -z "$said" ] || fail "$said"
+rm -r "$directory/switch-querier@.service.d"
 # The instance was really loaded from the template: its ExecStart= is refused without the program.
 sed -i "s|^ExecStart=.*|ExecStart=$directory/none %f|" "$directory/switch-querier@.service"
 said=$(verify) || :
