@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <span>
 #include <utility>
 

@@ -124,11 +124,11 @@ class Project:
         targets = compile_commands()
         self.suites = suites
         self.commands = {}
-        leaves = [f for f in DIRECTORIES if f != "app"]
-        links = {f: [f] for f in leaves} | {"app": DIRECTORIES, "program": []}
+        links = {f: [f, "effects"] for f in ("gpio", "log", "fileio")}
+        links |= {"json": ["json"], "app": [*DIRECTORIES, "effects"], "program": []}
         self.parts = {}  # what each executable is linked from, as sources
         for suite, libraries in links.items():
-            names = [f"{suite}-test", "appliance", *libraries]
+            names = [f"{suite}-test", "suite-main", "appliance", *libraries]
             if suite in suites:
                 self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
         if "program" in suites:
