@@ -82,7 +82,7 @@ def call_or_fail(command, **options):
 
 def copy_tree():
     """Brings the copy up to date; what has not changed keeps its time."""
-    names = [*DIRECTORIES, "cmake", "packaging", "tests"]
+    names = [*DIRECTORIES, "cmake", "man", "packaging", "tests"]
     wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
     for name in names:
         wanted |= {p for p in pathlib.Path(name).rglob("*")
