@@ -63,6 +63,13 @@ def yocto():
     pattern = re.search(r'^BBFILES \+= "(.*)"$', configuration, re.M).group(1)
     recipes = glob.glob(pattern)
     check(len(recipes) == 1, f"the layer has the recipes {recipes}")
+    # The name of the branch master is no name of a release.
+    known = re.search(r"Yocto ([a-z, ]+) and master;", pathlib.Path("README.md").read_text())
+    compatible = re.search(r'^LAYERSERIES_COMPAT_switch-querier = "(.*)"$', configuration, re.M)
+    check(
+        compatible and known.group(1).split(", ") == compatible.group(1).split(),
+        "the layer is compatible with other releases than the README says",
+    )
     recipe = pathlib.Path(recipes[0]).read_text().replace("\\\n", " ")
     assigned = re.findall(r'^(\S+)\s*([?+.]*=\+?)\s*"(.*)"$', recipe, re.M)
     variables = {name: value for name, _, value in assigned}

@@ -26,7 +26,8 @@ EXTRA_OECMAKE = " \
 # the application is Requires= and After= in the application's unit, and these start it, too. To
 # start it at boot even so, an image sets, in a .bbappend or for this recipe in local.conf,
 #     SYSTEMD_AUTO_ENABLE:pn-switch-querier = "enable"
-# but not with kirkstone, whose systemctl for images takes the dot in the instance for its end.
+# With kirkstone the application's unit has to start it: systemctl for images takes the dot in the
+# instance for its end there.
 SWITCH_QUERIER_INSTANCE ?= "config-app.json"
 SYSTEMD_SERVICE:${PN} = "switch-querier@${SWITCH_QUERIER_INSTANCE}.service"
 SYSTEMD_AUTO_ENABLE ?= "disable"
