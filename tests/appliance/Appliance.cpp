@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +16,6 @@
 #include <system_error>
 
 #include "tests/appliance/Command.h"
-#include "tests/appliance/Files.h"
 #include "tests/appliance/PrivateRoot.h"
 
 namespace fs = std::filesystem;
@@ -75,6 +75,8 @@ std::vector<std::string> emulatorWords()
     }
     words.insert(words.end(), arguments.begin(), arguments.end());
     alarm(timeLimitSeconds);
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
     if (options.prepare) {
         options.prepare();
     }
@@ -150,6 +152,15 @@ void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
 void Appliance::setMarker(const std::string& name)
 {
     writeFile("/config/" + name, "");
+}
+
+Tree Appliance::files()
+{
+    Tree tree;
+    for (const char* const path : {directory, "/config", "/sys/class"}) {
+        addTo(tree, path);
+    }
+    return tree;
 }
 
 RunResult Appliance::run(const std::vector<std::string>& arguments, const RunOptions& options)

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/appliance/Files.h"
 #include "tests/appliance/SystemLog.h"
 
 /// The state of the hardware switch, made of plain files that imitate the kernel's.
@@ -55,7 +56,11 @@ public:
     /// Creates a marker file, "DECODER" or "ENCODER".
     void setMarker(const std::string& name);
 
-    /// Runs the program to its end. SIGALRM ends it after a minute.
+    /// All that a run could change: the directories of the configuration file, of the marker files
+    /// and of the switch.
+    [[nodiscard]] static Tree files();
+
+    /// Runs the program to its end. SIGALRM ends it after a minute; no core file is left.
     RunResult run(const std::vector<std::string>& arguments, const RunOptions& options = {});
 
     /// The directory of the configuration files.

@@ -23,7 +23,7 @@ struct Parameter {
 };
 
 /// The second parameters, and the marker files in /config with their modes, strongest first. Tests
-/// of all combinations go by these lists; parameters-and-markers.py compares them with the product.
+/// of all combinations go by these lists; lists.py compares them with the product.
 inline const std::vector<Parameter> parameters = {
     {"-enc", 1, false}, {"-dec", 0, false}, {"-flip", 2, false}, {"-query", -1, true}};
 struct MarkerFile {
@@ -69,7 +69,7 @@ using Lines = std::vector<std::string>;
 
 /// A configuration file as a run finds it.
 struct Configuration {
-    std::string text;
+    std::string text = {};
     int mode = -1;                        ///< the one that it records
     std::string rewritten = {};           ///< what a run that changes the mode puts in its place
     std::optional<Failure> refusal = {};  ///< why no run can update it; then mode is of no meaning

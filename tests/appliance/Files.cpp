@@ -3,6 +3,8 @@
 
 #include "tests/appliance/Files.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -56,5 +58,27 @@ void emptyDirectory(const std::string& directory)
     fs::create_directories(directory);
     for (const std::string& name : namesIn(directory)) {
         fs::remove_all(fs::path(directory) / name);
+    }
+}
+
+void addTo(Tree& tree, const std::string& path)
+{
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return;
+    }
+    if (S_ISLNK(status.st_mode)) {
+        tree[path] = "link to " + fs::read_symlink(path).string();
+    } else if (S_ISREG(status.st_mode)) {
+        tree[path] = "file: " + readFile(path);
+    } else if (S_ISDIR(status.st_mode)) {
+        tree[path] = "directory";
+        chmod(path.c_str(), 0755);  // the program may not be able to list it, but the test must be
+        for (const std::string& name : namesIn(path)) {
+            addTo(tree, (fs::path(path) / name).string());
+        }
+        chmod(path.c_str(), status.st_mode);
+    } else {
+        tree[path] = "neither file nor directory";
     }
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,3 +18,9 @@ std::vector<std::string> namesIn(const std::string& directory);
 
 /// Creates the directory or removes everything in it.
 void emptyDirectory(const std::string& directory);
+
+/// Paths, and what has each: "file: " and its text, "link to " and its target, "directory".
+using Tree = std::map<std::string, std::string>;
+
+/// Adds the path, and all below it if it is a directory; nothing if there is no such path.
+void addTo(Tree& tree, const std::string& path);

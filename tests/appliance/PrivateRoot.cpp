@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -155,6 +156,12 @@ void dropPermissionOverride()
 bool isUnderProot()
 {
     return std::getenv(insideProot) != nullptr;
+}
+
+std::size_t longestName()
+{
+    constexpr std::size_t longest = NAME_MAX;
+    return isUnderProot() ? longest - 1 : longest;
 }
 
 void enterPrivateRoot(char** argv)

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <cstddef>
+
 /// Moves the calling process, which must have one thread, and its future children into a private
 /// root directory. The program under test uses fixed paths; there they lead to plain directories
 /// that no other process sees and that vanish with this one:
@@ -24,6 +26,9 @@ void enterPrivateRoot(char** argv);
 /// Returns whether the private root is proot's. There nothing can be mounted, and only the user who
 /// started proot can start a program.
 bool isUnderProot();
+
+/// Returns the size of the longest name that a file can have: 255 bytes, and 254 under proot.
+std::size_t longestName();
 
 /// Returns the directory of the running executable, which also holds the program under test.
 const char* executableDirectory();

@@ -12,6 +12,7 @@
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
+#include "tests/program/ExpectedOutcome.h"
 
 // Every combination of what decides, run for real: the parameter, the marker files, the switch and
 // the mode that the file records.
@@ -87,15 +88,7 @@ TEST_P(Decision, IsMadeReportedLoggedAndWritten)
     }
     writeFile(configPath, sources.configuration.text);
 
-    const RunResult run = appliance.run(sources.arguments);
-
-    const expected::Run expectedRun = expected::run(sources);
-    EXPECT_EQ(run.status, expectedRun.status);
-    EXPECT_EQ(run.out, expectedRun.out);
-    EXPECT_EQ(run.err, expectedRun.err);
-    EXPECT_EQ(run.log, expectedRun.log);
-    EXPECT_EQ(readFile(configPath), expectedRun.configuration);
-    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
+    expectRun(appliance, sources);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Decision,

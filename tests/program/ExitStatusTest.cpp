@@ -3,32 +3,57 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <syslog.h>
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
+#include "tests/appliance/PrivateRoot.h"
 #include "tests/program/Documents.h"
+#include "tests/program/ExpectedOutcome.h"
 
-// Every exit status by a real cause. The switch is low unless a test says otherwise, so that an
-// update of a decoder's file makes it an encoder's.
+namespace fs = std::filesystem;
+
+// Every failure by a real cause; DecisionTest has 210. The switch is low, so that an update of a
+// decoder's file would make it an encoder's.
 namespace {
 
-/// The run, or the writing of the file, fails as expected.
-enum class Fails { run, writing };
+using Arguments = std::vector<std::string>;
+
+const std::string decoderFile = handwritten("false");
+const std::string temporaryPath = configPath + ".filsec";
+const std::string onlyOpens = std::string("{\"a\":") + std::string(9'994, '[');
+
+std::string pathOfLength(std::size_t length)
+{
+    return std::string(Appliance::directory) + "/" + std::string(length, 'n');
+}
+
+std::function<void()> fileHolds(const std::string& text)
+{
+    return [text] { writeFile(configPath, text); };
+}
+
+std::function<void()> fileThen(const std::function<void()>& more)
+{
+    return [more] {
+        writeFile(configPath, decoderFile);
+        more();
+    };
+}
+
+void noFile() {}
 
 struct Row {
     std::string name;
-    int status;
     expected::Failure failure;
-    Fails fails;
-    std::vector<std::string> arguments;
-    std::function<void()> arrange;
+    std::function<void()> arrange = fileHolds(decoderFile);
+    Arguments arguments = {configPath};
 };
 
 void PrintTo(const Row& row, std::ostream* out)
@@ -36,177 +61,74 @@ void PrintTo(const Row& row, std::ostream* out)
     *out << row.name;
 }
 
-void noFile() {}
-
-std::function<void()> fileHolds(const std::string& text)
-{
-    return [text] { writeFile(configPath, text); };
-}
-
-const std::string decoderFile = handwritten("false");
-const std::string onlyOpens = std::string("{\"a\":") + std::string(9'994, '[');
-
 const std::vector<Row> rows = {
+    // 119 and 152
     {"UnknownSecondParameter",
-     119,
      expected::unknownParameter(),
-     Fails::run,
-     {configPath, "-encoder"},
-     fileHolds(decoderFile)},
+     fileHolds(decoderFile),
+     {configPath, "-encoder"}},
     {"SecondParameterInCapitals",
-     119,
      expected::unknownParameter(),
-     Fails::run,
-     {configPath, "-ENC"},
-     fileHolds(decoderFile)},
+     fileHolds(decoderFile),
+     {configPath, "-ENC"}},
     {"EmptySecondParameter",
-     119,
      expected::unknownParameter(),
-     Fails::run,
-     {configPath, ""},
-     fileHolds(decoderFile)},
-    {"UnknownParameterAfterQuery",
-     119,
-     expected::unknownParameter(),
-     Fails::run,
-     {"-query", "now"},
-     fileHolds(decoderFile)},
-    {"EncAfterQuery",
-     152,
-     expected::parameterAfterQuery(),
-     Fails::run,
-     {"-query", "-enc"},
-     fileHolds(decoderFile)},
-    {"QueryAfterQuery",
-     152,
-     expected::parameterAfterQuery(),
-     Fails::run,
-     {"-query", "-query"},
-     fileHolds(decoderFile)},
-    {"FileMissing", 163, expected::unreadable(configPath), Fails::run, {configPath}, noFile},
-    {"FileIsADirectory",
-     163,
-     expected::unreadable(configPath),
-     Fails::run,
-     {configPath},
-     [] { emptyDirectory(configPath); }},
-    {"FileNotReadable",
-     163,
-     expected::unreadable(configPath),
-     Fails::run,
-     {configPath},
-     [] {
-         writeFile(configPath, decoderFile);
-         chmod(configPath.c_str(), 0);
-     }},
-    {"FileTooLarge",
-     163,
-     expected::unreadable(configPath),
-     Fails::run,
-     {configPath},
+     fileHolds(decoderFile),
+     {configPath, ""}},
+    {"UnknownParameterAfterQuery", expected::unknownParameter(), noFile, {"-query", "now"}},
+    {"EncAfterQuery", expected::parameterAfterQuery(), noFile, {"-query", "-enc"}},
+    {"QueryAfterQuery", expected::parameterAfterQuery(), noFile, {"-query", "-query"}},
+
+    // 163
+    {"FileMissing", expected::unreadable(configPath), noFile},
+    {"FileIsADirectory", expected::unreadable(configPath), [] { emptyDirectory(configPath); }},
+    {"FileNotReadable", expected::unreadable(configPath),
+     fileThen([] { chmod(configPath.c_str(), 0); })},
+    {"FileTooLarge", expected::unreadable(configPath),
      fileHolds(decoderFile + std::string(10'001 - decoderFile.size(), '\n'))},
-    {"EmptyName", 163, expected::unreadable(""), Fails::run, {""}, noFile},
-    {"FileOfWhitespace",
-     174,
-     expected::syntaxError(0, -1),
-     Fails::run,
-     {configPath},
-     fileHolds(" \n\t\r\n")},
-    {"SyntaxErrorAfterLeadingWhitespace",
-     174,
-     expected::syntaxError(9, -5),
-     Fails::run,
-     {configPath},
+    {"EmptyName", expected::unreadable(""), noFile, {""}},
+    {"NameOf256Bytes", expected::unreadable(pathOfLength(256)), noFile, {pathOfLength(256)}},
+
+    // 174, 180 and 186
+    {"FileOfWhitespace", expected::syntaxError(0, -1), fileHolds(" \n\t\r\n")},
+    {"SyntaxErrorAfterLeadingWhitespace", expected::syntaxError(9, -5),
      fileHolds("\n\n  {\"a\":null;} \n")},
-    {"NumberTooDeep",
-     174,
-     expected::syntaxError(9999, -41),
-     Fails::run,
-     {configPath},
-     fileHolds(onlyOpens + "}")},
-    {"NoApp",
-     180,
-     expected::flagMissing(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"isEncoder\":true}")},
-    {"AppIsAnArray",
-     180,
-     expected::flagMissing(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"App\":[{\"isEncoder\":true}]}")},
-    {"AppHasNoFlag",
-     180,
-     expected::flagMissing(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"App\":{\"isencoder\":true}}")},
-    {"FlagIsANumber",
-     186,
-     expected::flagNotBoolean(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"App\":{\"isEncoder\":1}}")},
-    {"FlagIsAString",
-     186,
-     expected::flagNotBoolean(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"App\":{\"isEncoder\":\"true\"}}")},
-    {"FlagIsNull",
-     186,
-     expected::flagNotBoolean(),
-     Fails::run,
-     {configPath},
-     fileHolds("{\"App\":{\"isEncoder\":null}}")},
-    {"DirectoryNotWritable",
-     226,
+    {"NumberTooDeep", expected::syntaxError(9999, -41), fileHolds(onlyOpens + "}")},
+    {"NoApp", expected::flagMissing(), fileHolds(R"({"isEncoder":true})")},
+    {"AppIsAnArray", expected::flagMissing(), fileHolds(R"({"App":[{"isEncoder":true}]})")},
+    {"AppHasNoFlag", expected::flagMissing(), fileHolds(R"({"App":{"isencoder":true}})")},
+    {"FlagIsANumber", expected::flagNotBoolean(), fileHolds(R"({"App":{"isEncoder":1}})")},
+    {"FlagIsAString", expected::flagNotBoolean(), fileHolds(R"({"App":{"isEncoder":"true"}})")},
+    {"FlagIsNull", expected::flagNotBoolean(), fileHolds(R"({"App":{"isEncoder":null}})")},
+
+    // 226
+    {"DirectoryNotWritable", expected::notOpened(),
+     fileThen([] { chmod(Appliance::directory, 0555); })},
+    {"TemporaryNameIsADirectory", expected::notOpened(),
+     fileThen([] { emptyDirectory(temporaryPath); })},
+    {"TemporaryNameIsALinkToItself", expected::notOpened(),
+     fileThen([] { fs::create_symlink("config.json.filsec", temporaryPath); })},
+    {"TemporaryFileNotWritable", expected::notOpened(), fileThen([] {
+         writeFile(temporaryPath, "left");
+         chmod(temporaryPath.c_str(), 0444);
+     })},
+    {"NameOf249Bytes",
      expected::notOpened(),
-     Fails::writing,
-     {configPath},
-     [] {
-         writeFile(configPath, decoderFile);
-         chmod(Appliance::directory, 0555);
-     }},
-    {"TemporaryNameIsADirectory",
-     226,
+     [] { writeFile(pathOfLength(249), decoderFile); },
+     {pathOfLength(249)}},
+    {"LongestName",
      expected::notOpened(),
-     Fails::writing,
-     {configPath},
-     [] {
-         writeFile(configPath, decoderFile);
-         emptyDirectory(configPath + ".filsec");
-     }},
-    {"DiskFull",
-     236,
-     expected::notWritten(1),
-     Fails::writing,
-     {configPath},
-     [] {
-         writeFile(configPath, decoderFile);
-         std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
-     }},
-    {"DiskFullForMoreThanAStreamsBuffer",
-     236,
-     expected::notWritten(1),
-     Fails::writing,
-     {configPath},
+     [] { writeFile(pathOfLength(longestName()), decoderFile); },
+     {pathOfLength(longestName())}},
+
+    // 236; ReplacementTest has those of a rename that is refused
+    {"DiskFull", expected::notWritten(1),
+     fileThen([] { fs::create_symlink("/dev/full", temporaryPath); })},
+    {"DiskFullForMoreThanAStreamsBuffer", expected::notWritten(1),
      [] {
          const std::string filling(9'900, 'x');
          writeFile(configPath, R"({"App":{"isEncoder":false},"a":")" + filling + "\"}");
-         std::filesystem::create_symlink("/dev/full", configPath + ".filsec");
-     }},
-    {"DirectoryNotWritableButTheTemporaryFileIs",
-     236,
-     expected::notWritten(-3),
-     Fails::writing,
-     {configPath},
-     [] {
-         // The temporary file that is left over can be written, but not renamed.
-         writeFile(configPath, decoderFile);
-         writeFile(configPath + ".filsec", "");
-         chmod(Appliance::directory, 0555);
+         fs::create_symlink("/dev/full", temporaryPath);
      }},
 };
 
@@ -215,118 +137,44 @@ protected:
     void TearDown() override { chmod(Appliance::directory, 0755); }
 };
 
-TEST_P(Failing, EndsWithItsNumberAndKeepsTheFile)
+TEST_P(Failing, EndsWithItsNumberAndChangesNoFile)
 {
     const Row& row = GetParam();
     Appliance appliance;
     appliance.setSwitch(Switch::low);
     row.arrange();
-    const std::vector<std::string> namesBefore = namesIn(Appliance::directory);
     expected::Sources sources{.arguments = row.arguments,
                               .hardware = Switch::low,
                               .configuration = configurationRecording(false)};
-    sources.configuration.text = readFile(configPath);
-    (row.fails == Fails::run ? sources.configuration.refusal : sources.writing) = row.failure;
+    sources.configuration.text = readFile(row.arguments.front());
+    const bool reads = row.failure.status < 226;
+    (reads ? sources.configuration.refusal : sources.writing) = row.failure;
 
-    const RunResult run = appliance.run(row.arguments);
-
-    const expected::Run expectedRun = expected::run(sources);
-    EXPECT_EQ(row.failure.status, row.status);
-    EXPECT_EQ(run.status, row.status);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, expectedRun.err);
-    EXPECT_EQ(run.log,
-              (std::vector<LogRecord>{{LOG_ERR, "switch-querier", row.failure.message + "\n"}}));
-    EXPECT_EQ(readFile(configPath), sources.configuration.text);
-    EXPECT_EQ(namesIn(Appliance::directory), namesBefore);
+    expectRun(appliance, sources);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Failing, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
-TEST(ExitStatus, IsZeroForADecoder)
-{
-    Appliance appliance;
-    appliance.setSwitch(Switch::high);
-    writeFile(configPath, handwritten("true"));
+class WrongNumberOfArguments : public testing::TestWithParam<Arguments> {};
 
-    const RunResult run = appliance.run({configPath});
-
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, expected::updated(0) + "\n");
-    EXPECT_EQ(readFile(configPath), rewritten("false"));
-}
-
-TEST(ExitStatus, IsOneForAnEncoder)
+TEST_P(WrongNumberOfArguments, EndsWith96AndTheUsageBeforeAnyProbing)
 {
     Appliance appliance;
     appliance.setSwitch(Switch::low);
-    writeFile(configPath, handwritten("false"));
 
-    const RunResult run = appliance.run({configPath});
-
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, expected::updated(1) + "\n");
-    EXPECT_EQ(readFile(configPath), rewritten("true"));
-}
-
-TEST(ExitStatus, Is210WhenNothingDecides)
-{
-    Appliance appliance;
-    writeFile(configPath, handwritten("true"));
-
-    const RunResult run = appliance.run({configPath});
-
-    EXPECT_EQ(run.status, 210);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, expected::run({.arguments = {configPath},
-                                      .configuration = configurationRecording(true)})
-                           .err);
-    EXPECT_TRUE(run.err.ends_with("ERROR: " + expected::nothingDecides().message + "\n"));
-    EXPECT_EQ(readFile(configPath), handwritten("true"));
-}
-
-class WrongNumberOfArguments : public testing::TestWithParam<std::vector<std::string>> {};
-
-TEST_P(WrongNumberOfArguments, EndsWith96AndTheUsage)
-{
-    Appliance appliance;
-    appliance.setSwitchOnExport(0, std::chrono::milliseconds(0));
-
-    const RunResult run = appliance.run(GetParam());
-
-    EXPECT_EQ(run.status, 96);
-    EXPECT_EQ(run.out, expected::usage("switch-querier"));
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.log, std::vector<LogRecord>{});
-    EXPECT_EQ(readFile("/sys/class/gpio/export"), "") << "the switch was probed";
+    expectRun(appliance, {.arguments = GetParam()});
 }
 
 INSTANTIATE_TEST_SUITE_P(, WrongNumberOfArguments,
-                         testing::Values(std::vector<std::string>{},
-                                         std::vector<std::string>{"a", "b", "c"},
-                                         std::vector<std::string>{"a", "-enc", "", ""}));
-
-TEST(BadSecondParameter, IsRefusedBeforeAnyProbing)
-{
-    Appliance appliance;
-    emptyDirectory(Appliance::gpioDirectory);
-    writeFile("/sys/class/gpio/export", "");
-
-    EXPECT_EQ(appliance.run({"-query", "-Dec"}).status, 119);
-
-    EXPECT_EQ(readFile("/sys/class/gpio/export"), "");
-}
+                         testing::Values(Arguments{}, Arguments{"a", "b", "c"},
+                                         Arguments{"a", "-enc", "", ""}));
 
 TEST(ParameterAfterQuery, IsRefusedAfterTheSwitchWasRead)
 {
     Appliance appliance;
 
-    const RunResult run = appliance.run({"-query", "-enc"});
-
-    EXPECT_EQ(run.status, 152);
-    EXPECT_EQ(run.err, "ERROR: " + expected::cannotInitSwitch() +
-                           "\nERROR: " + expected::parameterAfterQuery().message + "\n");
+    expectRun(appliance, {.arguments = {"-query", "-enc"}});
 }
 
 }  // namespace

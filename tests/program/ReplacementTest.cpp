@@ -30,8 +30,6 @@ namespace fs = std::filesystem;
 // The new file takes the old one's place, and has nothing of it but the name.
 namespace {
 
-using Names = std::vector<std::string>;
-
 const std::string directory = std::string(Appliance::directory) + "/";
 
 struct stat statusOf(const std::string& path)
@@ -41,59 +39,107 @@ struct stat statusOf(const std::string& path)
     return status;
 }
 
+struct Row {
+    std::string name;
+    std::string path;
+    std::function<void()> arrange;
+    Tree after;  ///< of the appliance's directory
+};
+
+void PrintTo(const Row& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+const std::string temporaryPath = configPath + ".filsec";
+const std::string elsewhere = directory + "elsewhere";
+const std::string longestPath = directory + std::string(longestName() - 7, 'n');
+const std::string longText = "left, and longer than the new text" + std::string(200, '.');
+const std::string oldFile = "file: " + handwritten("false");
+const std::string newFile = "file: " + rewritten("true");
+
+const std::vector<Row> rows = {
+    {"TheFileIsALink",
+     configPath,
+     [] {
+         fs::rename(configPath, elsewhere);
+         fs::create_symlink("elsewhere", configPath);
+     },
+     {{configPath, newFile}, {elsewhere, oldFile}}},
+    {"TheFileIsAHardLink",
+     configPath,
+     [] { fs::create_hard_link(configPath, elsewhere); },
+     {{configPath, newFile}, {elsewhere, oldFile}}},
+    {"TheFileIsReadOnly",
+     configPath,
+     [] { chmod(configPath.c_str(), 0444); },
+     {{configPath, newFile}}},
+    {"TheTemporaryFileIsLeftOver",
+     configPath,
+     [] { writeFile(temporaryPath, longText); },
+     {{configPath, newFile}}},
+    {"TheTemporaryNameIsALink",
+     configPath,
+     [] {
+         writeFile(elsewhere, longText);
+         fs::create_symlink("elsewhere", temporaryPath);
+     },
+     {{configPath, "link to elsewhere"}, {elsewhere, newFile}}},
+    {"TheTemporaryNameIsADanglingLink",
+     configPath,
+     [] { fs::create_symlink("elsewhere", temporaryPath); },
+     {{configPath, "link to elsewhere"}, {elsewhere, newFile}}},
+    {"TheNameIsAsLongAsTheSuffixAllows",
+     longestPath,
+     [] { fs::rename(configPath, longestPath); },
+     {{longestPath, newFile}}},
+};
+
+class ReplacementOfAnything : public testing::TestWithParam<Row> {};
+
+TEST_P(ReplacementOfAnything, LeavesTheNewFileUnderTheName)
+{
+    const Row& row = GetParam();
+    Appliance appliance;
+    writeFile(configPath, handwritten("false"));
+    row.arrange();
+
+    EXPECT_EQ(appliance.run({row.path, "-enc"}).status, 1);
+
+    Tree after;
+    addTo(after, Appliance::directory);
+    after.erase(Appliance::directory);
+    EXPECT_EQ(after, row.after);
+}
+
+INSTANTIATE_TEST_SUITE_P(If, ReplacementOfAnything, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
+
 class Replacement : public testing::Test {
 protected:
     Replacement() { writeFile(configPath, handwritten("false")); }
 
     void expectReplaced()
     {
-        const RunResult run = appliance.run({configPath, "-enc"});
-        EXPECT_EQ(run.status, 1) << run.err;
+        EXPECT_EQ(appliance.run({configPath, "-enc"}).status, 1);
         EXPECT_EQ(readFile(configPath), rewritten("true"));
-        EXPECT_TRUE(S_ISREG(statusOf(configPath).st_mode));
     }
 
     void expectNotRenamed()
     {
+        const expected::Run expectedRun =
+            expected::run({.arguments = {configPath, "-enc"},
+                           .configuration = configurationRecording(false),
+                           .writing = expected::notWritten(-3)});
         const RunResult run = appliance.run({configPath, "-enc"});
-        EXPECT_EQ(run.status, 236);
-        EXPECT_TRUE(run.err.ends_with("\nERROR: " + expected::notWritten(-3).message + "\n"))
-            << run.err;
+        EXPECT_EQ(run.status, expectedRun.status);
+        EXPECT_EQ(run.err, expectedRun.err);
         EXPECT_EQ(readFile(configPath), handwritten("false"));
-        EXPECT_EQ(readFile(configPath + ".filsec"), rewritten("true"));
+        EXPECT_EQ(readFile(temporaryPath), rewritten("true"));
     }
 
     Appliance appliance;
 };
-
-TEST_F(Replacement, OfALinkLeavesItsTarget)
-{
-    fs::rename(configPath, directory + "target");
-    fs::create_symlink("target", configPath);
-
-    expectReplaced();
-    EXPECT_EQ(readFile(directory + "target"), handwritten("false"));
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "target"}));
-}
-
-TEST_F(Replacement, OfAHardLinkLeavesTheOtherName)
-{
-    fs::create_hard_link(configPath, directory + "other");
-
-    expectReplaced();
-    EXPECT_EQ(readFile(directory + "other"), handwritten("false"));
-    EXPECT_EQ(statusOf(configPath).st_nlink, 1U);
-    EXPECT_EQ(namesIn(directory), (Names{"config.json", "other"}));
-}
-
-TEST_F(Replacement, OfAFileThatIsReadOnlySucceeds)
-{
-    chmod(configPath.c_str(), 0444);
-    writeFile(configPath + ".filsec", "left, and longer than the new text" + std::string(200, '.'));
-
-    expectReplaced();
-    EXPECT_EQ(namesIn(directory), Names{"config.json"});
-}
 
 // Only the superuser may give a file away (EPERM), and a user namespace may know nobody else that
 // it could be given to (EINVAL).
@@ -178,26 +224,37 @@ public:
 
 TEST_F(Replacement, KeepsNeitherAccessControlListNorExtendedAttributes)
 {
-    struct Row {
-        std::string attribute;
+    struct Attribute {
+        std::string name;
         std::string value;
     };
-    for (const Row& row :
-         {Row{"user.note", "rack 7"}, Row{"system.posix_acl_access", accessControlList()}}) {
-        SCOPED_TRACE(row.attribute);
-        const AttributeDirectory place(row.attribute);
+    for (const Attribute& attribute : {Attribute{"user.note", "rack 7"},
+                                       Attribute{"system.posix_acl_access", accessControlList()}}) {
+        SCOPED_TRACE(attribute.name);
+        const AttributeDirectory place(attribute.name);
         const std::string path = place.path + "/config.json";
         writeFile(path, handwritten("false"));
-        ASSERT_EQ(
-            setxattr(path.c_str(), row.attribute.c_str(), row.value.data(), row.value.size(), 0), 0)
+        ASSERT_EQ(setxattr(path.c_str(), attribute.name.c_str(), attribute.value.data(),
+                           attribute.value.size(), 0),
+                  0)
             << errno;
-        ASSERT_TRUE(attributesOf(path).contains(row.attribute));
+        ASSERT_TRUE(attributesOf(path).contains(attribute.name));
 
         EXPECT_EQ(appliance.run({path, "-enc"}).status, 1);
 
         EXPECT_EQ(readFile(path), rewritten("true"));
-        EXPECT_FALSE(attributesOf(path).contains(row.attribute));
+        EXPECT_FALSE(attributesOf(path).contains(attribute.name));
     }
+}
+
+// The temporary file that is left over can be written, but not renamed.
+TEST_F(Replacement, IsRefusedIfTheDirectoryIsNotWritable)
+{
+    writeFile(temporaryPath, "");
+    chmod(Appliance::directory, 0555);
+
+    expectNotRenamed();
+    chmod(Appliance::directory, 0755);
 }
 
 TEST_F(Replacement, IsRefusedIfSomethingIsMountedOnTheFile)

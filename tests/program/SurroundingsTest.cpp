@@ -16,8 +16,10 @@
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/CommaLocale.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
+#include "tests/program/ExpectedOutcome.h"
 
 namespace fs = std::filesystem;
 
@@ -124,15 +126,14 @@ TEST_P(FileNamedLikeAParameter, IsReadAndReplaced)
     const std::string name = GetParam();
     Appliance appliance;
     appliance.setSwitch(Switch::low);
-    const std::string path = std::string(Appliance::directory) + "/" + name;
 
-    const RunResult missing = appliance.run({name});
-    EXPECT_EQ(missing.status, 163);
-    EXPECT_EQ(missing.err, "ERROR: Cannot read Json config file '" + name + "'\n");
+    expectRun(appliance, {.arguments = {name},
+                          .hardware = Switch::low,
+                          .configuration = {.refusal = expected::unreadable(name)}});
 
-    writeFile(path, handwritten("false"));
+    writeFile(name, handwritten("false"));
     EXPECT_EQ(appliance.run({name}).status, 1);
-    EXPECT_EQ(readFile(path), rewritten("true"));
+    EXPECT_EQ(readFile(name), rewritten("true"));
     EXPECT_EQ(appliance.run({name, "-query"}).status, 0);
     EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{name});
 }
@@ -149,13 +150,10 @@ TEST(FirstParameter, IsShownUnchanged)
     Appliance appliance;
     appliance.setSwitch(Switch::low);
     const std::string path = "a\nERROR: b\t\x1b[31m%s\x7f";
-    const std::string message = "Cannot read Json config file '" + path + "'\n";
 
-    const RunResult run = appliance.run({path});
-
-    EXPECT_EQ(run.err, "ERROR: " + message);
-    ASSERT_EQ(run.log.size(), 1U);
-    EXPECT_EQ(run.log[0].text, message);
+    expectRun(appliance, {.arguments = {path},
+                          .hardware = Switch::low,
+                          .configuration = {.refusal = expected::unreadable(path)}});
 }
 
 // With -flip the switch decides nothing, but it is exported and made an input all the same.

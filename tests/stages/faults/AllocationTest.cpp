@@ -33,7 +33,7 @@ TEST_P(Allocation, MayFail)
                          (fromThenOn ? " and all after it" : ""));
             Appliance appliance;
             arrange(scenario, appliance);
-            const Tree before = currentTree();
+            const Tree before = Appliance::files();
 
             const RunResult run = runWithPreload(appliance, scenario, "failing-allocation", ordinal,
                                                  fromThenOn ? INT_MAX : ordinal);

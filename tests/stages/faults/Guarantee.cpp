@@ -3,9 +3,6 @@
 
 #include "tests/stages/faults/Guarantee.h"
 
-#include <sys/stat.h>
-
-#include <filesystem>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -14,8 +11,6 @@
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/program/Documents.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -33,28 +28,6 @@ std::string at(const Tree& tree, const std::string& path)
 {
     const auto found = tree.find(path);
     return found == tree.end() ? nothing : found->second;
-}
-
-void addTo(Tree& tree, const fs::path& path)
-{
-    struct stat status = {};
-    if (lstat(path.c_str(), &status) != 0) {
-        return;
-    }
-    if (S_ISLNK(status.st_mode)) {
-        tree[path] = "link to " + fs::read_symlink(path).string();
-    } else if (S_ISREG(status.st_mode)) {
-        tree[path] = fileWith(readFile(path));
-    } else if (S_ISDIR(status.st_mode)) {
-        tree[path] = "directory";
-        chmod(path.c_str(), 0755);  // the program may not be able to list it, but the test must be
-        for (const std::string& name : namesIn(path)) {
-            addTo(tree, path / name);
-        }
-        chmod(path.c_str(), status.st_mode);
-    } else {
-        tree[path] = "neither file nor directory";
-    }
 }
 
 /// What may have the temporary name.
@@ -158,15 +131,6 @@ testing::AssertionResult broken(const std::string& what, const RunResult& run, c
 
 }  // namespace
 
-Tree currentTree()
-{
-    Tree tree;
-    for (const char* directory : {Appliance::directory, "/config", "/sys/class"}) {
-        addTo(tree, directory);
-    }
-    return tree;
-}
-
 std::set<int> statusesOf(const Scenario& scenario)
 {
     std::set<int> statuses;
@@ -181,7 +145,7 @@ std::set<int> statusesOf(const Scenario& scenario)
 testing::AssertionResult holdsGuarantee(const Scenario& scenario, const RunResult& run,
                                         const Tree& before, const Tolerance& tolerance)
 {
-    const Tree after = currentTree();
+    const Tree after = Appliance::files();
     if (!agreeExceptForTheFile(before, after)) {
         return broken("unexpected files", run, after);
     }
@@ -223,7 +187,7 @@ testing::AssertionResult holdsGuarantee(const Scenario& scenario, const RunResul
 testing::AssertionResult endsAsExpected(const Scenario& scenario, const RunResult& run,
                                         const Tree& before)
 {
-    const Tree after = currentTree();
+    const Tree after = Appliance::files();
     const Outcome outcome = outcomesOf(scenario, scenario.switches.front()).back();
     const bool direction =
         !before.contains(directionPath) || at(after, directionPath) == fileWith("in");
@@ -239,7 +203,7 @@ testing::AssertionResult endsAsExpected(const Scenario& scenario, const RunResul
 testing::AssertionResult nextRunRecovers(const Scenario& scenario, Appliance& appliance,
                                          std::set<Tree>& seen)
 {
-    const Tree before = currentTree();
+    const Tree before = Appliance::files();
     if (!seen.insert(before).second) {
         return testing::AssertionSuccess();
     }
@@ -247,8 +211,8 @@ testing::AssertionResult nextRunRecovers(const Scenario& scenario, Appliance& ap
     const Scenario now = replaced ? nextOf(scenario) : scenario;
     const RunResult run = appliance.run(now.arguments());
     testing::AssertionResult result = endsAsExpected(now, run, before);
-    if (result && at(currentTree(), temporaryPath) != nothing) {
-        return broken("the temporary file is left", run, currentTree());
+    if (result && at(Appliance::files(), temporaryPath) != nothing) {
+        return broken("the temporary file is left", run, Appliance::files());
     }
     return result;
 }

@@ -5,18 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 #include <string>
 
 #include "tests/appliance/Appliance.h"
 #include "tests/stages/faults/Scenario.h"
-
-/// Every path that a run could have changed, and what has that name.
-using Tree = std::map<std::string, std::string>;
-
-/// The trees under the directories of the configuration file, the marker files and the switch.
-Tree currentTree();
 
 /// What the guarantee may lose to a fault.
 struct Tolerance {

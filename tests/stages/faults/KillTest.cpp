@@ -29,7 +29,7 @@ TEST_P(Kill, AtAnySystemCallTearsNoFile)
         SCOPED_TRACE("killed at " + call.text);
         Appliance appliance;
         arrange(scenario, appliance);
-        const Tree before = currentTree();
+        const Tree before = Appliance::files();
 
         const RunResult run = runWithFault(appliance, scenario, call.name,
                                            "signal=KILL:when=" + std::to_string(call.ordinal));

@@ -4,7 +4,6 @@
 #include "tests/stages/faults/Preload.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
 
@@ -21,8 +20,6 @@ RunResult runWithPreload(Appliance& appliance, const Scenario& scenario, const s
                          int first, int last)
 {
     const auto preload = [&] {
-        const rlimit noCore{0, 0};
-        setrlimit(RLIMIT_CORE, &noCore);
         setenv("LD_PRELOAD", (executableDirectory() + ("/" + object + ".so")).c_str(), 1);
         setenv("FAULT_FIRST", std::to_string(first).c_str(), 1);
         setenv("FAULT_LAST", std::to_string(last).c_str(), 1);

@@ -9,7 +9,7 @@
 #include "tests/stages/faults/Scenario.h"
 
 /// Runs with a shared object of preload/, which fails its calls from the first to the last of these
-/// ordinals. No core file is left.
+/// ordinals.
 RunResult runWithPreload(Appliance& appliance, const Scenario& scenario, const std::string& object,
                          int first, int last);
 

@@ -22,7 +22,7 @@ TEST_P(Baseline, EndsAsExpectedWithoutAFault)
     const Scenario& scenario = GetParam();
     Appliance appliance;
     arrange(scenario, appliance);
-    const Tree before = currentTree();
+    const Tree before = Appliance::files();
 
     const RunResult run = appliance.run(scenario.arguments());
 
@@ -40,7 +40,7 @@ TEST_P(Baseline, EndsAsExpectedNextToATemporaryFileThatIsLeftOver)
     Appliance appliance;
     arrange(scenario, appliance);
     writeFile(configPath + ".filsec", scenario.before() + scenario.after());
-    const Tree before = currentTree();
+    const Tree before = Appliance::files();
 
     const RunResult run = appliance.run(scenario.arguments());
 

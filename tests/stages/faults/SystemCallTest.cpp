@@ -146,7 +146,7 @@ TEST_P(SystemCallThatFails, HoldsTheGuarantee)
             SCOPED_TRACE("inject=" + call.name + ":" + inject + ", which is " + call.text);
             Appliance appliance;
             arrange(scenario, appliance);
-            const Tree before = currentTree();
+            const Tree before = Appliance::files();
 
             const RunResult run = runWithFault(appliance, scenario, call.name, inject);
 

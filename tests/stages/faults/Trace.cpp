@@ -4,22 +4,11 @@
 #include "tests/stages/faults/Trace.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <map>
 #include <sstream>
 
 #include "tests/appliance/Files.h"
-
-namespace {
-
-void leaveNoCore()
-{
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-}
-
-}  // namespace
 
 std::vector<SystemCall> systemCallsOf(const Scenario& scenario)
 {
@@ -51,7 +40,7 @@ RunResult runWithFault(Appliance& appliance, const Scenario& scenario, const std
 {
     return appliance.run(scenario.arguments(),
                          {.name = "switch-querier",
-                          .prepare = leaveNoCore,
+                          .prepare = {},
                           .wrapper = {"strace", "-qq", "-o", "/dev/null", "-e", "trace=" + name,
                                       "-e", "inject=" + name + ":" + fault}});
 }

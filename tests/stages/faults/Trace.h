@@ -21,6 +21,6 @@ struct SystemCall {
 std::vector<SystemCall> systemCallsOf(const Scenario& scenario);
 
 /// Runs with strace(1) injecting a fault into the calls of this name, in strace's syntax: for
-/// example "error=EIO:when=3+". No core file is left.
+/// example "error=EIO:when=3+".
 RunResult runWithFault(Appliance& appliance, const Scenario& scenario, const std::string& name,
                        const std::string& fault);

@@ -28,7 +28,7 @@ TEST_P(ShortTransfer, LosesNoByteOfAFile)
         SCOPED_TRACE("transfers " + std::to_string(first) + " to " + std::to_string(last));
         Appliance appliance;
         arrange(scenario, appliance);
-        const Tree before = currentTree();
+        const Tree before = Appliance::files();
 
         const RunResult run = runWithPreload(appliance, scenario, "short-transfer", first, last);
 
