@@ -15,6 +15,13 @@ target_compile_options(switch-querier-settings INTERFACE
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # glibc's times and sizes of files have 32 bits there, unless a program asks for more
+  # (feature_test_macros(7)).
+  target_compile_definitions(switch-querier-settings INTERFACE
+                             _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
+
 # -O2 is what is tested and measured. It replaces CMake's own -O3, but no level that the caller, a
 # toolchain file or an enclosing project sets.
 if(top_level AND CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
@@ -33,6 +40,14 @@ set(hardened $<OR:$<CONFIG:Release>,$<CONFIG:MinSizeRel>>)
 set(callersFlags
     " ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELEASE} ${CMAKE_CXX_FLAGS_MINSIZEREL}")
 
+# For most processors clang accepts the option and warns that it is unused.
+include(CheckCXXCompilerFlag)
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+set(CMAKE_REQUIRED_FLAGS -Werror)
+check_cxx_compiler_flag(-fstack-clash-protection has_stack_clash_protection)
+unset(CMAKE_REQUIRED_FLAGS)
+unset(CMAKE_TRY_COMPILE_TARGET_TYPE)
+
 # Adds options to hardened builds, unless a flag of the caller matches the pattern: options of a
 # target follow the caller's flags on the command line, where the last one counts.
 function(switch_querier_harden pattern)
@@ -44,7 +59,9 @@ endfunction()
 switch_querier_harden(" -f(file|debug|macro)-prefix-map="
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build)
 switch_querier_harden(" -f(no-)?stack-protector" -fstack-protector-strong)
-switch_querier_harden(" -f(no-)?stack-clash-protection" -fstack-clash-protection)
+if(has_stack_clash_protection)
+  switch_querier_harden(" -f(no-)?stack-clash-protection" -fstack-clash-protection)
+endif()
 switch_querier_harden("_FORTIFY_SOURCE" -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 switch_querier_harden(" -f(no-)?function-sections" -ffunction-sections)
 switch_querier_harden(" -f(no-)?data-sections" -fdata-sections)

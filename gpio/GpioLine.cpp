@@ -26,10 +26,11 @@ constexpr useconds_t openWaitMicroseconds = 20'000;
 /// Resumes after a signal (EINTR). Any other failure ends the sleep early.
 void sleepFor(nanoseconds duration)
 {
-    constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+    constexpr std::chrono::seconds second(1);
     timespec remaining{};
-    remaining.tv_sec = duration.count() / nanosecondsPerSecond;
-    remaining.tv_nsec = duration.count() % nanosecondsPerSecond;
+    remaining.tv_sec = duration / second;
+    // Less than a second fits any integer.
+    remaining.tv_nsec = static_cast<long>((duration % second).count());
     while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
     }
 }

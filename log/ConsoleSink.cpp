@@ -47,7 +47,7 @@ void ConsoleSink::write(system_clock::time_point time, const std::string& text, 
             insertTime(line, time, format);
         }
         line << levelName(level) << ": " << text;
-        *console << line.view();
+        *console << line.str();
     }
     if (text.back() != '\n') {
         console->put(console->widen('\n'));
