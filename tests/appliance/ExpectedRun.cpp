@@ -131,7 +131,7 @@ Failure unreadable(const std::string& path)
     return {163, "Cannot read Json config file '" + path + "'"};
 }
 
-Failure syntaxError(std::size_t position, int code)
+Failure syntaxError(std::uint64_t position, int code)
 {
     return {174, "Cannot decode Json at position " + std::to_string(position) + ", code " +
                      std::to_string(code)};

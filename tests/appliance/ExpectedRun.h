@@ -44,7 +44,7 @@ struct Failure {
 [[nodiscard]] Failure unknownParameter();
 [[nodiscard]] Failure parameterAfterQuery();
 [[nodiscard]] Failure unreadable(const std::string& path);
-[[nodiscard]] Failure syntaxError(std::size_t position, int code);
+[[nodiscard]] Failure syntaxError(std::uint64_t position, int code);
 [[nodiscard]] Failure flagMissing();
 [[nodiscard]] Failure flagNotBoolean();
 [[nodiscard]] Failure nothingDecides();

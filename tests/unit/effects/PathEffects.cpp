@@ -121,13 +121,15 @@ int fchown(int descriptor, uid_t user, gid_t group) noexcept
 
 int truncate(const char* path, off_t size) noexcept
 {
-    return onPath("set size of", path, [=] { return syscall(SYS_truncate, path, size); });
+    return onPath("set size of", path,
+                  [=] { return syscall(SYS_truncate, path, static_cast<long>(size)); });
 }
 
 int ftruncate(int descriptor, off_t size) noexcept
 {
-    return onDescriptor("set size of", descriptor,
-                        [=] { return syscall(SYS_ftruncate, descriptor, size); });
+    return onDescriptor("set size of", descriptor, [=] {
+        return syscall(SYS_ftruncate, descriptor, static_cast<long>(size));
+    });
 }
 
 int utimensat(int directory, const char* path, const timespec* times, int flags) noexcept

@@ -20,10 +20,14 @@ nanoseconds durationOf(const timespec& time)
     return std::chrono::seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
 }
 
-timespec timespecOf(nanoseconds time)
+template <typename Timespec = timespec>
+Timespec timespecOf(nanoseconds time)
 {
     constexpr std::int64_t second = 1'000'000'000;
-    return {static_cast<std::time_t>(time.count() / second), time.count() % second};
+    Timespec split{};
+    split.tv_sec = static_cast<decltype(split.tv_sec)>(time.count() / second);
+    split.tv_nsec = static_cast<decltype(split.tv_nsec)>(time.count() % second);
+    return split;
 }
 
 /// As nanosleep(2).
@@ -42,6 +46,19 @@ int waited(const timespec& request, timespec* remaining)
     return result;
 }
 
+/// As clock_gettime(2), which is the system call of this number.
+template <typename Timespec>
+int clockRead(long systemCall, clockid_t clock, Timespec* time)
+{
+    const Call call;
+    if (!call.wasActive) {
+        return static_cast<int>(syscall(systemCall, clock, time));
+    }
+    *time = timespecOf<Timespec>(clock == CLOCK_REALTIME ? currentEffects->systemTime
+                                                         : currentEffects->steadyTime);
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -56,15 +73,28 @@ int usleep(useconds_t microseconds)
     return waited(timespecOf(std::chrono::microseconds(microseconds)), nullptr);
 }
 
+#ifdef __USE_TIME_BITS64  // on 32 bits, where the C++ library may still ask for the time in 32
+struct Timespec32 {
+    std::int32_t tv_sec;
+    std::int32_t tv_nsec;
+};
+
+int clockGettime32(clockid_t clock, Timespec32* time) noexcept __asm__("clock_gettime");
+
+int clockGettime32(clockid_t clock, Timespec32* time) noexcept
+{
+    return clockRead(SYS_clock_gettime, clock, time);
+}
+
 int clock_gettime(clockid_t clock, timespec* time) noexcept
 {
-    const Call call;
-    if (!call.wasActive) {
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    }
-    *time = timespecOf(clock == CLOCK_REALTIME ? currentEffects->systemTime
-                                               : currentEffects->steadyTime);
-    return 0;
+    return clockRead(SYS_clock_gettime64, clock, time);
 }
+#else
+int clock_gettime(clockid_t clock, timespec* time) noexcept
+{
+    return clockRead(SYS_clock_gettime, clock, time);
+}
+#endif
 
 }  // extern "C"
