@@ -9,7 +9,7 @@ cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
 build=build/board
 log=build/board.log
-debian="?essential systemd-sysv udev rsyslog libstdc++6"
+debian="?essential systemd-sysv udev rsyslog libstdc++6 gpiod"
 
 extent=${1:-short}
 case $extent in

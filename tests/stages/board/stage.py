@@ -77,6 +77,8 @@ class Stage(Results):
             with self.boot_debian(name, pin=int(line == "high")) as board:
                 lines, ended = board.shell("sh /cases/debian/check.sh " + boot)
                 self.record_from("check.sh", lines, ended)
+                if boot == boots[0]:
+                    self.read_by_gpioget(board)
                 self.do(board, "prepare " + next_boot)
                 if self.extent == "short" and boot == boots[-1]:
                     self.do(board, "purge_package")
@@ -87,6 +89,13 @@ class Stage(Results):
                     self.do(board, step)
         print(f"Debian: {self.count('boot ')} boots with the package")
         self.card.unlink()
+
+    def read_by_gpioget(self, board):
+        """The unit with its drop-in, without the kernel's GPIO files, for each level of the pin."""
+        self.do(board, "read_by_gpioget")
+        for level, status in ((1, 0), (0, 1)):
+            board.drive(17, level)
+            self.do(board, f"decide {status}")
 
     def boot_debian(self, name, options="", pin=0, until="@ready"):
         """Debian, when all its units have started or failed to."""

@@ -59,6 +59,32 @@ prepare() {
     sync
 }
 
+# Starts the application anew, for which the unit decides with this status.
+# usage: decide STATUS
+decide() {
+    systemctl stop application.service "$unit"
+    rm -f /run/application.json
+    systemctl start application.service || [ "$1" -gt 1 ]
+    [ "$(show ExecMainStatus)" = "$1" ]
+    case $1 in
+    0) grep -q '"isEncoder": false' /run/application.json ;;
+    1) grep -q '"isEncoder": true' /run/application.json ;;
+    *) [ ! -e /run/application.json ] ;;
+    esac
+}
+
+# Hides the kernel's files for lines, so that the switch is unreadable, and then gives the unit the
+# drop-in that reads it by gpioget. A reboot undoes both.
+read_by_gpioget() {
+    echo 17 >/sys/class/gpio/unexport
+    mount -t tmpfs none /sys/class/gpio
+    decide 210
+    mkdir -p /run/systemd/system/switch-querier@.service.d
+    cp /usr/share/doc/switch-querier/examples/gpioget.conf \
+        /run/systemd/system/switch-querier@.service.d
+    systemctl daemon-reload
+}
+
 # The exposure that the unit's comment names, by the systemd that runs it.
 verify_unit() {
     systemd-analyze security --no-pager --threshold=11 "$unit" >/tmp/exposure
