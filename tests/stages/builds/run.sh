@@ -74,9 +74,15 @@ variant ninja -G Ninja
 variant MinSizeRel -D CMAKE_BUILD_TYPE=MinSizeRel
 variant RelWithDebInfo -D CMAKE_BUILD_TYPE=RelWithDebInfo
 variant Debug -D CMAKE_BUILD_TYPE=Debug
-variant flags -D CMAKE_CXX_FLAGS="-D_FORTIFY_SOURCE=3 -fno-stack-protector -fno-pie" \
+# None of it is for the shell.
+# shellcheck disable=SC2016
+contact='a "b"; c\d $e #f '\''g'\'' %h $<0:i> ${j} <k@example.com>'
+variant flags -D "SWITCH_QUERIER_CONTACT=$contact" \
+    -D CMAKE_CXX_FLAGS="-D_FORTIFY_SOURCE=3 -fno-stack-protector -fno-pie" \
     -D CMAKE_CXX_FLAGS_RELEASE="-Os -DNDEBUG" -D CMAKE_EXE_LINKER_FLAGS=-no-pie
 if [ -d "$work/flags" ]; then
+    shown=$("$work/flags/switch-querier" | head -n 1)
+    [ "${shown#*V4.14 2020-01-16 }" = "$contact" ] || fail "the banner is: $shown"
     compiled_with -O s
     objects=$(find "$work/flags" -name '*.o' -path '*.dir/*')
     # Each object is an argument of its own.
