@@ -2,8 +2,9 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Makes a release in a new directory: the source tarball, a static program for 64-bit Arm, Debian
-# packages for amd64 and arm64, the SBOM, the hashes for Buildroot, and the checksums of all.
+# Makes a release in a new directory: the source tarball, static programs for 64-bit and 32-bit Arm,
+# Debian packages for amd64, arm64 and armhf, the SBOM, the hashes for Buildroot, and the checksums
+# of all.
 # HEAD has to be the commit that the tag vVERSION names. The tag may be lightweight, annotated or
 # signed: whoever verifies a release verifies the signature of the checksums.
 # It takes the Debian packages of tests/stages/package/packages.
@@ -24,7 +25,8 @@ refuse() {
 [ ! -e "$1" ] || refuse "$1 exists"
 directory=$(realpath "$1")
 cd "$(dirname "$0")/.."
-for program in aarch64-linux-gnu-g++ cmake dh dpkg-buildpackage git gzip make reuse; do
+for program in aarch64-linux-gnu-g++ arm-linux-gnueabihf-g++ cmake dh dpkg-buildpackage git gzip \
+    make reuse; do
     command -v "$program" >/dev/null || refuse "the program $program is missing"
 done
 version=$(cat VERSION)
@@ -59,20 +61,25 @@ cd "$directory"
 gzip -9n "$name.tar"
 
 tar -xf "$name.tar.gz"
-cmake -S "$name" -B build -D CMAKE_INSTALL_PREFIX=/usr -D SWITCH_QUERIER_STATIC=ON \
-    -D CMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake
-cmake --build build -j "$(nproc)"
-sh "$name/packaging/tarball.sh" build "$name-aarch64-static.tar.gz"
-rm -rf build
+# usage: static PROCESSOR TRIPLET
+static() {
+    cmake -S "$name" -B build -D CMAKE_INSTALL_PREFIX=/usr -D SWITCH_QUERIER_STATIC=ON \
+        -D CMAKE_TOOLCHAIN_FILE="cmake/$2.cmake"
+    cmake --build build -j "$(nproc)"
+    sh "$name/packaging/tarball.sh" build "$name-$1-static.tar.gz"
+    rm -rf build
+}
+static aarch64 aarch64-linux-gnu
+static armhf arm-linux-gnueabihf
 
-sh "$name/packaging/sbom.sh" "$name" "$name.tar.gz" "$name-aarch64-static.tar.gz" >"$name.spdx"
+sh "$name/packaging/sbom.sh" "$name" "$name.tar.gz" "$name"-*-static.tar.gz >"$name.spdx"
 {
     cat "$name/packaging/buildroot/switch-querier.hash"
     sha256sum "$name.tar.gz" | sed 's/^/sha256  /'
 } >switch-querier.hash
 cp "$name/packaging/debian.sh" .
 rm -rf "$name"
-sh debian.sh "$name.tar.gz" . amd64 arm64
+sh debian.sh "$name.tar.gz" . amd64 arm64 armhf
 rm debian.sh
 sha256sum -- * >SHA256SUMS
 trap - EXIT

@@ -3,11 +3,13 @@
 # SPDX-License-Identifier: MIT
 
 # Prints the SBOM of a release, in the tag-value format of SPDX: the source package with its files,
-# the static program, and the libraries that are linked into it.
-# usage: sbom.sh SOURCES SOURCE-TARBALL STATIC-TARBALL
+# the static programs, and the libraries that are linked into each.
+# usage: sbom.sh SOURCES SOURCE-TARBALL STATIC-TARBALL…
 # SOURCES is the unpacked source tarball, SOURCE_DATE_EPOCH the time in the SBOM.
 set -eu
 sources=$1
+tarball=$2
+shift 2
 version=$(cat "$sources/VERSION")
 site=https://downloads.example.com/switch-querier
 files=$(mktemp)
@@ -38,26 +40,31 @@ of_release() {
 }
 
 sed '/^FileName: /,$d' "$files"
-of_release Source "$2"
+of_release Source "$tarball"
 echo "FilesAnalyzed: true"
 echo "PackageVerificationCode: $(sed -n 's/^FileChecksum: SHA1: //p' "$files" | LC_ALL=C sort |
     tr -d '\n' | sha1sum | cut -d ' ' -f 1)"
 printf 'PackageLicenseInfoFromFiles: MIT\n\n'
 sed -n '/^FileName: /,$p' "$files"
 
-of_release Static "$3"
-echo "FilesAnalyzed: false"
 echo "Relationship: SPDXRef-DOCUMENT DESCRIBES SPDXRef-Source"
-echo "Relationship: SPDXRef-DOCUMENT DESCRIBES SPDXRef-Static"
-echo "Relationship: SPDXRef-Static GENERATED_FROM SPDXRef-Source"
-tar -xOf "$3" usr/share/doc/switch-querier/libraries/README | sed -n 's/^\(lib.*\)\.a: /\1 /p' |
-    while read -r library debian debian_version; do
+for static; do
+    processor=${static%-static.tar.gz}
+    processor=${processor##*-}
+    program=Static-$processor
+    of_release "$program" "$static"
+    echo "FilesAnalyzed: false"
+    echo "Relationship: SPDXRef-DOCUMENT DESCRIBES SPDXRef-$program"
+    echo "Relationship: SPDXRef-$program GENERATED_FROM SPDXRef-Source"
+    tar -xOf "$static" usr/share/doc/switch-querier/libraries/README |
+        sed -n 's/^\(lib.*\)\.a: /\1 /p' | while read -r library debian debian_version; do
         licence="GPL-3.0-or-later WITH GCC-exception-3.1"
         [ "$library" != libc ] || licence=LGPL-2.1-or-later
-        id=$(echo "$library" | tr -d +)
+        id=$(echo "$library" | tr -d +)-$processor
         package "$id" "$debian" "$debian_version" Debian "$licence"
         echo "PackageDownloadLocation: NOASSERTION"
         echo "PackageCopyrightText: NOASSERTION"
         echo "FilesAnalyzed: false"
-        echo "Relationship: SPDXRef-Static STATIC_LINK SPDXRef-$id"
+        echo "Relationship: SPDXRef-$program STATIC_LINK SPDXRef-$id"
     done
+done
