@@ -5,24 +5,10 @@
 import re
 import socket
 import tempfile
-from pathlib import Path
 
-from machine import Emulator
+from emulator import Emulator
 
-HERE = Path(__file__).parent
-NEEDED = {
-    "GPIO_SYSFS": None,
-    "GPIO_CDEV": None,
-    "GPIO_MXC": None,
-    "DEVMEM": None,
-    "DEVTMPFS": None,
-    "SERIAL_IMX_CONSOLE": None,
-    "MMC_BLOCK": None,
-    "MMC_SDHCI_ESDHC_IMX": "sdhci-esdhc-imx",
-    "BLK_DEV_LOOP": "loop",
-    "EXT4_FS": "ext4",
-}
-BOARD = "-M imx8mp-evk -m 1G -accel tcg -nic none -serial null -serial stdio".split()
+BOARD = "-M imx8mp-evk -m 1G -serial null -serial stdio".split()
 CHIP = "/machine/soc/gpio1"  # the emulator's name of the chip that has the lines 0 to 31
 CHANGE = re.compile(r"\[S \+([0-9.]+)\] IRQ (raise|lower) ([0-9]+)$")
 
@@ -44,7 +30,7 @@ class Board(Emulator):
             self.pins, _ = listening.accept()
         self.pins.settimeout(60)
         self.answers = self.pins.makefile("r")
-        self.tell("irq_intercept_out " + CHIP)
+        self.answer("irq_intercept_out", CHIP)
 
     def __exit__(self, *exception):
         super().__exit__(*exception)
@@ -52,53 +38,34 @@ class Board(Emulator):
         self.pins.close()
         self.changes.close()
 
+    def line(self):
+        """The next line of the console, once what the guest asks for before it is answered."""
+        while (line := super().line()) is not None and line.startswith("@ask "):
+            self.send("=" + self.answer(*line.split()[1:]))
+        return line
+
     def wake(self):
         """The emulator at times misses the timer of an idle processor; input wakes it."""
         self.send("")
 
-    def tell(self, command):
-        """Has the emulator do something with the hardware, and returns its answer."""
-        self.pins.sendall(command.encode() + b"\n")
+    def answer(self, *question):
+        """Drives a line, tells what the outputs have done since the last time ("17=1@SECONDS" and
+        the like), or has the emulator do something with the hardware."""
+        if question == ("pins",):
+            changes = filter(None, map(CHANGE.match, self.changes.readlines()))
+            return " ".join(
+                f"{change[3]}={int(change[2] == 'raise')}@{change[1]}" for change in changes
+            )
+        if question[0] == "drive":
+            question = ("set_irq_in", CHIP, "unnamed-gpio-in", *question[1:])
+        self.pins.sendall(" ".join(question).encode() + b"\n")
         while not (answer := self.answers.readline()).startswith(("OK", "FAIL")):
             if not answer:
                 raise EOFError("the emulator ended")
         return answer.strip()
 
-    def drive(self, line, level):
-        """Sets the level of an input."""
-        return self.tell(f"set_irq_in {CHIP} unnamed-gpio-in {line} {level}")
-
-    def pin_changes(self):
-        """What the outputs have done since the last time: "17=1@SECONDS" and the like."""
-        found = []
-        for line in self.changes.readlines():
-            if change := CHANGE.match(line):
-                time, word, number = change.groups()
-                found.append(f"{number}={int(word == 'raise')}@{time}")
-        return found
-
-    def wait_for(self, beginning):
-        """The lines up to the one that begins so, and that one; both None if it does not come."""
-        lines = []
-        while (line := self.line()) is not None:
-            if line.startswith(beginning):
-                return lines, line
-            lines.append(line)
-        return None, None
-
     def shell(self, command):
         """Has Debian do something. Returns what it printed, and whether it succeeded."""
         self.send(command)
         lines, status = self.wait_for("@status ")
-        return lines or [], status == "@status 0"
-
-    def answer(self, question):
-        """Answers what a script of the guest asks for."""
-        name, *words = question.split()
-        if name == "drive":
-            answer = self.drive(*words)
-        elif name == "pins":
-            answer = " ".join(self.pin_changes())
-        else:
-            answer = self.tell(question)
-        self.send("=" + answer)
+        return lines, status == "@status 0"

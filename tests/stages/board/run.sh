@@ -2,31 +2,14 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Runs the program for 64-bit Arm on an emulated board; see README.md. The argument "long" adds
+# Runs the program for 64-bit Arm on an emulated board; see README.md. "long" as argument adds
 # boots.
 set -eu
 cd "$(dirname "$0")/../../.."
-. scripts/steps.sh
-build=build/board
-log=build/board.log
-debian="?essential systemd-sysv udev rsyslog libstdc++6 gpiod"
-
+stage=board
 extent=${1:-short}
-case $extent in
-short | long) ;;
-*)
-    echo "usage: tests/stages/board/run.sh [long]" >&2
-    exit 2
-    ;;
-esac
-
-# usage: fetch WHAT ARCHITECTURE NAME alone|all PACKAGE…; sets "fetched" to their directory.
-fetch() {
-    what=$1
-    shift
-    step "fetching $what" sh tests/stages/machine/fetch.sh trixie "$@"
-    fetched=$(tail -n 1 "$log")
-}
+. tests/stages/emulator/steps.sh
+debian="?essential systemd-sysv udev rsyslog libstdc++6 gpiod"
 
 unpack_emulator() {
     cmp -s "$fetched/SHA256SUMS" "$root/SHA256SUMS" || {
@@ -37,15 +20,15 @@ unpack_emulator() {
     }
 }
 
-fetch "the kernel" arm64 board alone linux-image-arm64 busybox-static
-set -- "$build" "$extent" "$fetched"
+fetch "the kernel" trixie arm64 board alone linux-image-arm64 busybox-static
+set -- "$fetched"
 # The board came with QEMU 10. If there is none, Debian 13's runs from a directory of its own.
 if qemu-system-aarch64 -M help 2>/dev/null | grep -q '^imx8mp-evk '; then
     set -- "$@" qemu-system-aarch64
 else
     root=$PWD/$build/qemu
     libraries=$root/usr/lib/$(uname -m)-linux-gnu
-    fetch "the emulator" "$(dpkg --print-architecture)" qemu all qemu-system-arm
+    fetch "the emulator" trixie "$(dpkg --print-architecture)" qemu all qemu-system-arm
     step "unpacking the emulator" unpack_emulator
     set -- "$@" env "QEMU_MODULE_DIR=$libraries/qemu" "$(echo "$root"/usr/lib*/ld-linux-*)" \
         --library-path "$libraries" "$root/usr/bin/qemu-system-aarch64" -L "$root/usr/share/qemu"
@@ -63,12 +46,10 @@ make_card() {
 }
 # Each package is an argument of its own.
 # shellcheck disable=SC2086
-fetch "Debian" arm64 debian all $debian
+fetch "Debian" trixie arm64 debian all $debian
 step "making the card" make_card
 
-targets=board
-build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
-targets=
+build_programs
 rm -rf "$build/packing" "$build/package"
 mkdir -p "$build/packing" "$build/package"
 name=switch-querier-$(cat VERSION)
@@ -77,7 +58,4 @@ tar --create --gzip --file="$build/packing/$name.tar.gz" --exclude=./.git --excl
 step packing env SOURCE_DATE_EPOCH="$(date +%s)" \
     sh packaging/debian.sh "$build/packing/$name.tar.gz" "$build/packing" arm64
 mv "$build"/packing/switch-querier_*_arm64.deb "$build/package/switch-querier.deb"
-PYTHONPATH=tests/stages/machine
-export PYTHONPATH
-step "running the board" python3 -B tests/stages/board/stage.py "$@"
-cat "$log"
+run_stage "$@"

@@ -4,41 +4,42 @@
 
 import shutil
 import sys
+from pathlib import Path
 
-from board import HERE, NEEDED, Board
-from machine import HERE as MACHINE
-from machine import Machine, MachineError, Results, results_of
+from board import Board
+from emulator import Stage, System, main, run
 
+HERE = Path(__file__).parent
+MODULES = ("sdhci-esdhc-imx", "loop", "ext4")
 PROGRAMS = ("switch-querier", "expected-run", "hold-line", "gpio-on-the-board-test")
-# The lines of program.cases that guest/pin.sh takes.
-PIN_CASES = r"^(new-|out-)?(low|high) +none +ext4 .* (FILE|FILE,-query|-query) "
 # What Debian is to do besides what its units do; nothing times out because the host is slow.
 DEBIAN = (
     "scripts=debian systemd.getty_auto=no systemd.show_status=no "
     "systemd.default_timeout_start_sec=600"
 )
-UNITS = ("switch-querier@config-app.json.service", "application.service")
 
 
-class Stage(Results):
-    def __init__(self, directory, extent, packages, emulator):
-        super().__init__(directory)
-        self.extent = extent
+def lines_of(table):
+    lines = table.read_text().splitlines()
+    return [line for line in lines if line and not line.startswith("#")]
+
+
+class BoardStage(Stage):
+    def __init__(self, directory, extent, packages, *emulator):
+        super().__init__(directory, extent)
         self.emulator = emulator
-        programs = [self.directory / "programs" / name for name in PROGRAMS]
-        guests = (MACHINE / "guest", HERE / "guest", self.directory / "package")
-        self.machine = Machine(self.directory, packages, programs, guests, NEEDED)
-        self.tree = self.machine.only("usr/lib/linux-image-*/freescale/imx8mp-evk.dtb")
+        guests = (HERE / "guest", self.directory / "package")
+        self.system = System(self.directory, packages, MODULES, PROGRAMS, *guests)
+        self.tree = self.system.only("usr/lib/linux-image-*/freescale/imx8mp-evk.dtb")
         self.card = self.directory / "card.img"
 
-    def boot(self, name, options, *disks, pin=0):
-        """The board, just switched on."""
+    def boot(self, name, parameters, card, pin=0):
+        """The board, just switched on, with an SD card."""
         self.console = self.directory / f"console-{name}.txt"
-        hardware = ["-kernel", self.machine.kernel, "-dtb", self.tree]
-        hardware += ["-initrd", self.machine.initramfs, *disks, "-append"]
-        hardware += [f"console=ttymxc1 panic=-1 quiet {options}"]
-        board = Board(self.emulator, hardware, self.console)
-        board.drive(17, pin)
+        hardware = self.system.arguments(f"console=ttymxc1 {parameters}")
+        disk = ["-drive", f"file={card},if=sd,bus=2,format=raw"]
+        board = Board(self.emulator, ["-dtb", self.tree, *hardware, *disk], self.console)
+        board.answer("drive", "17", str(pin))
         return board
 
     def run_all(self):
@@ -47,26 +48,21 @@ class Stage(Results):
 
     def run_pin(self):
         """The program and GpioLine, with the pin driven and watched from outside."""
-        lines = []
-        with self.boot("pin", "iomem=relaxed scripts=gpio,pin") as board:
-            while (line := board.line()) is not None:
-                lines.append(line)
-                if line.startswith("@ask "):
-                    board.answer(line.removeprefix("@ask "))
-        self.record_from("gpio,pin", lines, "@end" in lines)
-        self.check_count("program.cases", PIN_CASES, "line ")
+        card = self.directory / "full.img"
+        run(["/sbin/mkfs.ext4", "-q", "-F", "-m", "0", card, "2M"])
+        with self.boot("pin", "iomem=relaxed scripts=gpio,program", card) as board:
+            lines, end = board.wait_for("@end")
+        self.take("gpio,program", lines, end is not None)
         tests = self.count("GpioOnTheBoard.")
-        print(f"GpioLine: {tests} tests; the program: {self.count('line ')} runs")
-
-    def record_from(self, scripts, lines, ended):
-        for result in results_of(scripts, lines, ended)[0]:
-            self.record(result)
+        found = self.count("line ")
+        print(f"GpioLine: {tests} tests; the program: {found} runs")
+        cases = lines_of(HERE / "guest/program.cases")
+        self.check("each line of program.cases is a case", found == len(cases), f"{found} of it")
 
     def run_debian(self):
         """Installs the package, boots once for each line of boots.cases, and purges it."""
         shutil.copyfile(self.directory / "debian.img", self.card)
-        boots = (HERE / "boots.cases").read_text().splitlines()
-        boots = [line for line in boots if line and not line.startswith("#")]
+        boots = lines_of(HERE / "boots.cases")
         if self.extent == "short":
             boots = boots[:2]
         with self.boot_debian("install") as board:
@@ -75,17 +71,15 @@ class Stage(Results):
         for boot, next_boot in zip(boots, [*boots[1:], boots[0]]):
             name, line, *_ = boot.split()
             with self.boot_debian(name, pin=int(line == "high")) as board:
-                lines, ended = board.shell("sh /cases/debian/check.sh " + boot)
-                self.record_from("check.sh", lines, ended)
+                self.take("check.sh", *board.shell("sh /cases/debian/check.sh " + boot))
                 if boot == boots[0]:
                     self.read_by_gpioget(board)
                 self.do(board, "prepare " + next_boot)
                 if self.extent == "short" and boot == boots[-1]:
                     self.do(board, "purge_package")
         if self.extent == "long":
-            self.cut_power()
             with self.boot_debian("refusals") as board:
-                for step in ("verify_unit", "hang", "refuse_without_config", "purge_package"):
+                for step in ("hang", "refuse_without_config", "purge_package"):
                     self.do(board, step)
         print(f"Debian: {self.count('boot ')} boots with the package")
         self.card.unlink()
@@ -93,16 +87,15 @@ class Stage(Results):
     def read_by_gpioget(self, board):
         """The unit with its drop-in, without the kernel's GPIO files, for each level of the pin."""
         self.do(board, "read_by_gpioget")
-        for level, status in ((1, 0), (0, 1)):
-            board.drive(17, level)
-            self.do(board, f"decide {status}")
+        for level, decision in (("1", "0 false"), ("0", "1 true")):
+            board.answer("drive", "17", level)
+            self.do(board, f"decide {decision}")
 
-    def boot_debian(self, name, options="", pin=0, until="@ready"):
+    def boot_debian(self, name, pin=0):
         """Debian, when all its units have started or failed to."""
-        disk = ("-drive", f"file={self.card},if=sd,bus=2,format=raw")
-        board = self.boot(f"debian-{name}", f"{DEBIAN} {options}", *disk, pin=pin)
-        lines, _ = board.wait_for(until)
-        self.check(f"Debian starts: {name}", lines is not None, "came to no end")
+        board = self.boot(f"debian-{name}", DEBIAN, self.card, pin)
+        _, ready = board.wait_for("@ready")
+        self.check(f"Debian starts: {name}", ready is not None, "came to no end")
         return board
 
     def do(self, board, step):
@@ -110,25 +103,6 @@ class Stage(Results):
         lines, succeeded = board.shell(step)
         self.check(f"Debian: {step}", succeeded, " ".join(lines[-9:]))
 
-    def cut_power(self):
-        """Cuts the power as soon as the unit has succeeded and the application runs."""
-        with self.boot_debian("cut", until="@application"):
-            pass
-        masked = " ".join("systemd.mask=" + unit for unit in UNITS)
-        with self.boot_debian("after-cut", masked) as board:
-            new = "/cases/documents/new-encoder.json"
-            _, same = board.shell(f"cmp /config/app.json {new} && [ ! -e /run/application.json ]")
-            self.check("power cut after the unit's success: the new text", same, "another one")
-
-
-def main(directory, extent, packages, *emulator):
-    try:
-        stage = Stage(directory, extent, packages, emulator)
-    except MachineError as error:
-        print(f"board: {error}")
-        return 1
-    return stage.conclude(stage.run_all)
-
 
 if __name__ == "__main__":
-    sys.exit(main(*sys.argv[1:]))
+    sys.exit(main(BoardStage))

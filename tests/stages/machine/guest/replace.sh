@@ -5,24 +5,25 @@
 # Replaces the configuration file on each disk of power-cuts.table, as often as the host requests,
 # with the program, and on a disk of its own once with the program that syncs nothing. The host cuts
 # the power at "@cut".
+# shellcheck source=tests/stages/machine/guest/disks.sh
+. /cases/disks.sh
 
 # Nothing reaches a disk unless a program asks for it, however slow this machine is.
 echo 360000 >/proc/sys/vm/dirty_writeback_centisecs
 echo 360000 >/proc/sys/vm/dirty_expire_centisecs
 echo 720000 >/proc/sys/fs/xfs/xfssyncd_centisecs
 
-make_texts
-
 prepare() {
-    local options=$3
+    local options=$3 device
+    device=$(disk "$1")
     mkdir -p "/cut/$1"
-    mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
+    mount -t "$2" -o "$options" "$device" "/cut/$1"
     cp /tmp/texts/0 "/cut/$1/config.json"
     umount "/cut/$1"
     case $1,$2 in
     *-unsynced,ext4) options=$options,commit=300 ;; # the default would write after 5 s
     esac
-    mount -t "$2" -o "$options" "$(disk "$1")1" "/cut/$1"
+    mount -t "$2" -o "$options" "$device" "/cut/$1"
     case $1,$2 in
     *-unsynced,f2fs) echo 3600 | tee /sys/fs/f2fs/*/cp_interval >/tmp/none ;; # likewise after 60 s
     esac
@@ -30,12 +31,14 @@ prepare() {
     sync
 }
 
-# Writes into the second partition, past all caches: a mark in the log of the disk's writes.
+# Writes after the file system's end, past all caches: a mark in the log of the disk's writes.
+# usage: mark DISK MEGABYTES NUMBER CONVERSION
 mark() {
-    dd if=/cases/power-cuts.table of="$(disk "$1")2" bs=4k count=1 seek="$2" oflag=direct \
-        conv="sync,$3" 2>/tmp/none
+    dd if=/cases/power-cuts.table of="$(disk "$1")" bs=4k count=1 seek=$(($2 * 256 + $3)) \
+        oflag=direct conv="sync,$4" 2>/tmp/none
 }
 
+# usage: replace_once PROGRAM DISK NUMBER
 replace_once() {
     local status
     "$1" "/cut/$2/config.json" -flip >/tmp/out 2>&1
@@ -54,26 +57,21 @@ sync_other() {
 
 replace() {
     local number=0
-    mark "$1" 0 fsync # so that what was prepared is safe
-    while [ $number -lt "$replacements" ]; do
+    mark "$1" "$5" 0 fsync # so that what was prepared is safe
+    while [ $number -lt "$(option replacements)" ]; do
         number=$((number + 1))
-        if [ -z "$left_out" ]; then
-            replace_once switch-querier "$1" $number
-        else
-            LEFT_OUT=$left_out replace_once switch-querier-unsynced "$1" $number
-        fi
-        mark "$1" $number notrunc
+        replace_once switch-querier "$1" $number
+        mark "$1" "$5" $number notrunc
     done
     sync_other "$1" "$4"
 }
 
 replace_unsynced() {
-    LEFT_OUT=tfn replace_once switch-querier-unsynced "$1" 1
+    replace_once switch-querier-unsynced "$1" 1
     sync_other "$1" "$4"
 }
 
-left_out=$(sed -n 's/.*left_out=\([tfn]\).*/\1/p' /proc/cmdline)
-replacements=$(sed -n 's/.*replacements=\([0-9]*\).*/\1/p' /proc/cmdline)
+make_texts
 for_each_disk prepare -synced
 for_each_disk replace -synced
 for_each_disk prepare -unsynced

@@ -10,8 +10,8 @@ name="boot $1"
 status=$6
 document=$5
 problem=
-/cases/expected-run "$2" "$3" "$4" "$5" /config/app.json /config/app.json ||
-    problem=" expected-run failed;"
+/cases/expected-run "$2" "$3" "$4" "$5" /config/app.json /config/app.json
+compare "the status of expected-run" $? 0
 compare "the expected status" "$(cat /tmp/expected/status)" "$status"
 
 # The unit, and the application, which starts after it, with the new mode, or not at all.
@@ -60,19 +60,9 @@ journalctl --boot --unit="$unit" --output=cat _TRANSPORT=stdout >/tmp/err
 compare_files "the unit's output" /tmp/err /tmp/expected/err
 
 # The file, a new one or the old one.
-if [ "$document" = none ]; then
-    [ ! -e /config/app.json ] || problem="$problem a file was made;"
-else
-    compare_files "the file" /config/app.json /tmp/expected/config
-    mode=600
-    ! cmp -s "/cases/documents/$document.json" /config/app.json || mode=644
+compare_configuration /config/app.json "$document" "$status"
+mode=600
+! cmp -s /tmp/expected/document /config/app.json || mode=644
+[ "$document" = none ] ||
     compare "the file's mode" "$(stat -c '%a %U:%G' /config/app.json)" "$mode root:root"
-fi
-[ "$status" = 236 ] || [ ! -e /config/app.json.filsec ] ||
-    problem="$problem the temporary file is left;"
-
-if [ -z "$problem" ]; then
-    pass "$name"
-else
-    fail "$name" "$(echo "$problem" | tr '\n' '~')"
-fi
+conclude "$name"

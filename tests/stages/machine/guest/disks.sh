@@ -2,22 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=dash
 
-# The scripts report to the host by lines on the console that begin with "@".
-
-pass() {
-    echo "@pass $1"
-}
-
-# The name of the case, and the problem.
-fail() {
-    echo "@fail $1: $2"
-}
-
-# Reports that all cases have been run, and powers the machine off.
-finish() {
-    echo "@end"
-    poweroff -f
-}
+# The disks of this machine, and the texts of the configuration files on those of power-cuts.table.
 
 # The device of the disk of this name.
 disk() {
@@ -42,38 +27,46 @@ for_each_disk() {
     done </cases/power-cuts.table
 }
 
+# Prints the value of a word NAME=VALUE of the kernel's command line.
+option() {
+    sed -n "s/.*$1=\([^ ]*\).*/\1/p" /proc/cmdline
+}
+
 # Makes the texts that a configuration file has in turn, as /tmp/texts/0 to 2: 0 before the first
 # replacement, 1 after each odd one, 2 after each even one.
 make_texts() {
+    local size=66
+    [ "$(option document)" = small ] || size=6600
     mkdir -p /tmp/texts
-    case $(cat /proc/cmdline) in
-    *document=big*)
-        {
-            printf '{"App":{"isEncoder":true},"fill":"'
-            head -c 6600 /bin/busybox | base64 | tr -d '\n'
-            printf '"}\n'
-        } >/tmp/texts/0
-        ;;
-    *) cp /cases/documents/encoder.json /tmp/texts/0 ;;
-    esac
+    {
+        printf '{"App":{"isEncoder":true},"fill":"'
+        head -c $size /bin/busybox | base64 | tr -d '\n'
+        printf '"}\n'
+    } >/tmp/texts/0
     cp /tmp/texts/0 /tmp/texts/1
     switch-querier /tmp/texts/1 -dec >/tmp/none 2>&1
     cp /tmp/texts/1 /tmp/texts/2
     switch-querier /tmp/texts/2 -enc >/tmp/none 2>&1
 }
 
-# Fills the file system that has the directory, to its last block.
-fill() {
-    dd if=/dev/zero of="$1/big" bs=64k
-    dd if=/dev/zero of="$1/small" bs=1k
-    sync
-    dd if=/dev/zero of="$1/last" bs=1k
-} 2>/tmp/none
-
-# Note a difference, of texts and of files.
-compare() {
-    [ "$2" = "$3" ] || problem="$problem $1 is [$2], not [$3];"
-}
-compare_files() {
-    cmp -s "$2" "$3" || problem="$problem $1 is [$(head -c 999 "$2")], not [$(head -c 999 "$3")];"
+# Mounts the file system with these options on the directory, and reports what a reader finds there:
+# the number of a text, or missing, unreadable, empty or torn.
+# usage: look DISK NUMBER DEVICE SYSTEM OPTIONS DIRECTORY; sets "state"
+look() {
+    local file=$6/config.json text
+    state=torn
+    if ! mount -t "$4" -o "$5" "$3" "$6"; then
+        state=unmountable
+    elif [ ! -e "$file" ]; then
+        state=missing
+    elif ! cat "$file" >/tmp/text 2>/tmp/none; then
+        state=unreadable
+    elif [ ! -s /tmp/text ]; then
+        state=empty
+    fi
+    for text in 0 1 2; do
+        ! cmp -s "$file" /tmp/texts/$text || state=$text
+    done
+    umount "$6" 2>/tmp/none
+    echo "@state $1 $2 $state"
 }

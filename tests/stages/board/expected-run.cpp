@@ -4,18 +4,18 @@
 #include <syslog.h>
 
 #include <filesystem>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
+#include "tests/program/Documents.h"
 
-// Writes what a case of program.cases is expected to do, so that no script words a message.
+// Writes the configuration file of a case of program.cases, and what the case is expected to do, so
+// that no script words a message.
 namespace {
 
-const std::string documents = "/cases/documents/";
 const std::string results = "/tmp/expected/";
 
 Switch switchOf(const std::string& line)
@@ -49,22 +49,19 @@ std::optional<expected::Failure> failureOf(const std::string& disk)
 
 expected::Configuration configurationOf(const std::string& document, const std::string& path)
 {
-    expected::Configuration configuration{.text = readFile(documents + document + ".json")};
     if (document == "decoder" || document == "encoder") {
-        const bool isEncoder = document == "encoder";
-        configuration.mode = isEncoder ? 1 : 0;
-        configuration.rewritten =
-            readFile(documents + (isEncoder ? "new-decoder.json" : "new-encoder.json"));
-    } else if (document == "broken") {
-        configuration.refusal = expected::syntaxError(27, -5);
-    } else if (document == "absent") {
-        configuration.refusal = expected::flagMissing();
-    } else if (document == "number") {
-        configuration.refusal = expected::flagNotBoolean();
-    } else {
-        configuration.refusal = expected::unreadable(path);
+        return configurationRecording(document == "encoder");
     }
-    return configuration;
+    if (document == "broken") {
+        return {.text = R"({"App": {"isEncoder": true})", .refusal = expected::syntaxError(27, -5)};
+    }
+    if (document == "absent") {
+        return {.text = R"({"App": {"rate": 25}})", .refusal = expected::flagMissing()};
+    }
+    if (document == "number") {
+        return {.text = R"({"App": {"isEncoder": 1}})", .refusal = expected::flagNotBoolean()};
+    }
+    return {.refusal = expected::unreadable(path)};
 }
 
 }  // namespace
@@ -74,14 +71,11 @@ expected::Configuration configurationOf(const std::string& document, const std::
 int main(int argc, char** argv)
 {
     const std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.size() < 5) {
-        std::cerr << "usage: expected-run LINE MARKER DISK FILE PATH [ARGUMENT...]\n";
-        return 2;
-    }
+    const expected::Configuration configuration = configurationOf(words.at(3), words.at(4));
     const expected::Run run = expected::run({.arguments = {words.begin() + 5, words.end()},
                                              .markers = markersOf(words[1]),
                                              .hardware = switchOf(words[0]),
-                                             .configuration = configurationOf(words[3], words[4]),
+                                             .configuration = configuration,
                                              .writing = failureOf(words[2])});
     // As the log's daemon shows records, without the facility.
     std::string log;
@@ -89,6 +83,7 @@ int main(int argc, char** argv)
         log += (record.level == LOG_ERR ? "err " : "info ") + record.identity + ": " + record.text;
     }
     std::filesystem::create_directories(results);
+    writeFile(results + "document", configuration.text);
     writeFile(results + "status", std::to_string(run.status));
     writeFile(results + "out", run.out);
     writeFile(results + "err", run.err);
