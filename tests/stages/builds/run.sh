@@ -70,6 +70,13 @@ variant shared -D BUILD_SHARED_LIBS=ON
 variant static -D SWITCH_QUERIER_STATIC=ON
 variant clang -D CMAKE_CXX_COMPILER=clang++
 variant clang-static -D CMAKE_CXX_COMPILER=clang++ -D SWITCH_QUERIER_STATIC=ON
+variant libc++ -D CMAKE_CXX_COMPILER=clang++ -D CMAKE_CXX_FLAGS=-stdlib=libc++
+if [ -d "$work/libc++" ]; then
+    # The suite of the program tests the one next to it.
+    (targets=program-test && build build/dev --preset dev)
+    cp build/dev/program-test "$work/libc++/"
+    step "testing the program" "$work/libc++/program-test" --gtest_brief=1
+fi
 variant ninja -G Ninja
 variant MinSizeRel -D CMAKE_BUILD_TYPE=MinSizeRel
 variant RelWithDebInfo -D CMAKE_BUILD_TYPE=RelWithDebInfo
