@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -32,8 +33,11 @@ void makeCommaLocale()
                       "END LC_NUMERIC\n");
     const pid_t child = fork();
     if (child == 0) {
-        // The other categories are missing, which it takes with --force and tells.
+        // It may be another processor's than the test. The other categories are missing, which it
+        // takes with --force and tells.
+        const bool big = std::endian::native == std::endian::big;
         becomeProgram("localedef", {"localedef", "--force", "--quiet", "--charmap=UTF-8",
+                                    big ? "--big-endian" : "--little-endian",
                                     "--inputfile=" + source, locale.string()});
     }
     waitpid(child, nullptr, 0);

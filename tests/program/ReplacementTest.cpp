@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
+#include <endian.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
@@ -170,13 +171,16 @@ std::string accessControlList()
         std::uint16_t rights;
         std::uint32_t id;
     };
-    constexpr std::uint32_t version = 2;
+    const std::uint32_t version = htole32(2);
     constexpr std::uint32_t none = 0xffff'ffff;
-    const std::array<Entry, 5> entries = {{{0x01, 6, none},       // the owner
-                                           {0x02, 4, geteuid()},  // a user
-                                           {0x04, 4, none},       // the group
-                                           {0x10, 4, none},       // the mask
-                                           {0x20, 0, none}}};     // all others
+    std::array<Entry, 5> entries = {{{0x01, 6, none},       // the owner
+                                     {0x02, 4, geteuid()},  // a user
+                                     {0x04, 4, none},       // the group
+                                     {0x10, 4, none},       // the mask
+                                     {0x20, 0, none}}};     // all others
+    for (Entry& entry : entries) {
+        entry = {htole16(entry.tag), htole16(entry.rights), htole32(entry.id)};
+    }
     std::string text(reinterpret_cast<const char*>(&version), sizeof version);
     text.append(reinterpret_cast<const char*>(entries.data()), sizeof entries);
     return text;

@@ -112,13 +112,13 @@ class Reader:
         return taken
 
     def number(self, form: str) -> int:
-        return struct.unpack("<" + form, self.take(struct.calcsize("<" + form)))[0]
+        return struct.unpack("=" + form, self.take(struct.calcsize("=" + form)))[0]
 
     def text(self) -> bytes:
         return self.take(self.number("I"))
 
     def answer(self) -> Answer:
-        code, position, promises = struct.unpack("<iQB", self.take(13))
+        code, position, promises = struct.unpack("=iQB", self.take(13))
         return Answer(code, position, promises, self.text(), self.text(), self.text())
 
     def run(self) -> Run:
@@ -127,7 +127,7 @@ class Reader:
 
 def program_answers(command: list[str], read: Callable, batch: list[bytes]) -> list:
     """One answer a text, or NoAnswer if the program does not get through all of them."""
-    request = b"".join(struct.pack("<I", len(text)) + text for text in batch)
+    request = b"".join(struct.pack("=I", len(text)) + text for text in batch)
     try:
         ended = subprocess.run(
             command, input=request, capture_output=True, check=False, timeout=TIME_LIMIT_SECONDS
