@@ -135,10 +135,14 @@ check_packages() {
         --suppress-tags initial-upload-closes-no-bugs,very-long-line-length-in-source-file \
         --suppress-tags newer-standards-version \
         --fail-on error,warning,info,pedantic,experimental release/*.changes
-    blhc --all --arch amd64 release.log >blhc.log || {
-        cat blhc.log
-        fail "blhc finds flags missing"
-    }
+    # Each architecture has flags of its own.
+    awk '/host architecture/ { part = "flags-" $NF } part { print >part }' release.log
+    for architecture in amd64 arm64 armhf; do
+        blhc --all --arch "$architecture" "flags-$architecture" >blhc.log || {
+            cat blhc.log
+            fail "blhc finds flags missing for $architecture"
+        }
+    done
     for package in "$amd64" "$arm64" "$armhf"; do
         dpkg-deb --contents "$package" | awk '{ print $1, $2, $6 }' |
             diff "$stage/deb-files.txt" - || fail "other files: $package"
