@@ -3,7 +3,7 @@
 
 #include "json/JsonPath.h"
 
-#include <string>
+#include <stdexcept>
 
 namespace {
 
@@ -37,8 +37,10 @@ const JsonValue* findPath(const JsonObject& root, std::span<const char* const> k
     const JsonObject* object = &root;
     const JsonValue* value = nullptr;
     for (const char* key : keys) {
-        // A string_view of a null pointer would be undefined behaviour; a string throws.
-        const JsonMember* const found = object->find(std::string(key));
+        if (key == nullptr) {
+            throw std::logic_error("basic_string::_M_construct null not valid");
+        }
+        const JsonMember* const found = object->find(key);
         clearEmptyMember();
         if (found == nullptr) {
             return nullptr;

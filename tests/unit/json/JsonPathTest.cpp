@@ -121,6 +121,20 @@ TEST(JsonPath, LetsTheFlagBeChangedInPlaceAndNothingElse)
               R"({"App": {"Name": "dec", "isEncoder": true}, "b": 2})");
 }
 
+const std::string nullKey = "basic_string::_M_construct null not valid";
+
+/// What the logic error says that the call throws.
+template <typename Call>
+std::string messageOf(Call call)
+{
+    try {
+        call();
+    } catch (const std::logic_error& error) {
+        return error.what();
+    }
+    return "nothing is thrown";
+}
+
 TEST(JsonPath, ThrowsOnANullKeyUnlessAMissComesFirst)
 {
     struct Row {
@@ -142,8 +156,8 @@ TEST(JsonPath, ThrowsOnANullKeyUnlessAMissComesFirst)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         if (row.throws) {
-            EXPECT_THROW((void)findPath(root, row.keys), std::logic_error);
-            EXPECT_THROW((void)findPath(std::as_const(root), row.keys), std::logic_error);
+            EXPECT_EQ(messageOf([&] { (void)findPath(root, row.keys); }), nullKey);
+            EXPECT_EQ(messageOf([&] { (void)findPath(std::as_const(root), row.keys); }), nullKey);
         } else {
             EXPECT_EQ(find(root, row.keys), nullptr);
         }
