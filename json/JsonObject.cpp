@@ -4,6 +4,7 @@
 #include "json/JsonObject.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -46,7 +47,10 @@ JsonObject& JsonObject::operator=(JsonObject&& other) noexcept
 
 JsonObject JsonObject::fromMembers(std::span<JsonMember> members)
 {
-    std::vector<JsonMember*> byKey(members.size());
+    // Most objects have few members, and room for them on the stack costs nothing.
+    std::array<JsonMember*, 32> few;
+    std::vector<JsonMember*> many(members.size() > few.size() ? members.size() : 0);
+    const auto byKey = many.empty() ? std::span(few).first(members.size()) : std::span(many);
     std::transform(members.begin(), members.end(), byKey.begin(),
                    [](JsonMember& member) { return &member; });
     std::sort(byKey.begin(), byKey.end(), precedes);

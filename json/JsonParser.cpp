@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "json/ByteSet.h"
+#include "json/JsonEscape.h"
 #include "json/JsonNumber.h"
 
 namespace {
@@ -23,12 +24,6 @@ constexpr ByteSet specialInString = [] {
     }
     return set;
 }();
-
-// Char may be signed: as it stands, a byte above 127 would compare as less than 32.
-bool isControl(char byte)
-{
-    return static_cast<unsigned char>(byte) < 32;
-}
 
 }  // namespace
 
@@ -75,9 +70,7 @@ JsonCode JsonParser::readMembers()
             return JsonCode::memberSeparatorExpected;
         }
     }
-    JsonObject object = JsonObject::fromMembers(std::span(pending).subspan(first));
-    pending.resize(first);
-    value().setObject(std::move(object));
+    endObject(first);
     return JsonCode::ok;
 }
 
@@ -94,14 +87,26 @@ JsonCode JsonParser::readElements()
             return JsonCode::elementSeparatorExpected;
         }
     }
+    endArray(first);
+    return JsonCode::ok;
+}
+
+void JsonParser::endObject(std::size_t first)
+{
+    JsonValue& container = pending[first - 1].value;
+    container.setObject(JsonObject::fromMembers(std::span(pending).subspan(first)));
+    pending.erase(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
+}
+
+void JsonParser::endArray(std::size_t first)
+{
     JsonArray array;
     array.reserve(pending.size() - first);
     for (JsonMember& element : std::span(pending).subspan(first)) {
         array.push_back(std::move(element.value));
     }
-    pending.resize(first);
-    value().setArray(std::move(array));
-    return JsonCode::ok;
+    pending[first - 1].value.setArray(std::move(array));
+    pending.erase(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
 }
 
 JsonCode JsonParser::readValue()
@@ -115,8 +120,7 @@ JsonCode JsonParser::readValue()
         return readMembers();
     case '"':
         ++cursor;
-        value().setString({});
-        return readString(value().string());
+        return readString(value().setString());
     case 't':
         value().setBoolean(true);
         return acceptLiteral("true") ? JsonCode::ok : JsonCode::badTrue;
@@ -139,11 +143,12 @@ JsonCode JsonParser::readValue()
 JsonCode JsonParser::readString(std::string& destination)
 {
     for (;;) {
-        const char* const run = cursor;
-        while (!specialInString.contains(*cursor)) {
-            ++cursor;
+        const char* end = cursor;
+        while (!specialInString.contains(*end)) {
+            ++end;
         }
-        destination.append(run, static_cast<std::size_t>(cursor - run));
+        destination += std::string_view(cursor, end);
+        cursor = end;
         if (accept('"')) {
             return JsonCode::ok;
         }
@@ -158,38 +163,25 @@ JsonCode JsonParser::readString(std::string& destination)
 
 JsonCode JsonParser::readEscape(std::string& destination)
 {
-    switch (*cursor) {
-    case '"':
-    case '\\':
-        destination += *cursor;
-        break;
-    case 'b':
-        destination += '\b';
-        break;
-    case 'f':
-        destination += '\f';
-        break;
-    case 'n':
-        destination += '\n';
-        break;
-    case 'r':
-        destination += '\r';
-        break;
-    case 't':
-        destination += '\t';
-        break;
-    default:
-        return isControl(*cursor) ? JsonCode::controlByteInString : JsonCode::unknownEscape;
+    const std::size_t index = escapeLetters.find(*cursor);
+    if (index == std::string_view::npos) {
+        // Char may be signed: as it stands, a byte above 127 would compare as less than 32.
+        const bool isControl = static_cast<unsigned char>(*cursor) < 32;
+        return isControl ? JsonCode::controlByteInString : JsonCode::unknownEscape;
     }
+    destination += escapedBytes[index];
     ++cursor;
     return JsonCode::ok;
 }
 
 void JsonParser::skipWhitespace()
 {
-    while (whitespace.contains(*cursor)) {
-        ++cursor;
+    // A char may be a byte of the member: advancing that would store it for each.
+    const char* end = cursor;
+    while (whitespace.contains(*end)) {
+        ++end;
     }
+    cursor = end;
 }
 
 bool JsonParser::accept(char byte)

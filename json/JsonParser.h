@@ -64,6 +64,11 @@ private:
     JsonCode readString(std::string& destination);
     JsonCode readEscape(std::string& destination);
 
+    /// Make an object or an array of what is pending from this index on, and of what precedes that
+    /// a value of it. Not a part of the recursion, whose frames they would enlarge.
+    void endObject(std::size_t first);
+    void endArray(std::size_t first);
+
     void skipWhitespace();
     [[nodiscard]] bool accept(char byte);
     [[nodiscard]] bool acceptLiteral(std::string_view literal);

@@ -61,6 +61,9 @@ public:
     void setArray(JsonArray value) noexcept { content.emplace<JsonArray>(std::move(value)); }
     void setUnknown() noexcept { content.emplace<Unknown>(); }
 
+    /// Makes the value an empty string, and returns that.
+    std::string& setString() noexcept { return content.emplace<std::string>(); }
+
     [[nodiscard]] JsonType type() const noexcept { return static_cast<JsonType>(content.index()); }
 
     /// The payload, inside the value, so that the caller may change it in place.

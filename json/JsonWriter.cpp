@@ -4,36 +4,18 @@
 #include "json/JsonWriter.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
 #include "json/ByteSet.h"
+#include "json/JsonEscape.h"
+#include "json/JsonNumber.h"
 
 namespace {
 
-constexpr ByteSet escapedBytes("\b\t\n\f\r\"\\");
-
-/// The letter that stands for an escaped byte after the backslash.
-char escapeLetter(char byte)
-{
-    switch (byte) {
-    case '\b':
-        return 'b';
-    case '\t':
-        return 't';
-    case '\n':
-        return 'n';
-    case '\f':
-        return 'f';
-    case '\r':
-        return 'r';
-    default:
-        return byte;
-    }
-}
+constexpr ByteSet bytesToEscape(escapedBytes);
 
 /// Builds a text from its beginning to its end.
 ///
@@ -43,16 +25,17 @@ class Builder {
 public:
     /// The outermost bracket closes on a line of this level.
     Builder(bool isCompact, std::uint64_t outerLevel)
-        : compact(isCompact), level(std::min(outerLevel, highestLevel)),
+        : compact(isCompact),
+          level(static_cast<std::size_t>(std::min<std::uint64_t>(outerLevel, highestLevel))),
           separator(isCompact ? ", " : ",\n")
     {
     }
 
+    void reserve(std::size_t size) { text.reserve(size); }
+
     void append(const JsonValue& value);
     void append(const JsonMember& member);
     void append(std::string_view string);
-    void append(std::int64_t integer);
-    void append(double real);
 
     /// The members of an object or the elements of an array, in brackets.
     template <typename Items>
@@ -67,12 +50,18 @@ public:
 private:
     /// Twice as many spaces are more than a string can hold, and the string says so. Clamped to
     /// this, a level does not wrap.
-    static constexpr std::uint64_t highestLevel = std::uint64_t{1} << 62;
+    static constexpr std::size_t highestLevel = SIZE_MAX / 4 + 1;
 
-    void setLevel(std::uint64_t newLevel);
+    void setLevel(std::size_t newLevel);
+
+    /// The separator without its comma.
+    [[nodiscard]] std::string_view lineBreak() const
+    {
+        return std::string_view(separator).substr(compact ? separator.size() : 1);
+    }
 
     const bool compact;
-    std::uint64_t level;    ///< of the line that is being written
+    std::size_t level;      ///< of the line that is being written
     std::string separator;  ///< what stands between two items of this level
     std::string text;
 };
@@ -80,39 +69,26 @@ private:
 void Builder::append(std::string_view string)
 {
     text += '"';
-    std::size_t begin = 0;
-    for (std::size_t end = 0; end < string.size(); ++end) {
-        if (escapedBytes.contains(string[end])) {
-            text += string.substr(begin, end - begin);
-            text += '\\';
-            text += escapeLetter(string[end]);
-            begin = end + 1;
+    const auto isToEscape = [](char byte) { return bytesToEscape.contains(byte); };
+    const char* begin = string.data();
+    const char* const stringEnd = begin + string.size();
+    for (;;) {
+        const char* const end = std::find_if(begin, stringEnd, isToEscape);
+        text += std::string_view(begin, end);
+        if (end == stringEnd) {
+            break;
         }
+        text += '\\';
+        text += escapeLetters[escapedBytes.find(*end)];
+        begin = end + 1;
     }
-    text += string.substr(begin);
     text += '"';
-}
-
-void Builder::append(std::int64_t integer)
-{
-    std::array<char, 20> digits;  // "-9223372036854775808"
-    const char* const end = std::to_chars(digits.begin(), digits.end(), integer).ptr;
-    text += std::string_view(digits.data(), end);
-}
-
-void Builder::append(double real)
-{
-    std::array<char, 48> digits;  // sign, point, 34 digits, 4 zeros or a 5-byte exponent
-    const char* const end =
-        std::to_chars(digits.begin(), digits.end(), real, std::chars_format::general, 34).ptr;
-    text += std::string_view(digits.data(), end);
 }
 
 void Builder::append(const JsonMember& member)
 {
     append(std::string_view(member.name));
-    text += ':';
-    text += ' ';
+    text += ": ";
     append(member.value);
 }
 
@@ -120,10 +96,10 @@ void Builder::append(const JsonValue& value)
 {
     switch (value.type()) {
     case JsonType::integer:
-        append(value.integer());
+        appendNumber(value.integer(), text);
         break;
     case JsonType::real:
-        append(value.real());
+        appendNumber(value.real(), text);
         break;
     case JsonType::boolean:
         text += value.boolean() ? "true" : "false";
@@ -146,23 +122,22 @@ void Builder::append(const JsonValue& value)
 template <typename Items>
 void Builder::append(char opening, const Items& items, char closing)
 {
-    const std::size_t lineBreak = compact ? separator.size() : 1;  // its index in the separator
     text += opening;
     if (!items.empty()) {
         setLevel(level + 1);
-        bool first = true;
+        std::string_view before = lineBreak();
         for (const auto& item : items) {
-            text.append(separator, first ? lineBreak : 0);
+            text += before;
             append(item);
-            first = false;
+            before = separator;
         }
         setLevel(level - 1);
-        text.append(separator, lineBreak);
+        text += lineBreak();
     }
     text += closing;
 }
 
-void Builder::setLevel(std::uint64_t newLevel)
+void Builder::setLevel(std::size_t newLevel)
 {
     level = newLevel;
     if (!compact) {
@@ -182,6 +157,7 @@ std::string JsonWriter::writeValue(const JsonValue& value, std::uint64_t level)
 std::string JsonWriter::writeObject(const JsonObject& object, std::uint64_t level)
 {
     Builder builder(level == 0, level - 1);
+    builder.reserve(7'680);  // most need no more; 15 bytes, doubled 9 times
     builder.append('{', object, '}');
     return builder.release();
 }

@@ -43,13 +43,14 @@ TEST(JsonMemory, IsReleasedByAStringThatBecomesAnIntegerAndAnObjectThatBecomesNu
     }
 }
 
-/// Levels that ask for more spaces than any memory has, and their sums for more than a number
-/// holds.
+/// Levels that ask for more spaces than the memory has, and their sums for more than a number of 32
+/// or 64 bits holds.
 const std::vector<std::uint64_t> hugeLevels = {
-    std::uint64_t{1} << 60, std::uint64_t{1} << 61,       (std::uint64_t{1} << 62) - 1,
-    std::uint64_t{1} << 62, (std::uint64_t{1} << 62) + 1, (std::uint64_t{1} << 63) - 1,
-    std::uint64_t{1} << 63, (std::uint64_t{1} << 63) + 1, ~std::uint64_t{0} - 1,
-    ~std::uint64_t{0},
+    (std::uint64_t{1} << 30) - 1, std::uint64_t{1} << 30,       (std::uint64_t{1} << 31) - 2,
+    std::uint64_t{1} << 31,       std::uint64_t{1} << 32,       std::uint64_t{1} << 60,
+    std::uint64_t{1} << 61,       (std::uint64_t{1} << 62) - 1, std::uint64_t{1} << 62,
+    (std::uint64_t{1} << 62) + 1, (std::uint64_t{1} << 63) - 1, std::uint64_t{1} << 63,
+    (std::uint64_t{1} << 63) + 1, ~std::uint64_t{0} - 1,        ~std::uint64_t{0},
 };
 
 /// Whether writing ends as it does for any text that is too large for a string or for the memory.

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,19 @@ TEST(JsonObject, OrdersKeysByUnsignedBytesAndShorterFirst)
     }
     EXPECT_EQ(keysOf(oneByOne), ordered);
     EXPECT_EQ(keysOf(JsonObject::fromMembers(members)), ordered);
+}
+
+TEST(JsonObject, OrdersAnyNumberOfMembers)
+{
+    for (std::size_t count = 0; count < 100; ++count) {
+        std::vector<std::string> ordered;
+        std::vector<JsonMember> members;
+        for (std::size_t number = 0; number < count; ++number) {
+            ordered.push_back(std::to_string(1000 + number));
+            members.insert(members.begin(), {ordered.back(), JsonValue()});
+        }
+        EXPECT_EQ(keysOf(JsonObject::fromMembers(members)), ordered);
+    }
 }
 
 TEST(JsonObject, GivesAKeyTheNewValueAndKeepsAllOthers)
