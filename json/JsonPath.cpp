@@ -38,7 +38,7 @@ const JsonValue* findPath(const JsonObject& root, std::span<const char* const> k
     const JsonValue* value = nullptr;
     for (const char* key : keys) {
         if (key == nullptr) {
-            throw std::logic_error("basic_string::_M_construct null not valid");
+            throw std::logic_error("a key of a path is null");
         }
         const JsonMember* const found = object->find(key);
         clearEmptyMember();
