@@ -29,26 +29,42 @@ def quoted(text):
     return f'"{text}"'
 
 
-def layout(value, indentation=""):
+def by_hand(value, indentation=""):
     """The value as somebody would write it by hand: a list of plain values on one line."""
     inner = indentation + "  "
     if isinstance(value, dict):
         members = [
-            f"{inner}{quoted(key)}: {layout(member, inner)}" for key, member in value.items()
+            f"{inner}{quoted(key)}: {by_hand(member, inner)}" for key, member in value.items()
         ]
         return "{\n" + ",\n".join(members) + f"\n{indentation}}}" if members else "{}"
     if isinstance(value, list):
         if any(isinstance(element, (dict, list)) for element in value):
-            elements = [inner + layout(element, inner) for element in value]
+            elements = [inner + by_hand(element, inner) for element in value]
             return "[\n" + ",\n".join(elements) + f"\n{indentation}]"
-        return "[" + ", ".join(layout(element) for element in value) + "]"
+        return "[" + ", ".join(by_hand(element) for element in value) + "]"
+    return scalar(value, repr)
+
+
+def by_the_tool(value, indentation="  "):
+    """The value as the tool writes it, so that every later run reads it like this."""
+    inner = indentation + "  "
+    if isinstance(value, dict):
+        lines = [f"{inner}{quoted(key)}: {by_the_tool(value[key], inner)}" for key in sorted(value)]
+        return "{\n" + ",\n".join(lines) + f"\n{indentation}}}"
+    if isinstance(value, list):
+        lines = [inner + by_the_tool(element, inner) for element in value]
+        return "[\n" + ",\n".join(lines) + f"\n{indentation}]"
+    return scalar(value, "{:.34g}".format)
+
+
+def scalar(value, number):
     if isinstance(value, bool):
         return "true" if value else "false"
     if value is None:
         return "null"
     if isinstance(value, str):
         return quoted(value)
-    return repr(value)
+    return number(value)
 
 
 def channel(choices, number):
@@ -78,8 +94,12 @@ def channel(choices, number):
     }
 
 
-def realistic(size):
+def realistic(size, layout=by_hand):
     """A configuration of exactly this many bytes."""
+
+    def length(value):
+        return len(layout(value).encode())
+
     choices = Choices(17)
     root = {
         "App": {"isEncoder": True, "name": "venue-4", "logLevel": 3, "note": ""},
@@ -92,19 +112,18 @@ def realistic(size):
             "mtu": 1500,
         },
     }
-    channels = []
-    while True:
-        fuller = dict(root)
-        fuller["Channels"] = channels + [channel(choices, len(channels) + 1)]
-        if len((layout(fuller) + "\n").encode()) > size:
-            break
-        channels = fuller["Channels"]
-    if channels:
-        root["Channels"] = channels
-    missing = size - len((layout(root) + "\n").encode())
+    channels = [channel(choices, 1)]
+    total = length({**root, "Channels": channels})
+    while total <= size:
+        channels.append(channel(choices, len(channels) + 1))
+        last = channels[-1:]
+        total += length({"Channels": last * 2}) - length({"Channels": last})
+    if len(channels) > 1:
+        root["Channels"] = channels[:-1]
+    missing = size - length(root)
     words = "Rack 2, second shelf. Ask the desk before changing the multicast range. "
     root["App"]["note"] = (words * (missing // len(words) + 1))[:missing]
-    text = (layout(root) + "\n").encode()
+    text = layout(root).encode()
     assert len(text) == size, (len(text), size)
     return text
 
@@ -176,6 +195,7 @@ NESTED = {
     "arrays and objects": lambda size: nested(size, '[{"":', "}]", "1"),
     "a deep string": lambda size: nested(size, "[", "]", '"' + "x" * (size // 2) + '"'),
 }
+UNCLOSED = {"unclosed arrays": lambda size: '{"a":' + "[" * (size - 6) + "}"}
 FLAT = {
     "reversed keys": lambda size: flat(size, "", reversed_keys(), ""),
     "short keys, no values": lambda size: flat(size, "", short_keys(), ""),
@@ -183,8 +203,14 @@ FLAT = {
     "numbers": lambda size: flat(size, '"a":[', numbers(), "]"),
     "doubles, long texts": lambda size: flat(size, '"a":[', cycle([".1,", ".3,", ".7,"]), "]"),
 }
-REALISTIC = {"0.5 kB": 500, "2 kB": 2000, "9.9 kB": 9900}
+REALISTIC = {
+    "0.5 kB": realistic(500),
+    "2 kB": realistic(2000),
+    "9.9 kB": realistic(9900),
+    "9.9 kB, written by the tool": realistic(9900, by_the_tool),
+}
+LARGE = {"100 kB": 100_000, "1 MB": 1_000_000, "10 MB": 10_000_000}
 
 
 def shape(name, size):
-    return {**NESTED, **FLAT}[name](size).encode()
+    return {**NESTED, **UNCLOSED, **FLAT}[name](size).encode()

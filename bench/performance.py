@@ -2,22 +2,24 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-"""Measures, and rewrites the tables and plots of docs/performance.md.
+"""Measures, and rewrites the tables of docs/performance.md.
 
 usage: performance.py BUILD
 
 BUILD holds the programs; performance.sh makes it. A table stands between two comments in the page,
-of which the first names it; everything else in the page stays as it is.
+of which the first names it; everything else in the page stays as it is, and so does each cell that
+cannot be measured: the rows of a library that is missing, and times on a machine that is not quiet.
 """
 
 import json
-import math
+import os
 import pathlib
 import platform
 import re
 import shutil
 import subprocess
 import sys
+import time
 
 TOP = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(TOP / "bench" / "cost"))
@@ -48,8 +50,12 @@ FLIPS = {
     "RapidJSON as its manual shows it": "flip-rapidjson",
     "switch-querier": "switch-querier",
     "RapidJSON, same bytes": "flip-rapidjson-same",
+    "yyjson, same bytes": "flip-yyjson-same",
 }
-SIZES = list(documents.REALISTIC)
+SAME_FLIPS = {"switch-querier", "RapidJSON, same bytes", "yyjson, same bytes"}
+LARGE = [*SAME_BYTES, "RapidJSON", "yyjson"]
+SIZES = list(documents.REALISTIC)[:3]
+QUIET = 0.5  # the load of a machine on which times mean something
 
 
 def table(header, rows):
@@ -61,79 +67,59 @@ def grouped(number):
     return f"{number:,}"
 
 
-def replace_table(name, text):
-    page = PAGE.read_text()
-    pattern = rf"(<!-- table: {name} -->\n).*?(<!-- end -->)"
-    page, count = re.subn(
-        pattern, lambda match: f"{match[1]}\n{text}\n\n{match[2]}", page, flags=re.DOTALL
+def in_page(name):
+    return re.compile(rf"(<!-- table: {name} -->\n)(.*?)(<!-- end -->)", re.DOTALL)
+
+
+def replace(name, text):
+    page, count = in_page(name).subn(
+        lambda match: f"{match[1]}\n{text}\n\n{match[3]}", PAGE.read_text()
     )
     assert count == 1, name
     PAGE.write_text(page)
     print(f"{name}\n{text}\n", flush=True)
 
 
-def plot(name, title, unit, series, logarithmic=False):
-    """Horizontal bars, one group per label: series is a list of (label, {size: figure})."""
-    bar, gap, left, width, top = 12, 14, 190, 520, 62
-    colours = ("#9ecae1", "#4292c6", "#084594")
-    group = bar * len(SIZES) + gap
-    height = top + group * len(series) + 10
-    figures = [figure for _, row in series for figure in row.values()]
-    low = 10 ** math.floor(math.log10(min(figures))) if logarithmic else 0
-
-    def length(figure):
-        if logarithmic:
-            return width * math.log(figure / low) / math.log(max(figures) / low)
-        return width * figure / max(figures)
-
-    # REUSE-IgnoreStart
-    parts = [
-        "<!-- SPDX-FileCopyrightText: The switch querier authors",
-        "     SPDX-License-Identifier: MIT -->",
-        # REUSE-IgnoreEnd
-        f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + width + 100}" height="{height}" '
-        'font-family="sans-serif" font-size="12">',
-        '<rect width="100%" height="100%" fill="white"/>',
-        f'<text x="10" y="20" font-size="15">{title}</text>',
-        f'<text x="10" y="40" fill="#555">{unit}</text>',
-    ]
-    for index, (size, colour) in enumerate(zip(SIZES, colours)):
-        x = left + 90 * index
-        parts.append(f'<rect x="{x}" y="31" width="10" height="10" fill="{colour}"/>')
-        parts.append(f'<text x="{x + 15}" y="40">{size}</text>')
-    for place, (label, row) in enumerate(series):
-        y = top + group * place
-        parts.append(
-            f'<text x="{left - 8}" y="{y + bar * len(SIZES) / 2 + 4:g}" '
-            f'text-anchor="end">{label}</text>'
-        )
-        for index, (size, colour) in enumerate(zip(SIZES, colours)):
-            figure = row[size]
-            parts.append(
-                f'<rect x="{left}" y="{y + bar * index}" width="{length(figure):.1f}" '
-                f'height="{bar - 1}" fill="{colour}"/>'
-            )
-            parts.append(
-                f'<text x="{left + length(figure) + 5:.1f}" y="{y + bar * index + 10}" '
-                f'font-size="10">{figure:,.3g}</text>'
-                if figure < 1000
-                else f'<text x="{left + length(figure) + 5:.1f}" y="{y + bar * index + 10}" '
-                f'font-size="10">{figure:,.0f}</text>'
-            )
-    (TOP / "docs" / f"performance-{name}.svg").write_text("\n".join(parts + ["</svg>"]) + "\n")
+def cells_in_page(name):
+    """The cells of the table as it is, by row and column."""
+    lines = re.findall(r"^\| (.*) \|$", in_page(name).search(PAGE.read_text())[2], re.MULTILINE)
+    (_, *columns), *rows = [line.split(" | ") for line in lines] or [[""]]
+    return {row[0]: dict(zip(columns, row[1:])) for row in rows}
 
 
-def written_documents(bench):
-    return {
-        size: bench.document(size, documents.realistic(count))
-        for size, count in documents.REALISTIC.items()
-    }
+def replace_table(name, header, rows, sort_by=None):
+    """Writes the table, with the page's own cells for None. A row or column of which nothing is
+    known is left out."""
+    old = cells_in_page(name)
+    for row in rows:
+        for place, column in enumerate(header[1:], 1):
+            row[place] = row[place] or old.get(row[0], {}).get(column)
+    rows = [row for row in rows if any(row[1:])]
+    known = [place for place in range(len(header)) if any(row[place] for row in rows)]
+    if sort_by:
+        rows.sort(key=lambda row: float(row[header.index(sort_by)]))
+    text = table(
+        [header[place] for place in known],
+        [[row[place] or "not measured" for place in known] for row in rows],
+    )
+    replace(name, text)
+
+
+def is_quiet():
+    """Waits up to five minutes, since building and counting were work too."""
+    for _ in range(30):
+        if os.getloadavg()[0] <= QUIET:
+            return True
+        time.sleep(10)
+    load = os.getloadavg()[0]
+    print(f"the load is {load:.2f}, so the times stay as they are", file=sys.stderr)
+    return False
 
 
 def times_of_libraries(bench, paths):
-    """Nanoseconds per byte by (library, path); empty if Google Benchmark is missing."""
+    """Nanoseconds per byte by (library, path); empty if they cannot be measured."""
     program = bench.build / "libraries" / "json-benchmark"
-    if not program.exists():
+    if not program.exists() or not is_quiet():
         return {}
     output = subprocess.run(
         [
@@ -157,68 +143,86 @@ def times_of_libraries(bench, paths):
     return times
 
 
-def require_same_bytes(bench, paths):
+def require_same_bytes(size, texts):
     """What is called the same work has to give the same text."""
-    drivers = [bench.build / "libraries" / f"driver-{name}" for name in SAME_BYTES.values()]
-    for size, path in paths.items():
-        texts = {
-            subprocess.run([driver, "print", path], check=True, capture_output=True).stdout
-            for driver in drivers
-            if driver.exists()
-        }
-        if len(texts) != 1:
-            raise SystemExit(f"the document of {size} comes out in {len(texts)} ways")
+    if len(set(texts)) != 1:
+        raise SystemExit(f"the document of {size} comes out in {len(set(texts))} ways")
+
+
+def driver(bench, name):
+    """The program that does the job with this library, or None."""
+    program = bench.build / "libraries" / f"driver-{name}"
+    return str(program) if program.exists() else None
+
+
+def instructions_per_byte(bench, program, path):
+    job, read = (bench.instructions_alone([program, action, path]) for action in ("job", "read"))
+    return (job - read) / os.path.getsize(path)
+
+
+def peak_per_byte(bench, program, path):
+    job, read = (
+        bench.memory([program, action, "config.json"], path)[0] for action in ("job", "read")
+    )
+    return (job - read) * 1024 / os.path.getsize(path)
 
 
 def measure_libraries(bench, paths):
-    require_same_bytes(bench, paths)
+    for size, path in paths.items():
+        same = [driver(bench, name) for name in SAME_BYTES.values()]
+        require_same_bytes(
+            size, [subprocess.check_output([name, "print", path]) for name in same if name]
+        )
     times = times_of_libraries(bench, paths)
     rows = []
     for library, name in LIBRARIES.items():
-        driver = bench.build / "libraries" / f"driver-{name}"
-        if not driver.exists():
-            print(f"{library} is not installed and left out", file=sys.stderr)
-            continue
-        counts = {}
-        for size, path in paths.items():
-            job, read = (
-                bench.instructions_alone([str(driver), action, path]) for action in ("job", "read")
-            )
-            counts[size] = (job - read) / documents.REALISTIC[size]
-        rows.append((library, counts))
-    rows.sort(key=lambda row: row[1]["9.9 kB"])
-    header = ["instructions per byte", *SIZES] + [f"ns per byte, {size}" for size in SIZES if times]
-    replace_table(
-        "libraries",
-        table(
-            header,
-            [
-                [library]
-                + [f"{counts[size]:.0f}" for size in SIZES]
-                + [f"{times[library, paths[size]]:.1f}" for size in SIZES if times]
-                for library, counts in rows
-            ],
-        ),
-    )
-    plot(
-        "libraries",
-        "Parse, flip the flag, write indented text, in memory",
-        "instructions per byte",
-        rows,
-    )
+        program = driver(bench, name)
+        rows.append([library])
+        for path in paths.values():
+            figure = program and f"{instructions_per_byte(bench, program, path):.0f}"
+            rows[-1].append(figure)
+        for path in paths.values():
+            rows[-1].append(times and program and f"{times[library, path]:.1f}")
+    header = ["instructions per byte", *paths] + [f"ns per byte, {size}" for size in paths]
+    replace_table("libraries", header, rows, sort_by="9.9 kB")
+
+
+def measure_large(bench):
+    """Beyond the program, which refuses such files."""
+    rows = [[library] for library in LARGE]
+    for name, size in documents.LARGE.items():
+        path = bench.document(name, documents.realistic(size))
+        for row in rows:
+            program = driver(bench, LIBRARIES[row[0]])
+            row += [
+                program and f"{instructions_per_byte(bench, program, path):.1f}",
+                program and f"{peak_per_byte(bench, program, path):.1f}",
+            ]
+    columns = [
+        column
+        for size in documents.LARGE
+        for column in (f"{size}, instructions", f"{size}, peak bytes")
+    ]
+    replace_table("large", ["per byte of text", *columns], rows)
 
 
 def measure_flips(bench, paths):
+    programs = {
+        name: [bench.program(program)] + FLIP
+        for name, program in FLIPS.items()
+        if pathlib.Path(bench.program(program)).exists()
+    }
+    for size, path in paths.items():
+        same = [command for name, command in programs.items() if name in SAME_FLIPS]
+        require_same_bytes(size, [runs[0][-1] for runs in bench.run(same, path)])
     rows = []
-    for name, program in FLIPS.items():
-        if not pathlib.Path(bench.program(program)).exists():
-            print(f"{name} is not installed and left out", file=sys.stderr)
-            continue
-        command = [bench.program(program)] + FLIP
+    for name in FLIPS:
+        command = programs.get(name)
         rows.append(
-            [name] + [grouped(bench.instructions(command, path)) for path in paths.values()]
+            [name]
+            + [command and grouped(bench.instructions(command, path)) for path in paths.values()]
         )
-    replace_table("flips", table(["whole flip, instructions", *SIZES], rows))
+    replace_table("flips", ["whole flip, instructions", *paths], rows)
 
 
 def measure_jobs(bench, paths):
@@ -234,33 +238,27 @@ def measure_jobs(bench, paths):
     if shutil.which("jq"):
         jobs["sh, jq, logger"] = ["/bin/sh", script, "jq", "config.json"]
     sleep = [bench.program("sleep")]
-    seconds = bench.seconds([sleep] + list(jobs.values()), paths["2 kB"], times=21)
-    rows, series = [], []
-    for (name, command), time in zip(jobs.items(), seconds[1:]):
-        counts = {size: bench.instructions(command, path) / 1000 for size, path in paths.items()}
+    ratios = [None] * len(jobs)
+    if is_quiet():
+        first, *others = bench.seconds([sleep] + list(jobs.values()), paths["2 kB"], times=21)
+        ratios = [f"{other / first:.2f}" for other in others]
+    rows = []
+    for (name, command), ratio in zip(jobs.items(), ratios):
+        counts = {size: bench.instructions(command, paths[size]) / 1000 for size in SIZES}
         peak, _, _ = bench.memory(command, paths["2 kB"])
-        series.append((name, counts))
         rows.append(
             [name]
             + [grouped(round(counts[size])) for size in SIZES]
             + [
                 grouped(bench.calls(command, paths["2 kB"])),
                 grouped(peak),
-                f"{time / seconds[0]:.2f}",
+                ratio,
             ]
         )
     replace_table(
         "jobs",
-        table(
-            ["thousand instructions", *SIZES, "system calls", "peak kB", "time ÷ 20 ms sleep"], rows
-        ),
-    )
-    plot(
-        "jobs",
-        "The whole flip, as a process of its own",
-        "thousand instructions, logarithmic",
-        series,
-        logarithmic=True,
+        ["thousand instructions", *SIZES, "system calls", "peak kB", "time ÷ 20 ms sleep"],
+        rows,
     )
 
 
@@ -288,17 +286,15 @@ def measure_floors(bench, paths):
         )
     replace_table(
         "floors",
-        table(
-            [
-                "static program",
-                "instructions",
-                "system calls",
-                "page faults",
-                "peak kB",
-                "instructions, aarch64",
-            ],
-            rows,
-        ),
+        [
+            "static program",
+            "instructions",
+            "system calls",
+            "page faults",
+            "peak kB",
+            "instructions, aarch64",
+        ],
+        rows,
     )
 
 
@@ -307,7 +303,7 @@ def counted_on_aarch64(bench, command, path):
     program = bench.build / "aarch64" / pathlib.Path(command[0]).name
     emulator = shutil.which("qemu-aarch64")
     if not program.exists() or emulator is None:
-        return "not measured"
+        return None
     help_text = subprocess.run([emulator, "--help"], capture_output=True, text=True).stdout
     step = "-one-insn-per-tb" if "one-insn-per-tb" in help_text else "-singlestep"
     log = bench.work / "executed"
@@ -318,15 +314,22 @@ def counted_on_aarch64(bench, command, path):
         return grouped(sum(line.startswith(b"Trace ") for line in lines))
 
 
+def machine():
+    compiler = subprocess.check_output(["g++", "-dumpfullversion"], text=True).strip()
+    processor = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())[1]
+    return f"g++ {compiler}, {' '.join(platform.libc_ver())}, {processor}"
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     bench = Bench(sys.argv[1])
-    paths = written_documents(bench)
-    print(platform.platform())
+    paths = {name: bench.document(name, text) for name, text in documents.REALISTIC.items()}
+    replace("machine", machine())
     measure_floors(bench, paths)
     measure_flips(bench, paths)
     measure_libraries(bench, paths)
+    measure_large(bench)
     measure_jobs(bench, paths)
 
 

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Measures the tool, other JSON libraries and other ways to do the job, and rewrites the tables and
-# plots of docs/performance.md. What is not installed is left out.
+# Measures the tool, other JSON libraries and other ways to do the job, and rewrites the tables of
+# docs/performance.md. The page keeps the rows of what is not installed.
 # usage: performance.sh [BUILD-DIRECTORY]
 set -eu
 cd "$(dirname "$0")/.."

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sys/ptrace.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -23,8 +23,9 @@
 #include "tests/appliance/PrivateRoot.h"
 
 // Runs commands on an appliance whose line 17 is exported and low, without marker files and with a
-// system log, and prints one line per run: the command's number, the exit status, nanoseconds, peak
-// memory in kB, page faults, and the size of the configuration file afterwards.
+// system log, and prints one line per run: the command's number, the exit status (-1 after a
+// signal), nanoseconds, peak memory in kB, page faults, and size and hash of the configuration file
+// afterwards.
 //
 //    cost-runner [-n TIMES] [-m] [-d DOCUMENT] WORD… [-- WORD…]…
 //
@@ -190,11 +191,10 @@ int main(int argc, char** argv)
             writeFile(config, options.document);
             const Measured measured = run(options.commands[command], options.memory);
             static_cast<void>(appliance.systemLog.drain());
-            struct stat about = {};
-            stat(config.c_str(), &about);
+            const std::string written = readFile(config);
             std::cout << command << '\t' << measured.status << '\t' << measured.nanoseconds << '\t'
-                      << measured.peakKilobytes << '\t' << measured.faults << '\t' << about.st_size
-                      << '\n';
+                      << measured.peakKilobytes << '\t' << measured.faults << '\t' << written.size()
+                      << '\t' << std::hash<std::string>{}(written) << '\n';
         }
     }
     return 0;
