@@ -121,7 +121,7 @@ TEST(JsonPath, LetsTheFlagBeChangedInPlaceAndNothingElse)
               R"({"App": {"Name": "dec", "isEncoder": true}, "b": 2})");
 }
 
-const std::string nullKey = "basic_string::_M_construct null not valid";
+const std::string nullKey = "a key of a path is null";
 
 /// What the logic error says that the call throws.
 template <typename Call>
