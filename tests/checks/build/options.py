@@ -27,7 +27,11 @@ EXPECTED = {
     "-fdata-sections",
 }
 OF_KIND = {"dynamic": "-fPIE", "static": "-fno-pie"}
-OF_PROCESSOR = {"x86_64": "-fcf-protection", "aarch64": "-mbranch-protection=standard"}
+OF_PROCESSOR = {
+    "x86_64": {"-fcf-protection"},
+    "aarch64": {"-mbranch-protection=standard"},
+    "arm": {"-D_FILE_OFFSET_BITS=64", "-D_TIME_BITS=64"},
+}
 # Where the sources are, and the contact address: neither changes the code.
 PREFIX = "-ffile-prefix-map="
 UNCOUNTED = (PREFIX, "-DSWITCH_QUERIER_CONTACT=")
@@ -37,7 +41,7 @@ PROGRAM = re.compile(r"/(switch-querier(-(app|json|gpio|log|fileio))?)\.dir/")
 
 def main():
     build, kind, processor = sys.argv[1:]
-    expected = EXPECTED | {OF_KIND[kind], OF_PROCESSOR[processor]}
+    expected = EXPECTED | {OF_KIND[kind]} | OF_PROCESSOR[processor]
     entries = json.loads(pathlib.Path(build, "compile_commands.json").read_text())
     entries = [e for e in entries if PROGRAM.search(e["command"])]
     failed = not entries
