@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "tests/unit/json/Trees.h"
+
 // What TreeModelTest.cpp cannot say.
 namespace {
 
@@ -45,6 +47,16 @@ TEST(JsonValue, IsNullByDefault)
     EXPECT_EQ(JsonValue().type(), JsonType::null);
     EXPECT_EQ(JsonMember().value.type(), JsonType::null);
     EXPECT_EQ(JsonMember().name, "");
+}
+
+TEST(JsonValue, LetsANumberBeChangedInPlace)
+{
+    JsonValue value = integer(1);
+    value.integer() = 2;
+    EXPECT_EQ(value, integer(2));
+    value = real(1.5);
+    value.real() = 2.5;
+    EXPECT_EQ(value, real(2.5));
 }
 
 }  // namespace
