@@ -110,7 +110,8 @@ def compile_commands():
             continue  # a source that the build makes
         source = pathlib.Path(entry["file"]).relative_to(TREE)
         words = entry["command"].split()
-        target = re.search(r"/(?:switch-querier-)?([^/ ]+)\.dir/", entry["command"]).group(1)
+        output = words[words.index("-o") + 1]
+        target = re.search(r"/(?:switch-querier-)?([^/]+)\.dir/", output).group(1)
         kept = [w.replace('\\"', '"') for w in words
                 if w.startswith(("-D", "-std", "-O", "-f"))]  # fmt: skip
         targets.setdefault(target, {})[str(source)] = ["g++", *kept]
