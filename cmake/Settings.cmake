@@ -44,7 +44,7 @@ set(callersFlags
 include(CheckCXXCompilerFlag)
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_REQUIRED_FLAGS -Werror)
-check_cxx_compiler_flag(-fstack-clash-protection has_stack_clash_protection)
+check_cxx_compiler_flag(-fstack-clash-protection switch_querier_stack_clash_protection)
 unset(CMAKE_REQUIRED_FLAGS)
 unset(CMAKE_TRY_COMPILE_TARGET_TYPE)
 
@@ -59,7 +59,7 @@ endfunction()
 switch_querier_harden(" -f(file|debug|macro)-prefix-map="
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build)
 switch_querier_harden(" -f(no-)?stack-protector" -fstack-protector-strong)
-if(has_stack_clash_protection)
+if(switch_querier_stack_clash_protection)
   switch_querier_harden(" -f(no-)?stack-clash-protection" -fstack-clash-protection)
 endif()
 switch_querier_harden("_FORTIFY_SOURCE" -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
