@@ -3,24 +3,7 @@
 
 #include "tests/unit/effects/Effects.h"
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
-#include "tests/unit/effects/Call.h"
-
-Effects* currentEffects = nullptr;
-
-Effects::Effects()
-{
-    currentEffects = this;
-}
-
-Effects::~Effects()
-{
-    currentEffects = nullptr;
-}
+#include <utility>
 
 std::string Effects::record(const std::function<void()>& action)
 {
@@ -35,8 +18,8 @@ std::string Effects::record(const std::function<void()>& action)
     }
     catchUp();
     std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
+    for (const Line& line : lines) {
+        text += line.effect + (line.bytes.empty() ? "" : " " + inQuotes(line.bytes)) + "\n";
     }
     return text;
 }
@@ -47,137 +30,19 @@ void Effects::advance(std::chrono::nanoseconds duration)
     steadyTime += duration;
 }
 
-void Effects::add(const std::string& line)
+void Effects::add(const std::string& effect, const std::string& bytes, bool mayContinue)
 {
     const Pause pause;
-    if (!catchingUp) {
-        catchingUp = true;
-        catchUp();
-        catchingUp = false;
+    const auto meanwhile = std::exchange(catchUp, [] {});
+    meanwhile();
+    catchUp = meanwhile;
+    if (lines.empty() || lines.back().effect != effect) {
+        lines.push_back({effect, bytes});
+    } else if (mayContinue) {
+        lines.back().bytes += bytes;
+    } else if (!effect.starts_with("look for ")) {
+        lines.push_back({effect, bytes});
     }
-    const bool isRepeated = line.starts_with("look for ") && !lines.empty() && lines.back() == line;
-    if (!isRepeated) {
-        lines.push_back(line);
-        lastEffect.clear();
-    }
-}
-
-void Effects::addBytes(const std::string& effect, const std::string& bytes, bool mayContinue)
-{
-    const std::size_t count = lines.size();
-    const std::string previous = mayContinue && lastEffect == effect ? lastBytes : "";
-    add(effect + " " + inQuotes(bytes));
-    const bool continues = !previous.empty() && lines.size() == count + 1;
-    if (continues) {
-        lines.pop_back();
-        lines.back() = effect + " " + inQuotes(previous + bytes);
-    }
-    lastEffect = effect;
-    lastBytes = continues ? previous + bytes : bytes;
-}
-
-namespace {
-
-std::string nameOf(int error)
-{
-    const char* const name = strerrorname_np(error);
-    return name != nullptr ? name : std::to_string(error);
-}
-
-/// Does something, unless it is to fail.
-long attempt(const std::string& effect, const Call::Action& action)
-{
-    const int error = currentEffects->before(effect);
-    if (error == 0) {
-        return action();
-    }
-    errno = error;
-    return error == Effects::writesNothing ? 0 : -1;
-}
-
-}  // namespace
-
-long Call::perform(const std::string& effect, const Action& action) const
-{
-    if (!wasActive) {
-        return action();
-    }
-    const long result = attempt(effect, action);
-    const int error = errno;
-    currentEffects->add(result < 0 ? effect + ": " + nameOf(error) : effect);
-    errno = error;
-    return result;
-}
-
-ssize_t Call::transfer(const char* verb, int descriptor, off_t offset, const char* bytes,
-                       const Action& action) const
-{
-    if (!wasActive || !currentEffects->paths.contains(descriptor)) {
-        return action();
-    }
-    const std::string effect = std::string(verb) + " " + pathOf(descriptor);
-    const ssize_t count = attempt(effect, action);
-    const int error = errno;
-    if (count < 0) {
-        currentEffects->add(effect + ": " + nameOf(error));
-    } else if (count > 0) {
-        const bool continues = offset < 0 || offset == currentEffects->lastEnd;
-        currentEffects->addBytes(effect, {bytes, static_cast<std::size_t>(count)},
-                                 continues && !effect.starts_with("write /sys/"));
-        currentEffects->lastEnd = offset + count;
-    }
-    errno = error;
-    return count;
-}
-
-int Call::open(const std::string& effect, const Effects::Opening& opening,
-               const Action& action) const
-{
-    const auto descriptor = static_cast<int>(perform(effect, action));
-    if (wasActive) {
-        currentEffects->openings.push_back(opening);
-        currentEffects->openings.back().descriptor = descriptor;
-        if (descriptor >= 0) {
-            currentEffects->paths[descriptor] = opening.path;
-        }
-    }
-    return descriptor;
-}
-
-int Call::close(int descriptor, const Action& action) const
-{
-    const auto result = static_cast<int>(action());
-    const int error = errno;
-    if (wasActive) {
-        currentEffects->closings.push_back(descriptor);
-    }
-    if (wasActive && descriptor >= 0 && result != 0) {
-        currentEffects->add("close " + pathOf(descriptor) + ": " + nameOf(error));
-    }
-    errno = error;
-    return result;
-}
-
-int Call::wait(std::chrono::nanoseconds duration, std::chrono::nanoseconds& left) const
-{
-    constexpr long long nanosecondsPerSecond = 1'000'000'000;
-    std::array<char, 40> effect{};
-    std::snprintf(effect.data(), effect.size(), "wait %lld.%09lld",
-                  duration.count() / nanosecondsPerSecond, duration.count() % nanosecondsPerSecond);
-    return static_cast<int>(perform(effect.data(), [&] {
-        const Effects::WaitEnd end = currentEffects->wait(duration);
-        left = end.left;
-        if (end.error == 0) {
-            return 0;
-        }
-        errno = end.error;
-        return -1;
-    }));
-}
-
-std::string Call::pathOf(int descriptor) const
-{
-    return wasActive ? currentEffects->paths[descriptor] : "";
 }
 
 std::string inQuotes(const std::string& bytes)

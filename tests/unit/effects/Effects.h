@@ -3,8 +3,6 @@
 
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <functional>
 #include <map>
@@ -12,8 +10,8 @@
 #include <vector>
 
 /// Records what the code under test does to its surroundings, whichever functions it does that
-/// with. The other files of this directory define functions of the C library in the test program,
-/// where they take precedence over the shared library's (ld.so(8)). Each effect is a line:
+/// with. Functions.cpp defines functions of the C library in the test program, where they take
+/// precedence over the shared library's (ld.so(8)). Each effect is a line:
 ///
 ///    look for PATH         opened or asked about, and not changed by that
 ///    read PATH "bytes"     one line for bytes that follow each other in the file
@@ -21,19 +19,22 @@
 ///    empty PATH            opened, and its contents are gone
 ///    write PATH "bytes"    as for reading; but a line for each write(2) under /sys, where a driver
 ///                          gets each of them
-///    sync PATH             likewise rename, remove, link, … with their paths
+///    sync PATH             likewise its data alone, its file system, everything
+///    rename PATH PATH
+///    remove PATH
 ///    wait SECONDS
 ///
 /// The name of the error follows a failure: "look for PATH: ENOENT". To seek, to close or to read
 /// at the end of a file has no effect, nor has it to look again for what was just looked for. But
 /// to close a descriptor that is not open is one, "close PATH: EBADF": another file could have its
-/// number.
+/// number. What leaves a trace in a directory, such as a link or a mode, is no line: a test looks
+/// at the directory for that.
 ///
 /// The files are the real ones. The time is not: a wait takes none, and moves the clocks.
 class Effects {
 public:
-    Effects();
-    ~Effects();
+    Effects() { current = this; }
+    ~Effects() { current = nullptr; }
     Effects(const Effects&) = delete;
     Effects& operator=(const Effects&) = delete;
 
@@ -79,13 +80,18 @@ public:
     };
     std::vector<Opening> openings;
 
+    /// The paths that the descriptors were opened by.
+    std::map<int, std::string> paths;
+
     /// What close(2) was called for.
     std::vector<int> closings;
 
     /// Called before a line is added: may add what happened meanwhile.
     std::function<void()> catchUp = [] {};
 
-    void add(const std::string& line);
+    /// Adds a line. The bytes, if there are any, may continue those of the line before, if that has
+    /// the same effect.
+    void add(const std::string& effect, const std::string& bytes = "", bool mayContinue = false);
 
     /// Whether the code under test is running, and not the recorder or a function of the test.
     static inline bool active = false;
@@ -101,21 +107,15 @@ public:
         const bool wasActive;
     };
 
+    /// The object that exists, or null.
+    static inline Effects* current = nullptr;
+
 private:
-    friend class Call;
-
-    /// Adds bytes: if they continue those of the line before, which has the same effect, then
-    /// there.
-    void addBytes(const std::string& effect, const std::string& bytes, bool mayContinue);
-
-    std::vector<std::string> lines;
-    bool catchingUp = false;
-
-    std::string lastEffect;  ///< of the last line, if it has bytes
-    std::string lastBytes;
-    off_t lastEnd = 0;  ///< the offset after them in their file
-
-    std::map<int, std::string> paths;  ///< of the descriptors
+    struct Line {
+        std::string effect;
+        std::string bytes;
+    };
+    std::vector<Line> lines;
 };
 
 /// The bytes between quotes, with line ends and other control bytes escaped; the size only if there
