@@ -10,13 +10,19 @@
 #include <sstream>
 #include <streambuf>
 
+#include "app/StandardDescriptors.h"
+#include "app/SwitchQuerier.h"
 #include "tests/appliance/Files.h"
 #include "tests/appliance/SystemLog.h"
-#include "tests/unit/app/ProgramMain.h"
 
 namespace fs = std::filesystem;
 
 namespace {
+
+// A test program has a main of its own.
+#define main programMain
+#include "app/main.cpp"  // NOLINT(bugprone-suspicious-include): for that name
+#undef main
 
 /// Takes the place of a console stream's buffer, and adds the lines that were flushed.
 class ConsoleBuffer : public std::streambuf {

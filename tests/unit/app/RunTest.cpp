@@ -4,15 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
-#include "tests/appliance/Files.h"
-#include "tests/unit/app/FailingMemory.h"
 #include "tests/unit/app/RunKinds.h"
-#include "tests/unit/effects/Effects.h"
 
 // A whole run as the sequence of its effects.
 namespace {
@@ -65,28 +61,6 @@ TEST(RunOnAPath, UsesItAsItIs)
             EXPECT_EQ(runOf(kind), with(ordinary, "/appliance/", directory));
         }
     }
-}
-
-// The text is complete before the temporary file is opened: nothing as large is allocated any more.
-TEST(RunThatUpdatesALargeFile, CreatesTheTemporaryFileAfterTheLastLargeAllocation)
-{
-    resetAppliance();
-    const std::string filling(9'900, 'x');
-    writeFile("/appliance/config.json", R"({"App":{"isEncoder":false},"a":")" + filling + "\"}");
-    Effects effects;
-    std::size_t largestBefore = 0;
-    largestAllocation = 0;
-    effects.before = [&](const std::string& effect) {
-        if (effect == "create /appliance/config.json.filsec") {
-            largestBefore = largestAllocation;
-            largestAllocation = 0;
-        }
-        return 0;
-    };
-
-    EXPECT_TRUE(runProgram(effects, {"/appliance/config.json"}).ends_with("exit 1\n"));
-    EXPECT_GE(largestBefore, filling.size());
-    EXPECT_LT(largestAllocation, filling.size());
 }
 
 }  // namespace
