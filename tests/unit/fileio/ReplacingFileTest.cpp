@@ -6,9 +6,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -16,6 +18,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -398,6 +401,51 @@ TEST_F(ReplacingFileOpen, NamesTheTemporaryFileAfterTheFinalName)
         EXPECT_TRUE(fs::is_regular_file(name));
         EXPECT_FALSE(fs::exists(name + ".filsec"));
     }
+}
+
+// A temporary file that is there already
+
+// In a user namespace that knows one user only there is nobody else that it could be given to.
+TEST_F(ReplacingFileOpen, KeepsTheOwnerAndTheModeOfATemporaryFileThatWasLeft)
+{
+    constexpr uid_t somebody = 12345;
+    writeFile(temporaryPath, "left, and longer");
+    ASSERT_EQ(chmod(temporaryPath.c_str(), 0606), 0);
+    const bool given = chown(temporaryPath.c_str(), somebody, somebody) == 0;
+    ASSERT_TRUE(given || errno == EINVAL);
+    {
+        ReplacingFile file;
+        ASSERT_EQ(file.open(path), 0);
+    }
+
+    struct stat status = {};
+    ASSERT_EQ(lstat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, given ? somebody : geteuid());
+    EXPECT_EQ(status.st_mode, S_IFREG | 0606U);
+}
+
+TEST_F(ReplacingFileOpen, WaitsForAReaderOfATemporaryFileThatIsAFifo)
+{
+    ASSERT_EQ(mkfifo(temporaryPath.c_str(), 0600), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        ReplacingFile file;
+        bool replaced = file.open(path) == 0;
+        file << "new";
+        replaced = file.finish() == 0 && replaced;
+        _exit(replaced ? 0 : 1);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, WNOHANG), 0) << "it did not wait";
+
+    const int reader = open(temporaryPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(fs::is_fifo(path));
+    close(reader);
 }
 
 // The effects on the disk
