@@ -174,20 +174,6 @@ TEST_F(TextFile, IsEmptyIfItIsADeviceThatEndsAtPosition0)
     }
 }
 
-TEST_F(TextFile, IsFoundByItsNameAsItIs)
-{
-    fs::create_directory("/appliance/sub");
-    fs::create_symlink("target", "/appliance/link");
-    for (const char* const name : {"plain", "link", "sub/../plain", " x ", "it's \"quoted\"",
-                                   "line\nfeed", "100%s", "\xff\xfe", "/appliance//sub///file"}) {
-        SCOPED_TRACE(name);
-        writeFile(name, name);
-        std::string text;
-        EXPECT_TRUE(readTextFile(name, text, 10'000));
-        EXPECT_EQ(text, name);
-    }
-}
-
 // For the C library of POSIX there is no difference, for others there is.
 TEST_F(TextFile, IsNotOpenedAsATextStream)
 {
