@@ -27,7 +27,7 @@ build_hardened() {
     processor=$3
     shift 3
     build "$work/$name" -S "$work/one" -D CMAKE_EXPORT_COMPILE_COMMANDS=ON "$@"
-    sh tests/checks/build/hardening.sh "$work/$name" "$kind" "$processor" || failed=1
+    python3 tests/checks/build/hardening.py "$work/$name" "$kind" "$processor" || failed=1
 }
 
 # Two trees, since the paths of neither may be in the program.
