@@ -63,30 +63,25 @@ def make_script(path, text):
     path.chmod(0o755)
 
 
-def make_path(directory, timeout):
-    """A PATH with this timeout, and with the shell of a busybox as sh: without a timeout it is one
-    as Buildroot configures it at the least, with no built-in command either. Debian's has no flock.
-    """
-    directory.mkdir(parents=True)
+def try_functions(work, snippet, name, timeout):
+    """Runs the functions under set -e in a shell, with a PATH that has this timeout."""
+    directory = work / f"{name}-{timeout}"
+    programs = directory / "bin"
+    programs.mkdir(parents=True)
+    # The busybox without a timeout is one as Buildroot configures it at the least, with no built-in
+    # command either. Debian's has no flock.
     busybox = shutil.which("busybox")
-    programs = {"sleep": busybox, "flock": shutil.which("flock")}
     text = pathlib.Path(busybox).read_bytes()
+    tools = {"sleep": busybox, "flock": shutil.which("flock")}
     if timeout == "none":
         text = text.replace(b"\0timeout\0", b"\0timeouz\0")
         text = re.sub(rb"(\0.?)command\0", rb"\1commanz\0", text)
     else:
-        programs["timeout"] = busybox if timeout == "busybox" else shutil.which("timeout")
-    (directory / "sh").write_bytes(text)
-    (directory / "sh").chmod(0o755)
-    for name, program in programs.items():
-        (directory / name).symlink_to(program)
-
-
-def try_functions(work, snippet, name, timeout):
-    """Compares the outcome of the functions under set -e with how the program ends."""
-    directory = work / f"{name}-{timeout}"
-    programs = directory / "bin"
-    make_path(programs, timeout)
+        tools["timeout"] = busybox if timeout == "busybox" else shutil.which("timeout")
+    for tool, path in tools.items():
+        (programs / tool).symlink_to(path)
+    (programs / "sh").write_bytes(text)
+    (programs / "sh").chmod(0o755)
     (directory / "config").mkdir()
     functions = directory / "switch-mode.sh"
     functions.write_text(snippet.replace("/config/", f"{directory}/config/"))

@@ -39,11 +39,8 @@ def options(text):
 
 def agree(what, ours, places):
     global failed
-    if not ours:
-        print(f"{what}: none found in the sources")
-        failed = True
     for place, theirs in places.items():
-        if ours != theirs:
+        if not ours or ours != theirs:
             print(f"{what}: {place} lacks {ours - theirs}, and has besides {theirs - ours}")
             failed = True
 
