@@ -119,7 +119,7 @@ def try_functions(work, snippet, name, timeout):
         expect(status, output, ends)
     expect(0, "working as encoder", "exit 1", 'switch_mode a.json; echo "working as $mode"')
     # The shell of busybox takes its own timeout. Without one, nothing ends a run but itself.
-    status, said, ends = 143, f"{SAID} killed by signal 15, perhaps after 1 s", "exec sleep 100"
+    status, said, ends = 143, f"{SAID} killed by signal 15, perhaps after 1 s", "exec sleep 20"
     if timeout == "gnu" and name != "busybox":
         status, said = 124, f"{SAID} stopped after 1 s"
     elif timeout == "none":
