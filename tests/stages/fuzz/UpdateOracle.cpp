@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -13,6 +13,7 @@
 
 #include "app/ConfigUpdate.h"
 #include "json/JsonParser.h"
+#include "json/JsonPath.h"
 #include "json/JsonWriter.h"
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
@@ -26,11 +27,11 @@ const std::string directory = "/appliance";
 const std::string path = directory + "/config.json";
 const std::string temporary = path + ".filsec";
 
-// What has the temporary name.
+// What has the temporary name, as a tree of files shows it.
 const std::string nothing;
-const std::string leftoverFile = "left over";
-const std::string subdirectory = "(directory)";
-const std::string fullDevice = "(link to /dev/full)";  // takes no byte
+const std::string leftoverFile = "file: left over";
+const std::string subdirectory = "directory";
+const std::string fullDevice = "link to /dev/full";  // takes no byte
 
 /// What an update meets that writes.
 struct Obstacle {
@@ -78,7 +79,7 @@ struct Outcome {
     std::string error;
     std::string info;
     std::string report;
-    std::map<std::string, std::string> files;  ///< by name: the bytes, or what else has the name
+    Tree files;
 
     bool operator==(const Outcome&) const = default;
 };
@@ -91,16 +92,11 @@ std::string trimmed(const std::string& text)
     return begin < end ? std::string(begin, end) : "";
 }
 
-JsonValue* memberIn(JsonObject& object, const std::string& key)
-{
-    JsonMember* const found = object.find(key);
-    return found == nullptr ? nullptr : &found->value;
-}
-
 /// The file for the reference. What the text means is left to json/, which has oracles of its own.
 expected::Configuration configurationOf(const std::string& text)
 {
     constexpr std::size_t sizeLimit = 10'000;
+    static constexpr std::array keys = {"App", "isEncoder"};
     expected::Configuration configuration{.text = text};
     if (text.size() > sizeLimit) {
         configuration.refusal = expected::unreadable(path);
@@ -113,10 +109,7 @@ expected::Configuration configurationOf(const std::string& text)
         configuration.refusal = expected::syntaxError(position, static_cast<int>(code));
         return configuration;
     }
-    JsonValue* const app = memberIn(root, "App");
-    JsonValue* const flag = app != nullptr && app->type() == JsonType::object
-                                ? memberIn(app->object(), "isEncoder")
-                                : nullptr;
+    JsonValue* const flag = findPath(root, keys);
     if (flag == nullptr) {
         configuration.refusal = expected::flagMissing();
     } else if (flag->type() != JsonType::boolean) {
@@ -148,13 +141,13 @@ Outcome expectedOutcome(const std::string& text, const Choice& choice)
                     joined(update.error),
                     joined(update.info),
                     joined(update.report),
-                    {{"config.json", update.configuration}}};
+                    {{directory, "directory"}, {path, "file: " + update.configuration}}};
     std::string left = obstacle.leftover;
     if (update.writes && obstacle.isLocked && left == leftoverFile) {
-        left = configuration.rewritten;  // written, but not renamed
+        left = "file: " + configuration.rewritten;  // written, but not renamed
     }
     if (left != nothing && (!update.writes || obstacle.failure)) {
-        outcome.files["config.json.filsec"] = left;
+        outcome.files[temporary] = left;
     }
     return outcome;
 }
@@ -165,7 +158,7 @@ void arrange(const std::string& text, const Obstacle& obstacle)
     emptyDirectory(directory);
     writeFile(path, text);
     if (obstacle.leftover == leftoverFile) {
-        writeFile(temporary, leftoverFile);
+        writeFile(temporary, "left over");
     } else if (obstacle.leftover == subdirectory) {
         fs::create_directory(temporary);
     } else if (obstacle.leftover == fullDevice) {
@@ -173,18 +166,6 @@ void arrange(const std::string& text, const Obstacle& obstacle)
     }
     if (obstacle.isLocked) {
         chmod(directory.c_str(), 0555);
-    }
-}
-
-std::string lookAt(const std::string& name)
-{
-    switch (fs::symlink_status(name).type()) {
-    case fs::file_type::directory:
-        return subdirectory;
-    case fs::file_type::symlink:
-        return "(link to " + fs::read_symlink(name).string() + ")";
-    default:
-        return readFile(name);
     }
 }
 
@@ -234,9 +215,7 @@ std::string checkUpdate(const std::string& bytes)
     outcome.error = error.str();
     outcome.info = info.str();
     outcome.report = report.str();
-    for (const std::string& name : namesIn(directory)) {
-        outcome.files[name] = lookAt(directory + "/" + name);
-    }
+    addTo(outcome.files, directory);
     return outcome == expectedOutcome
                ? ""
                : "the update ended with " + shown(outcome) + "instead of " + shown(expectedOutcome);
