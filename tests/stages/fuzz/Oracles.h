@@ -10,10 +10,10 @@
 // of it and returns a description of what does not hold, or an empty text.
 
 /// Parses the bytes as a document. The code exists; position and destination are as promised; a
-/// failure depends on nothing after its byte; a space between tokens changes nothing, and a
-/// document is parsed alike inside another one. What is written of it, on one line and indented, is
-/// parsed as one tree, and from then on nothing changes. Which code, position and tree are right is
-/// for the reference model to say.
+/// failure depends on nothing after its byte; spaces between tokens change nothing, and a document
+/// is parsed alike inside another one. What is written of it, on one line and indented, is parsed
+/// as one tree, and from then on nothing changes. Which code, position and tree are right is for
+/// the reference model to say.
 std::string checkDocument(const std::string& bytes);
 
 /// Runs an update. The first two bytes choose what decides, whether it is a query, and what has the
