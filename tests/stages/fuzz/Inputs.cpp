@@ -69,8 +69,3 @@ std::vector<Input> configurations()
     }
     return inputs;
 }
-
-std::vector<Input> regressions()
-{
-    return {};
-}

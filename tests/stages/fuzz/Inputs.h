@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+/// One on which a fuzzer has found a fault is named after the fault, and never removed.
 struct Input {
     std::string name;
     std::string text;
@@ -16,7 +17,3 @@ std::vector<Input> documents();
 
 /// The same with the flag, and configuration files of every kind.
 std::vector<Input> configurations();
-
-/// Inputs on which a fuzzer has found a fault, named after the fault. They are never removed.
-/// Each is a document and a configuration.
-std::vector<Input> regressions();

@@ -5,36 +5,17 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/stages/fuzz/Oracles.h"
 
-// The seed corpus and the regressions, with the same oracles.
+// The seed corpus, with the same oracles.
 namespace {
-
-std::vector<Input> withRegressions(std::vector<Input> inputs)
-{
-    for (const Input& regression : regressions()) {
-        inputs.push_back(regression);
-    }
-    return inputs;
-}
-
-TEST(Inputs, HaveUniqueNames)
-{
-    for (const std::vector<Input>& inputs : {documents(), configurations()}) {
-        std::set<std::string> names;
-        for (const Input& input : withRegressions(inputs)) {
-            EXPECT_TRUE(names.insert(input.name).second) << input.name;
-        }
-    }
-}
 
 TEST(Inputs, AreParsedAndWrittenAsPromised)
 {
-    for (const Input& input : withRegressions(documents())) {
+    for (const Input& input : documents()) {
         SCOPED_TRACE(input.name);
         EXPECT_EQ(checkDocument(input.text), "");
     }
@@ -44,7 +25,7 @@ TEST(Inputs, AreUpdatedAsExpected)
 {
     const std::vector<std::string> choices = updateChoices();
     std::size_t next = 0;
-    for (const Input& input : withRegressions(configurations())) {
+    for (const Input& input : configurations()) {
         for (int times = 0; times < 3; ++times) {
             // The step and the number of choices are coprime, so that all of them are visited.
             next = (next + 77) % choices.size();

@@ -20,9 +20,11 @@ void write(const std::string& directory, const std::string& kind, const std::vec
 {
     emptyDirectory(directory + "/" + kind);
     emptyDirectory(directory + "/large-" + kind);
+    std::size_t number = 0;
     for (const Input& input : inputs) {
+        const std::string name = std::to_string(++number) + " " + input.name;
         const std::string size = input.text.size() > largestSeed ? "/large-" : "/";
-        writeFile(directory + size + kind + "/" + input.name, input.text);
+        writeFile(directory + size + kind + "/" + name, input.text);
     }
 }
 
@@ -37,18 +39,13 @@ int main(int argc, char** argv)
         std::cerr << "usage: write-seeds DIRECTORY\n";
         return 2;
     }
-    std::vector<Input> texts = documents();
     std::vector<Input> updates = configurations();
-    for (const Input& regression : regressions()) {
-        texts.push_back(regression);
-        updates.push_back(regression);
-    }
     const std::vector<std::string> choices = updateChoices();
     std::size_t next = 0;
     for (Input& update : updates) {
         next = (next + 77) % choices.size();
         update.text.insert(0, choices[next]);
     }
-    write(argv[1], "documents", texts);
+    write(argv[1], "documents", documents());
     write(argv[1], "updates", updates);
 }
