@@ -29,10 +29,6 @@ constexpr Table textTables[] = {
 #include "tests/dialect/keys.tsv"
     },
     {
-        "layout",
-#include "tests/dialect/layout.tsv"
-    },
-    {
         "strings",
 #include "tests/dialect/strings.tsv"
     },
