@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "json/JsonWriter.h"
 #include "tests/unit/json/Trees.h"
 
 using namespace std::string_literals;
@@ -107,18 +106,6 @@ TEST(JsonPath, LeadsToAValueOfAnyKindAndThroughObjectsOnly)
         EXPECT_EQ(find(root, {"other", "isEncoder"}), nullptr);
         EXPECT_EQ(find(root, {"other", "isEncoder", "more"}), nullptr);
     }
-}
-
-TEST(JsonPath, LetsTheFlagBeChangedInPlaceAndNothingElse)
-{
-    JsonObject root =
-        members({{"App", object({{"Name", string("dec")}, {"isEncoder", boolean(false)}})},
-                 {"b", integer(2)}});
-    JsonValue* const found = findPath(root, flag);
-    ASSERT_NE(found, nullptr);
-    found->boolean() = true;
-    EXPECT_EQ(JsonWriter::writeObject(root, 0),
-              R"({"App": {"Name": "dec", "isEncoder": true}, "b": 2})");
 }
 
 const std::string nullKey = "a key of a path is null";

@@ -86,15 +86,6 @@ TEST(JsonWriter, WritesAValueWithChildrenByItsLevel)
     }
 }
 
-TEST(JsonWriter, LeavesTheTreeAsItWas)
-{
-    const JsonObject tree = members({{"a", array({string("x\ty"), object({{"b", real(0.1)}})})}});
-    const JsonObject copy = tree;
-    const std::string first = JsonWriter::writeObject(tree, 2);
-    EXPECT_EQ(tree, copy);
-    EXPECT_EQ(JsonWriter::writeObject(tree, 2), first);
-}
-
 TEST(JsonWriter, EscapesSevenBytesAndCopiesAllOthers)
 {
     const std::map<std::string, std::string> escapes = {
@@ -130,27 +121,6 @@ TEST(JsonWriter, WritesDoublesAsAStreamOfPrecision34Does)
         expectAlike(static_cast<double>(bits % 2000000) / 1000 - 1000);
         // Without its exponent: a subnormal.
         expectAlike(std::bit_cast<double>(bits & 0x800f'ffff'ffff'ffff));
-    }
-}
-
-// Where the room for a text ends is nobody's business: it has to be enough at every place.
-TEST(JsonWriter, IndentsAndEscapesAtEveryLengthOfTheTextBefore)
-{
-    for (std::size_t length = 0; length < 300; ++length) {
-        const std::string filling(length, 'x');
-        for (const std::size_t level : {1U, 7U, 8U, 9U, 30U, 100U}) {
-            const std::string outer = "\n" + std::string(2 * level, ' ');
-            const std::string inner = outer + "  ";
-            ASSERT_EQ(JsonWriter::writeValue(array({string(filling), array({integer(1)})}), level),
-                      "[" + inner + '"' + filling + "\"," + inner + "[" + inner + "  1" + inner +
-                          "]" + outer + "]");
-        }
-        std::string escaped;
-        for (std::size_t count = 0; count < 60; ++count) {
-            ASSERT_EQ(JsonWriter::writeString(filling + std::string(count, '\n')),
-                      '"' + filling + escaped + '"');
-            escaped += "\\n";
-        }
     }
 }
 
