@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 
 #include "json/JsonWriter.h"
 #include "tests/dialect/Rows.h"
-#include "tests/unit/json/CheckedMemory.h"
 #include "tests/unit/json/JsonParserOutcome.h"
 #include "tests/unit/json/Trees.h"
 
@@ -63,63 +61,6 @@ TEST(Dialect, IsReadAndWrittenAsEachRowSays)
     for (const TextRow& row : textRows()) {
         expectRow(row);
     }
-}
-
-// The spaces make the text too long for the buffer inside a std::string: it stands alone in an
-// allocation that ends with its NUL, and a sanitizer notices a read past that.
-TEST(Dialect, IsReadAlikeAfterSpaces)
-{
-    const std::string spaces(16, ' ');
-    for (const TextRow& row : textRows()) {
-        if (row.text.starts_with('{')) {
-            SCOPED_TRACE(row.name);
-            const Outcome plain = parse(row.text);
-            const Outcome outcome = parse("{" + spaces + row.text.substr(1));
-            const bool isMoved = row.code != JsonCode::ok && row.position > 0;
-            EXPECT_EQ(outcome.code, plain.code);
-            EXPECT_EQ(outcome.position, plain.position + (isMoved ? spaces.size() : 0));
-            EXPECT_EQ(outcome.destination, plain.destination);
-        }
-    }
-}
-
-// Left out is a failure at the end of the text, which is no end there.
-TEST(Dialect, IsReadAlikeDeepInAnotherDocument)
-{
-    const std::string before = R"({"i":[1,{}],"j":{"k":[[],{"a":1}, )";
-    for (const TextRow& row : textRows()) {
-        const bool isWhole = row.text.starts_with('{') && row.text.ends_with('}') &&
-                             row.text.find('\0') == std::string::npos &&
-                             row.code != JsonCode::trailingText;
-        if (!isWhole || row.position == row.text.size()) {
-            continue;
-        }
-        SCOPED_TRACE(row.name);
-        const Outcome outcome = parse(before + row.text + ",2]}}");
-        if (row.code != JsonCode::ok) {
-            EXPECT_EQ(outcome, refused(row.code, before.size() + row.position));
-            continue;
-        }
-        JsonValue element;
-        element.setObject(parse(row.text).destination);
-        const JsonValue elements =
-            array({array({}), object({{"a", integer(1)}}), element, integer(2)});
-        EXPECT_EQ(outcome, accepted(members({{"i", array({integer(1), object({})})},
-                                             {"j", object({{"k", elements}})}})));
-    }
-}
-
-TEST(Dialect, LeavesNoMemoryAllocated)
-{
-    const auto useAll = [] {
-        for (const TextRow& row : textRows()) {
-            (void)parse(row.text);
-        }
-    };
-    useAll();
-    const std::int64_t before = liveBlocks();
-    useAll();
-    EXPECT_EQ(liveBlocks(), before);
 }
 
 }  // namespace

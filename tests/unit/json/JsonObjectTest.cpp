@@ -13,7 +13,6 @@
 
 using namespace std::string_literals;
 
-// The rules of members, by name; TreeModelTest.cpp has many more cases of them.
 namespace {
 
 std::vector<std::string> keysOf(const JsonObject& object)
@@ -50,7 +49,10 @@ TEST(JsonObject, OrdersAnyNumberOfMembers)
             ordered.push_back(std::to_string(1000 + number));
             members.insert(members.begin(), {ordered.back(), JsonValue()});
         }
-        EXPECT_EQ(keysOf(JsonObject::fromMembers(members)), ordered);
+        const JsonObject object = JsonObject::fromMembers(members);
+        EXPECT_EQ(keysOf(object), ordered);
+        EXPECT_EQ(object.size(), count);
+        EXPECT_EQ(object.empty(), count == 0);
     }
 }
 
@@ -74,7 +76,16 @@ TEST(JsonObject, GivesAKeyTheNewValueAndKeepsAllOthers)
         JsonObject object = before;
         object.insertOrAssign(row.key, yes);
         EXPECT_EQ(object, row.after);
+        EXPECT_EQ(object[row.key].value, yes);
+        EXPECT_EQ(object, row.after);
     }
+}
+
+TEST(JsonObject, AddsNullForAKeyThatIsNotThere)
+{
+    JsonObject object = members({{"b", integer(1)}});
+    EXPECT_EQ(object["a"].value, JsonValue());
+    EXPECT_EQ(object, members({{"a", JsonValue()}, {"b", integer(1)}}));
 }
 
 TEST(JsonObject, ErasesAMemberAndReturnsHowMany)
@@ -100,7 +111,22 @@ TEST(JsonObject, ErasesAMemberAndReturnsHowMany)
         EXPECT_EQ(object.erase(row.key), row.erased);
         EXPECT_EQ(object, row.after);
         EXPECT_EQ(object.erase(row.key), 0);
+        object.clear();
+        EXPECT_TRUE(object.empty());
     }
+}
+
+// The members move when one is added, and with them the bytes of short keys and strings.
+TEST(JsonObject, TakesAKeyAndAValueFromItsOwnMembers)
+{
+    const JsonObject before = members({{"b", integer(1)}, {"c", string("a")}});
+    JsonObject object = before;
+    object.insertOrAssign(object["c"].value.string(), object["b"].value);
+    EXPECT_EQ(object, members({{"a", integer(1)}, {"b", integer(1)}, {"c", string("a")}}));
+    EXPECT_EQ(object.erase(object.begin()->name), 1);
+    EXPECT_EQ(object, before);
+    object.insertOrAssign(object.begin()->name, object["c"].value);
+    EXPECT_EQ(object, members({{"b", string("a")}, {"c", string("a")}}));
 }
 
 TEST(JsonObject, TakesTheSourcesValueForAKeyThatBothHaveInAMerge)
@@ -130,6 +156,20 @@ TEST(JsonObject, TakesTheSourcesValueForAKeyThatBothHaveInAMerge)
         target.merge(row.source);
         EXPECT_EQ(target, row.merged);
     }
+}
+
+TEST(JsonObject, MergesItselfAndItsPartsAndIsMergedIntoThem)
+{
+    const JsonValue part = object({{"a", integer(1)}, {"c", integer(3)}});
+    const JsonObject whole = members({{"b", integer(2)}, {"c", part}});
+    JsonObject tree = whole;
+    tree.merge(tree);
+    EXPECT_EQ(tree, whole);
+    tree["c"].value.object().merge(tree);
+    EXPECT_EQ(tree["c"].value, object({{"a", integer(1)}, {"b", integer(2)}, {"c", part}}));
+    tree = whole;
+    tree.merge(tree["c"].value.object());
+    EXPECT_EQ(tree, members({{"a", integer(1)}, {"b", integer(2)}, {"c", integer(3)}}));
 }
 
 }  // namespace
