@@ -212,7 +212,7 @@ protected:
     SystemLog systemLog;
 };
 
-TEST_F(LogStreams, ShowTheTimeOfTheFlush)
+TEST_F(LogStreams, ShowTheTimeOfEachFlush)
 {
     setenv("TZ", "UTC0", 1);
     tzset();
@@ -222,11 +222,14 @@ TEST_F(LogStreams, ShowTheTimeOfTheFlush)
         log << "text";
         effects.advance(2s);
         log << std::flush;
+        effects.advance(3s);
+        log << "later" << std::flush;
     });
     unsetenv("TZ");
     tzset();
 
-    EXPECT_EQ(console.str(), "2020-01-16 09:05:05.042 ERROR: text\n");
+    EXPECT_EQ(console.str(),
+              "2020-01-16 09:05:05.042 ERROR: text\n2020-01-16 09:05:08.042 ERROR: later\n");
 }
 
 TEST_F(LogStreams, HaveTheIdentityOfTheLastOne)
