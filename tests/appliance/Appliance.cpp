@@ -4,18 +4,19 @@
 #include "tests/appliance/Appliance.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <system_error>
 
-#include "tests/appliance/Command.h"
 #include "tests/appliance/PrivateRoot.h"
 
 namespace fs = std::filesystem;
@@ -24,24 +25,44 @@ namespace {
 
 constexpr unsigned timeLimitSeconds = 60;
 
-/// An unnamed file that receives an output of the program.
+[[noreturn]] void giveUp(const char* what)
+{
+    std::perror(what);
+    std::abort();
+}
+
+/// A pipe that receives an output of the program: no limit of the size of files applies to it.
 class Capture {
 public:
-    Capture() : fd(memfd_create("capture", MFD_CLOEXEC)) {}
-    ~Capture() { close(fd); }
+    Capture()
+    {
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            giveUp("pipe2");
+        }
+    }
+    ~Capture()
+    {
+        close(ends[0]);
+        close(ends[1]);
+    }
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    /// To be called in the new process: makes the file its descriptor of this number.
-    void become(int descriptor) const { dup2(fd, descriptor); }
+    /// To be called in the new process: makes the end for writing its descriptor of this number.
+    void become(int descriptor) const { dup2(ends[1], descriptor); }
 
+    /// To be called when the program has ended.
     [[nodiscard]] std::string text() const
     {
-        return readFile("/proc/self/fd/" + std::to_string(fd));
+        std::string text(65'536, '\0');  // a pipe holds no more
+        fcntl(ends[0], F_SETFL, O_NONBLOCK);
+        const ssize_t size = read(ends[0], text.data(), text.size());
+        text.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        return text;
     }
 
 private:
-    int fd;
+    std::array<int, 2> ends{};
 };
 
 /// The command of an emulator, if the tests were built for another processor. Its last word is an
@@ -179,8 +200,7 @@ RunResult Appliance::run(const std::vector<std::string>& arguments, const RunOpt
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {
-        std::perror("cannot run the program");
-        std::abort();
+        giveUp("cannot run the program");
     }
     RunResult run;
     if (WIFSIGNALED(status)) {

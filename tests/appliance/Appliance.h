@@ -35,10 +35,10 @@ struct RunOptions {
     std::string name = "switch-querier";
 
     /// Called in the new process before it becomes the program.
-    std::function<void()> prepare;
+    std::function<void()> prepare = {};
 
     /// Words to put before the program, such as those of a tracer.
-    std::vector<std::string> wrapper;
+    std::vector<std::string> wrapper = {};
 };
 
 /// An appliance of plain files in the private root (see enterPrivateRoot), and the program in it.
@@ -60,7 +60,8 @@ public:
     /// and of the switch.
     [[nodiscard]] static Tree files();
 
-    /// Runs the program to its end. SIGALRM ends it after a minute; no core file is left.
+    /// Runs the program to its end. SIGALRM ends it after a minute, and so if it prints more than a
+    /// pipe holds (pipe(7)); no core file is left.
     RunResult run(const std::vector<std::string>& arguments, const RunOptions& options = {});
 
     /// The directory of the configuration files.

@@ -12,8 +12,8 @@
 #include <iostream>
 #include <string>
 
-#include "tests/appliance/Command.h"
 #include "tests/appliance/Files.h"
+#include "tests/appliance/PrivateRoot.h"
 
 namespace fs = std::filesystem;
 

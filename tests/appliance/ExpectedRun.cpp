@@ -68,44 +68,6 @@ std::string overrideText(int parameter, std::optional<int> recorded)
     return old < 0 ? "Flipped" : "Flipped to " + modeName(1 - old);
 }
 
-/// A run as it comes about.
-class Recorder {
-public:
-    explicit Recorder(const std::string& programName)
-        : identity(programName.empty() ? "KWsyslog3" : programName)
-    {
-    }
-
-    void error(const std::string& line)
-    {
-        run.err += "ERROR: " + line;
-        run.log.push_back({LOG_ERR, identity, line});
-    }
-
-    void info(const std::string& line)
-    {
-        run.out += line;
-        run.log.push_back({LOG_INFO, identity, line});
-    }
-
-    Run fail(const Failure& failure)
-    {
-        error(failure.message + "\n");
-        return end(failure.status);
-    }
-
-    Run end(int status)
-    {
-        run.status = status;
-        return run;
-    }
-
-    Run run;
-
-private:
-    std::string identity;
-};
-
 }  // namespace
 
 std::string modeName(int mode, const std::string& none)
@@ -245,38 +207,49 @@ Update update(const Deciders& deciders, bool query, const Configuration& configu
 
 Run run(const Sources& sources)
 {
-    Recorder recorder(sources.programName);
-    Run& run = recorder.run;
+    Run run;
     run.configuration = sources.configuration.text;
+    const std::string identity = sources.programName.empty() ? "KWsyslog3" : sources.programName;
+    const auto error = [&](const std::string& line) {
+        run.err += "ERROR: " + line;
+        run.log.push_back({LOG_ERR, identity, line});
+    };
+    const auto fail = [&](const Failure& failure) {
+        error(failure.message + "\n");
+        run.status = failure.status;
+        return run;
+    };
     const std::vector<std::string>& arguments = sources.arguments;
     if (arguments.empty() || arguments.size() > 2) {
         run.out = usage(sources.programName);
-        return recorder.end(96);
+        run.status = 96;
+        return run;
     }
     Parameter second{.name = "", .value = -1, .query = false};
     if (arguments.size() == 2) {
         const auto found = std::ranges::find(parameters, arguments[1], &Parameter::name);
         if (found == parameters.end()) {
-            return recorder.fail(unknownParameter());
+            return fail(unknownParameter());
         }
         second = *found;
     }
 
     const SwitchState hardware = stateOf(sources.hardware);
     if (!hardware.error.empty()) {
-        recorder.error(hardware.error + "\n");
+        error(hardware.error + "\n");
     }
     const Deciders deciders{.parameter = second.value,
                             .markerFile = modeOfMarkers(sources.markers),
                             .hardware = hardware.mode};
     if (arguments[0] == "-query") {
         if (arguments.size() == 2) {
-            return recorder.fail(parameterAfterQuery());
+            return fail(parameterAfterQuery());
         }
         for (const std::string& line : report(deciders)) {
             run.out += line;
         }
-        return recorder.end(0);
+        run.status = 0;
+        return run;
     }
 
     const Update outcome =
@@ -285,14 +258,16 @@ Run run(const Sources& sources)
         run.err += line;
     }
     for (const std::string& line : outcome.error) {
-        recorder.error(line);
+        error(line);
     }
     for (const std::string& line : outcome.info) {
-        recorder.info(line);
+        run.out += line;
+        run.log.push_back({LOG_INFO, identity, line});
     }
     run.configuration = outcome.configuration;
     run.writes = outcome.writes;
-    return recorder.end(outcome.status);
+    run.status = outcome.status;
+    return run;
 }
 
 }  // namespace expected

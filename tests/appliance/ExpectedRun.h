@@ -3,18 +3,42 @@
 
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/appliance/ExpectedMode.h"
 #include "tests/appliance/SystemLog.h"
 
-/// What a run prints, logs, writes and returns for given sources. Of all tests only this one words
-/// a message; the others ask for it.
+/// The reference that the tests compare the product with: what a run decides, prints, logs, writes
+/// and returns for given sources. It uses nothing of the product, so that no test compares the
+/// product with itself, and of all tests only this one words a message.
+///
+/// A mode is the number that a run exits with: 0 for decoder, 1 for encoder; -1 is none.
 namespace expected {
+
+/// What decides the mode, strongest first.
+struct Deciders {
+    int parameter = -1;  ///< 0 or 1 for a forced mode, 2 for a flip, -1 for none
+    int markerFile = -1;
+    int hardware = -1;
+};
+
+/// The mode that is decided, given the one that the configuration file records.
+[[nodiscard]] constexpr int mode(const Deciders& deciders, int recorded)
+{
+    if (deciders.parameter == 2) {
+        return 1 - recorded;
+    }
+    for (const int decided : {deciders.parameter, deciders.markerFile, deciders.hardware}) {
+        if (decided >= 0) {
+            return decided;
+        }
+    }
+    return -1;
+}
 
 struct Parameter {
     std::string name;

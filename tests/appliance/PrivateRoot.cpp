@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -20,8 +21,6 @@
 #include <iostream>
 #include <string>
 #include <vector>
-
-#include "tests/appliance/Command.h"
 
 namespace fs = std::filesystem;
 
@@ -66,7 +65,7 @@ bool enterNamespaces()
     }
     // No later mount may be visible outside. In a chroot "/" is not a mount point and the call
     // fails, but the mount below is private even so.
-    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr);
     return mount("tmpfs", root.c_str(), "tmpfs", 0, "mode=0755") == 0;
 }
 
@@ -79,7 +78,7 @@ void bind(const fs::path& path)
         fs::create_directories(target.parent_path());
         writeFile(target, "");
     }
-    if (mount(path.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0) {
+    if (mount(path.c_str(), target.c_str(), "none", MS_BIND | MS_REC, nullptr) != 0) {
         giveUp("bind " + path.string());
     }
 }
@@ -194,4 +193,17 @@ const char* executableDirectory()
 {
     static const std::string directory = fs::read_symlink("/proc/self/exe").parent_path();
     return directory.c_str();
+}
+
+void becomeProgram(const std::string& program, std::vector<std::string> words)
+{
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    execvp(program.c_str(), pointers.data());
+    std::perror(program.c_str());
+    std::_Exit(cannotTest);
 }

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 /// Moves the calling process, which must have one thread, and its future children into a private
 /// root directory. The program under test uses fixed paths; there they lead to plain directories
@@ -32,3 +34,7 @@ std::size_t longestName();
 
 /// Returns the directory of the running executable, which also holds the program under test.
 const char* executableDirectory();
+
+/// Replaces this process by the program, as execvp(3) does, with these words as argv. Exits with 99
+/// on failure.
+[[noreturn]] void becomeProgram(const std::string& program, std::vector<std::string> words);

@@ -6,8 +6,11 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <future>
@@ -19,7 +22,6 @@
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
-#include "tests/appliance/Pipe.h"
 #include "tests/program/Documents.h"
 #include "tests/program/ExpectedOutcome.h"
 
@@ -69,11 +71,6 @@ void arrange(const expected::Sources& sources, Appliance& appliance)
     writeFile(configPath, sources.configuration.text);
 }
 
-RunOptions preparedBy(const std::function<void()>& prepare)
-{
-    return {.name = "switch-querier", .prepare = prepare, .wrapper = {}};
-}
-
 /// Some of the standard descriptors; bit n stands for descriptor n.
 using Descriptors = unsigned;
 
@@ -103,9 +100,12 @@ std::function<void()> withoutReader(Descriptors which, void (*handler)(int))
 {
     return [=] {
         static_cast<void>(std::signal(SIGPIPE, handler));
-        Pipe pipe;
-        pipe.closeReadingEnd();
-        toEachOf(which, [&pipe](int fd) { pipe.become(fd); })();
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            std::_Exit(99);
+        }
+        close(ends[0]);
+        toEachOf(which, [&ends](int fd) { dup2(ends[1], fd); })();
     };
 }
 
@@ -128,7 +128,7 @@ protected:
         Appliance appliance;
         arrange(sources, appliance);
 
-        expectRun(appliance, sources.arguments, outcome, preparedBy(prepare));
+        expectRun(appliance, sources.arguments, outcome, {.prepare = prepare});
     }
 };
 
@@ -136,12 +136,11 @@ TEST_P(Console, ShowsTheLinesInOrderWhenBothOutputsGoToOnePlace)
 {
     Appliance appliance;
     arrange(sources, appliance);
-    Pipe pipe;
 
-    appliance.run(sources.arguments,
-                  preparedBy(toEachOf(output | error, [&pipe](int fd) { pipe.become(fd); })));
+    const RunResult run =
+        appliance.run(sources.arguments, {.prepare = [] { dup2(STDOUT_FILENO, STDERR_FILENO); }});
 
-    EXPECT_EQ(pipe.takeRest(), expectedRun.err + expectedRun.out);
+    EXPECT_EQ(run.out, expectedRun.err + expectedRun.out);
 }
 
 // Nor does any of it end up in a file that the program opens.
@@ -181,7 +180,7 @@ TEST_P(Console, WithoutAReaderEndsTheRunBeforeOrAfterTheReplacement)
         arrange(sources, appliance);
 
         const RunResult run =
-            appliance.run(sources.arguments, preparedBy(withoutReader(unread, SIG_DFL)));
+            appliance.run(sources.arguments, {.prepare = withoutReader(unread, SIG_DFL)});
 
         EXPECT_EQ(run.signal, before || after ? SIGPIPE : 0);
         EXPECT_EQ(run.log, log);
@@ -259,23 +258,26 @@ TEST(FullPipe, BlocksTheRunBeforeOrAfterTheReplacement)
         SCOPED_TRACE(testing::Message() << "descriptor " << pause.descriptor);
         Appliance appliance;
         arrange(sources, appliance);
-        Pipe pipe;
-        const std::string filling = pipe.fill();
+        std::array<int, 2> ends{};
+        ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        const std::string filling(static_cast<std::size_t>(fcntl(ends[1], F_GETPIPE_SZ)), 'x');
+        ASSERT_EQ(write(ends[1], filling.data(), filling.size()), std::ssize(filling));
 
         std::future<RunResult> ended = std::async(std::launch::async, [&] {
             return appliance.run(sources.arguments,
-                                 preparedBy([&] { pipe.become(pause.descriptor); }));
+                                 {.prepare = [&] { dup2(ends[1], pause.descriptor); }});
         });
         EXPECT_TRUE(comesToHold(pause.lastFile, pause.lastText));
         EXPECT_EQ(ended.wait_for(200ms), std::future_status::timeout) << "it did not block";
         EXPECT_EQ(readFile(configPath), pause.configMeanwhile);
         EXPECT_EQ(appliance.systemLog.drain(), std::vector<LogRecord>{});
 
-        EXPECT_EQ(pipe.take(filling.size()), filling);
+        close(ends[1]);
+        EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(ends[0])), filling + pause.shown);
+        close(ends[0]);
         const RunResult run = ended.get();
         EXPECT_EQ(run.status, expectedRun.status);
         EXPECT_EQ(run.log, expectedRun.log);
-        EXPECT_EQ(pipe.takeRest(), pause.shown);
         EXPECT_EQ(readFile(configPath), expectedRun.configuration);
     }
 }

@@ -18,7 +18,6 @@
 
 #include "tests/appliance/Appliance.h"
 #include "tests/appliance/Files.h"
-#include "tests/appliance/Pipe.h"
 #include "tests/program/Documents.h"
 #include "tests/stages/faults/Guarantee.h"
 #include "tests/stages/faults/Scenario.h"
@@ -27,24 +26,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Runs with files that cannot grow past this size, and with this handler of SIGXFSZ.
-RunResult runWithFileSizeLimit(Appliance& appliance, const Scenario& scenario, std::size_t bytes,
-                               void (*handler)(int))
+/// Files cannot grow past this size; the handler is that of SIGXFSZ.
+RunOptions withFileSizeLimit(std::size_t bytes, void (*handler)(int))
 {
-    Pipe out;
-    Pipe err;  // pipes have no size limit that ends a file
-    const auto limit = [&] {
-        out.become(STDOUT_FILENO);
-        err.become(STDERR_FILENO);
+    return {.prepare = [=] {
         const rlimit size{bytes, bytes};
         setrlimit(RLIMIT_FSIZE, &size);
         std::signal(SIGXFSZ, handler);
-    };
-    RunResult run = appliance.run(scenario.arguments(),
-                                  {.name = "switch-querier", .prepare = limit, .wrapper = {}});
-    run.out = out.takeRest();
-    run.err = err.takeRest();
-    return run;
+    }};
 }
 
 /// Every size from 0 to the whole text, with this step, and those next to a page or a buffer.
@@ -66,32 +55,24 @@ std::set<std::size_t> sizesUpTo(std::size_t size, std::size_t step)
 
 void expectRefusedBelowTheWholeText(const Scenario& scenario, std::size_t step)
 {
-    std::set<Tree> seen;
-    int limits = 0;
-    int more = 0;
-    for (const std::size_t bytes : sizesUpTo(scenario.after().size(), step)) {
-        SCOPED_TRACE(std::to_string(bytes) + " bytes of " +
-                     std::to_string(scenario.after().size()));
-        Appliance appliance;
-        arrange(scenario, appliance);
-        const Tree before = Appliance::files();
+    const std::string text = scenario.after();
+    const std::set<std::size_t> sizes = sizesUpTo(text.size(), step);
+    for (const std::size_t bytes : sizes) {
+        SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(text.size()));
+        FaultyRun faulty(scenario);
 
-        const RunResult run = runWithFileSizeLimit(appliance, scenario, bytes, SIG_IGN);
+        const RunResult run = faulty.run(withFileSizeLimit(bytes, SIG_IGN));
 
-        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
-        if (bytes < scenario.after().size()) {
-            EXPECT_EQ(run.status, 236);
-            EXPECT_EQ(readFile(configPath + ".filsec"), scenario.after().substr(0, bytes));
-        } else {
-            EXPECT_EQ(run.status, scenario.status);
+        EXPECT_EQ(run.status, bytes < text.size() ? 236 : scenario.status());
+        if (bytes < text.size()) {
+            EXPECT_EQ(readFile(configPath + ".filsec"), text.substr(0, bytes));
         }
-        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
-        ++limits;
-        if (testing::Test::HasFailure() && ++more == triesAfterFailure) {
+        faulty.expectRecovery();
+        if (testing::Test::HasFailure()) {
             return;
         }
     }
-    testing::Test::RecordProperty("sizes", limits);
+    testing::Test::RecordProperty("sizes", static_cast<int>(sizes.size()));
 }
 
 TEST(DiskFull, AtEveryByteKeepsTheOldFile)
@@ -108,20 +89,16 @@ TEST(DiskFull, WithTheDefaultSignalEndsTheRunAndKeepsTheOldFile)
 {
     const Scenario& scenario = ::scenario("Flip");
     const std::size_t size = scenario.after().size();
-    std::set<Tree> seen;
     const std::vector<std::size_t> limits = {0, 1, size / 2, size - 1};
     for (const std::size_t bytes : limits) {
         SCOPED_TRACE(std::to_string(bytes) + " bytes of " + std::to_string(size));
-        Appliance appliance;
-        arrange(scenario, appliance);
-        const Tree before = Appliance::files();
+        FaultyRun faulty(scenario);
 
-        const RunResult run = runWithFileSizeLimit(appliance, scenario, bytes, SIG_DFL);
+        const RunResult run = faulty.run(withFileSizeLimit(bytes, SIG_DFL), {.signal = SIGXFSZ});
 
         EXPECT_EQ(run.signal, SIGXFSZ);
-        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {.signal = SIGXFSZ}));
         EXPECT_EQ(readFile(configPath), scenario.before());
-        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
+        faulty.expectRecovery();
     }
     RecordProperty("sizes", static_cast<int>(limits.size()));
 }
@@ -180,7 +157,6 @@ private:
 TEST(DiskFull, AtEveryPageKeepsTheOldFile)
 {
     const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    std::set<Tree> seen;
     int fillings = 0;
     for (const std::string name : {"Flip", "LargeFlip"}) {
         const Scenario& scenario = ::scenario(name);
@@ -188,21 +164,17 @@ TEST(DiskFull, AtEveryPageKeepsTheOldFile)
         for (int pages = 0; pages <= needed + 1; ++pages) {
             SCOPED_TRACE(name + ", " + std::to_string(pages) + " pages of " +
                          std::to_string(needed));
-            Appliance appliance;
             Disk disk("size=" + std::to_string(16 * pageSize));
-            arrange(scenario, appliance);
+            FaultyRun faulty(scenario);
             disk.fillBut(pageSize, pages);
             if (pages == 0) {
                 disk.fillBut(1, 0);
             }
-            const Tree before = Appliance::files();
 
-            const RunResult run = appliance.run(scenario.arguments());
+            EXPECT_EQ(faulty.run({}).status, pages < needed ? 236 : scenario.status());
 
-            EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
-            EXPECT_EQ(run.status, pages < needed ? 236 : scenario.status);
             disk.clear();
-            EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
+            faulty.expectRecovery();
             ++fillings;
         }
     }
@@ -212,43 +184,33 @@ TEST(DiskFull, AtEveryPageKeepsTheOldFile)
 TEST(DiskFull, OfInodesKeepsTheOldFile)
 {
     const Scenario& scenario = ::scenario("Flip");
-    std::set<Tree> seen;
     for (const int spared : {0, 1}) {
         SCOPED_TRACE(std::to_string(spared) + " inodes");
-        Appliance appliance;
         Disk disk("nr_inodes=16");
-        arrange(scenario, appliance);
+        FaultyRun faulty(scenario);
         disk.fillBut(0, spared);
-        const Tree before = Appliance::files();
 
-        const RunResult run = appliance.run(scenario.arguments());
+        EXPECT_EQ(faulty.run({}).status, spared == 0 ? 226 : scenario.status());
 
-        EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
-        EXPECT_EQ(run.status, spared == 0 ? 226 : scenario.status);
         EXPECT_EQ(readFile(configPath + ".filsec"), "(missing)");
         disk.clear();
-        EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
+        faulty.expectRecovery();
     }
     RecordProperty("disks", 2);
 }
 
 TEST(DiskReadOnly, KeepsTheOldFile)
 {
-    const Scenario& scenario = ::scenario("Flip");
-    Appliance appliance;
     const Disk disk("size=1m");
-    arrange(scenario, appliance);
-    ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    FaultyRun faulty(scenario("Flip"));
+    ASSERT_EQ(mount("none", Appliance::directory, "none", MS_REMOUNT | MS_RDONLY, nullptr), 0);
     const Tree before = Appliance::files();
 
-    const RunResult run = appliance.run(scenario.arguments());
+    EXPECT_EQ(faulty.run({}).status, 226);
 
-    EXPECT_EQ(run.status, 226);
-    EXPECT_TRUE(holdsGuarantee(scenario, run, before, {}));
     EXPECT_EQ(Appliance::files(), before);
-    ASSERT_EQ(mount(nullptr, Appliance::directory, nullptr, MS_REMOUNT, nullptr), 0);
-    std::set<Tree> seen;
-    EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
+    ASSERT_EQ(mount("none", Appliance::directory, "none", MS_REMOUNT, nullptr), 0);
+    faulty.expectRecovery();
     RecordProperty("disks", 1);
 }
 

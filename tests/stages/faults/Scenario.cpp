@@ -37,25 +37,6 @@ std::string largeRewritten(const std::string& flag)
     return text + "    }\n  }";
 }
 
-void noSwitch(Appliance& appliance)
-{
-    appliance.setSwitch(Switch::notThere);
-}
-
-void exportedSwitch(Appliance& appliance, Switch state)
-{
-    appliance.setSwitch(state);
-    writeFile("/sys/class/gpio/export", "");
-}
-
-/// The line's directory cannot be listed, only entered, so that the program asks for the export; no
-/// second process has to make the line.
-void switchToExport(Appliance& appliance)
-{
-    exportedSwitch(appliance, Switch::low);
-    chmod("/sys/class/gpio/gpio17", 0311);
-}
-
 }  // namespace
 
 void PrintTo(const Scenario& scenario, std::ostream* out)
@@ -70,42 +51,31 @@ const std::vector<Scenario>& scenarios()
     static const std::vector<Scenario> all = {
         {"Flip",
          {.arguments = {configPath, "-flip"}, .configuration = recordsDecoder},
-         1,
-         {Switch::notThere},
-         noSwitch},
+         {Switch::notThere}},
         {"LargeFlip",
          {.arguments = {configPath, "-flip"},
           .configuration = {.text = largeDocument("true"),
                             .mode = 1,
                             .rewritten = largeRewritten("false")}},
-         0,
-         {Switch::notThere},
-         noSwitch},
+         {Switch::notThere}},
         {"UpdateBySwitch",
          {.arguments = {configPath}, .hardware = Switch::low, .configuration = recordsDecoder},
-         1,
-         {Switch::low, Switch::notThere, Switch::unreadable},
-         [](Appliance& appliance) { exportedSwitch(appliance, Switch::low); }},
+         {Switch::low, Switch::notThere, Switch::unreadable}},
         {"QueryOfAFile",
          {.arguments = {configPath, "-query"},
           .hardware = Switch::low,
           .configuration = recordsDecoder},
-         0,
          {Switch::low, Switch::notThere, Switch::unreadable},
-         switchToExport},
+         false},
         {"NothingDecides",
          {.arguments = {configPath},
           .hardware = Switch::unreadable,
           .configuration = recordsDecoder},
-         210,
-         {Switch::unreadable, Switch::notThere},
-         [](Appliance& appliance) { exportedSwitch(appliance, Switch::unreadable); }},
+         {Switch::unreadable, Switch::notThere}},
         {"SyntaxError",
          {.arguments = {configPath, "-flip"},
           .configuration = {.text = faulty, .refusal = expected::syntaxError(24, -5)}},
-         174,
-         {Switch::notThere},
-         noSwitch},
+         {Switch::notThere}},
     };
     return all;
 }
@@ -126,12 +96,15 @@ Scenario nextOf(const Scenario& scenario)
     const std::string was = configuration.mode == 1 ? "true" : "false";
     configuration.rewritten.replace(configuration.rewritten.find(was), was.size(),
                                     configuration.mode == 1 ? "false" : "true");
-    next.status = expected::run(next.sources).status;
     return next;
 }
 
 void arrange(const Scenario& scenario, Appliance& appliance)
 {
     writeFile(configPath, scenario.before());
-    scenario.arrangeSwitch(appliance);
+    appliance.setSwitch(scenario.sources.hardware);
+    if (scenario.sources.hardware != Switch::notThere) {
+        writeFile("/sys/class/gpio/export", "");
+        chmod("/sys/class/gpio/gpio17", scenario.isExported ? 0755 : 0311);
+    }
 }

@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,16 +14,18 @@
 struct Scenario {
     std::string name;
     expected::Sources sources;
-    int status;
 
     /// What a fault can make of the switch, the state without a fault first.
     std::vector<Switch> switches;
 
-    /// Makes the switch's files.
-    std::function<void(Appliance&)> arrangeSwitch;
+    /// Whether the line's directory can be listed. If it can only be entered, the program asks for
+    /// the export, and no second process has to make the line.
+    bool isExported = true;
 
     [[nodiscard]] const std::vector<std::string>& arguments() const { return sources.arguments; }
     [[nodiscard]] const std::string& before() const { return sources.configuration.text; }
+
+    [[nodiscard]] int status() const { return expected::run(sources).status; }
 
     /// The configuration file after a run; the same text if it writes nothing.
     [[nodiscard]] std::string after() const { return expected::run(sources).configuration; }

@@ -14,10 +14,11 @@
 
 #include "tests/appliance/Appliance.h"
 #include "tests/stages/faults/Guarantee.h"
+#include "tests/stages/faults/Injection.h"
 #include "tests/stages/faults/Scenario.h"
-#include "tests/stages/faults/Trace.h"
 
-// Every system call of every scenario fails with every error that it can plausibly report.
+// Every system call of every scenario fails with every error that it can plausibly report, and is
+// the last one before the process is killed.
 namespace {
 
 using Names = std::vector<std::string>;
@@ -133,33 +134,26 @@ class SystemCallThatFails : public testing::TestWithParam<Case> {};
 TEST_P(SystemCallThatFails, HoldsTheGuarantee)
 {
     const auto& [scenario, times] = GetParam();
-    std::set<Tree> seen;
     std::set<int> statuses;
     int injections = 0;
-    int more = 0;
     for (const SystemCall& call : systemCallsOf(scenario)) {
-        if (!call.ours) {
-            continue;
-        }
-        for (const std::string& fault : faultsOf(call.name)) {
+        for (const std::string& fault : call.ours ? faultsOf(call.name) : Names{}) {
             const std::string inject = fault + ":when=" + whenOf(call, fault, times);
             SCOPED_TRACE("inject=" + call.name + ":" + inject + ", which is " + call.text);
-            Appliance appliance;
-            arrange(scenario, appliance);
-            const Tree before = Appliance::files();
+            FaultyRun faulty(scenario);
 
-            const RunResult run = runWithFault(appliance, scenario, call.name, inject);
+            const RunResult run =
+                faulty.run(withFault(call.name, inject), toleranceFor(call, times));
 
-            EXPECT_TRUE(holdsGuarantee(scenario, run, before, toleranceFor(call, times)));
             if (isHarmless(call, times)) {
-                EXPECT_EQ(run.status, scenario.status);
+                EXPECT_EQ(run.status, scenario.status());
             }
-            EXPECT_TRUE(nextRunRecovers(scenario, appliance, seen));
+            faulty.expectRecovery();
             if (run.signal == 0) {
                 statuses.insert(run.status);
             }
             ++injections;
-            if (HasFailure() && ++more == triesAfterFailure) {
+            if (HasFailure()) {
                 return;
             }
         }
@@ -176,5 +170,34 @@ INSTANTIATE_TEST_SUITE_P(, SystemCallThatFails,
                                     (std::get<1>(row.param) == Times::once ? "_Once"
                                                                            : "_FromThenOn");
                          });
+
+class Kill : public testing::TestWithParam<Scenario> {};
+
+TEST_P(Kill, AtAnySystemCallTearsNoFile)
+{
+    int kills = 0;
+    for (const SystemCall& call : systemCallsOf(GetParam())) {
+        if (call.name == "execve") {
+            continue;  // that is not the program yet
+        }
+        SCOPED_TRACE("killed at " + call.text);
+        FaultyRun faulty(GetParam());
+        const std::string fault = "signal=KILL:when=" + std::to_string(call.ordinal);
+
+        const RunResult run = faulty.run(withFault(call.name, fault), {.signal = SIGKILL});
+
+        EXPECT_EQ(run.signal, SIGKILL);
+        faulty.expectRecovery();
+        ++kills;
+        if (HasFailure()) {
+            return;
+        }
+    }
+    EXPECT_GT(kills, 0);
+    RecordProperty("kills", kills);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Kill, testing::ValuesIn(scenarios()),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

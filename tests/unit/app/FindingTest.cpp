@@ -11,7 +11,7 @@
 
 #include "app/Mode.h"
 #include "app/ModeResolution.h"
-#include "tests/appliance/ExpectedMode.h"
+#include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
 #include "tests/unit/app/RunKinds.h"
 

@@ -9,6 +9,8 @@
 #include "tests/appliance/Appliance.h"
 #include "tests/stages/faults/Scenario.h"
 
+// What injects a fault into a run: strace(1), or an object that is preloaded.
+
 /// One system call of a run.
 struct SystemCall {
     std::string name;
@@ -20,7 +22,13 @@ struct SystemCall {
 /// The system calls of a run of the scenario without a fault.
 std::vector<SystemCall> systemCallsOf(const Scenario& scenario);
 
-/// Runs with strace(1) injecting a fault into the calls of this name, in strace's syntax: for
-/// example "error=EIO:when=3+".
-RunResult runWithFault(Appliance& appliance, const Scenario& scenario, const std::string& name,
-                       const std::string& fault);
+/// Injects a fault into the calls of this name, in strace's syntax: for example
+/// "error=EIO:when=3+".
+RunOptions withFault(const std::string& name, const std::string& fault);
+
+/// Fails the calls of this kind, which preload.cpp says, from the first to the last of these
+/// ordinals.
+RunOptions withFailing(const std::string& kind, int first, int last);
+
+/// How many calls of this kind a run of the scenario makes without a fault.
+int callsOf(const Scenario& scenario, const std::string& kind);
