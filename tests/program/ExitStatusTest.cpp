@@ -156,25 +156,16 @@ TEST_P(Failing, EndsWithItsNumberAndChangesNoFile)
 INSTANTIATE_TEST_SUITE_P(, Failing, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
-class WrongNumberOfArguments : public testing::TestWithParam<Arguments> {};
-
-TEST_P(WrongNumberOfArguments, EndsWith96AndTheUsageBeforeAnyProbing)
+TEST(WrongNumberOfArguments, EndsWith96AndTheUsageBeforeAnyProbing)
 {
     Appliance appliance;
     appliance.setSwitch(Switch::low);
+    for (const Arguments& arguments :
+         {Arguments{}, Arguments{"a", "b", "c"}, Arguments{"a", "-enc", "", ""}}) {
+        SCOPED_TRACE(arguments.size());
 
-    expectRun(appliance, {.arguments = GetParam()});
-}
-
-INSTANTIATE_TEST_SUITE_P(, WrongNumberOfArguments,
-                         testing::Values(Arguments{}, Arguments{"a", "b", "c"},
-                                         Arguments{"a", "-enc", "", ""}));
-
-TEST(ParameterAfterQuery, IsRefusedAfterTheSwitchWasRead)
-{
-    Appliance appliance;
-
-    expectRun(appliance, {.arguments = {"-query", "-enc"}});
+        expectRun(appliance, {.arguments = arguments});
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <string>
@@ -19,24 +20,23 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-class LateLine : public testing::TestWithParam<int> {};
-
-TEST_P(LateLine, IsReadAfterTheExport)
+TEST(Line, ThatAppearsLateIsReadAfterTheExport)
 {
-    Appliance appliance;
-    appliance.setSwitchOnExport(GetParam(), milliseconds(70));
+    for (const int level : {0, 1}) {
+        SCOPED_TRACE(level);
+        Appliance appliance;
+        appliance.setSwitchOnExport(level, milliseconds(70));
 
-    const RunResult run = appliance.run({"-query"});
+        const RunResult run = appliance.run({"-query"});
 
-    const Switch hardware = GetParam() == 1 ? Switch::high : Switch::low;
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, expected::run({.arguments = {"-query"}, .hardware = hardware}).out);
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
-    EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+        const Switch hardware = level == 1 ? Switch::high : Switch::low;
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.out, expected::run({.arguments = {"-query"}, .hardware = hardware}).out);
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(readFile("/sys/class/gpio/export"), "17");
+        EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, LateLine, testing::Values(0, 1));
 
 TEST(Line, ThatNeverAppearsIsGivenUpAfterElevenWaits)
 {
@@ -63,6 +63,22 @@ TEST(Line, ThatIsExportedAlreadyIsNotExportedAgainAndStaysExported)
     expectRun(appliance, {.arguments = {"-query"}, .hardware = Switch::high});
 
     EXPECT_GE(steady_clock::now() - start, milliseconds(20));
+}
+
+TEST(Line, ThatMayNotBeReadOrWrittenIsUnreadable)
+{
+    struct Row {
+        const char* file;
+        mode_t mode;
+    };
+    for (const Row& row : {Row{"value", 0222}, Row{"value", 0444}, Row{"direction", 0444}}) {
+        SCOPED_TRACE(testing::Message() << row.file << ' ' << row.mode);
+        Appliance appliance;
+        appliance.setSwitch(Switch::low);
+        chmod((std::string("/sys/class/gpio/gpio17/") + row.file).c_str(), row.mode);
+
+        EXPECT_EQ(appliance.run({"-query"}).err, expected::run({.arguments = {"-query"}}).err);
+    }
 }
 
 TEST(Query, AloneReportsAndTouchesNoFile)

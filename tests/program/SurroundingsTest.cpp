@@ -1,23 +1,21 @@
 // SPDX-FileCopyrightText: The switch querier authors
 // SPDX-License-Identifier: MIT
 
+#include <grp.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <clocale>
-#include <csignal>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/appliance/Appliance.h"
-#include "tests/appliance/CommaLocale.h"
 #include "tests/appliance/ExpectedRun.h"
 #include "tests/appliance/Files.h"
+#include "tests/appliance/PrivateRoot.h"
 #include "tests/program/Documents.h"
 #include "tests/program/ExpectedOutcome.h"
 
@@ -26,81 +24,23 @@ namespace fs = std::filesystem;
 // What the caller hands on to the program.
 namespace {
 
-RunOptions preparedBy(const std::function<void()>& prepare)
+TEST(Umask, DecidesTheModeOfTheNewFile)
 {
-    return {.name = "switch-querier", .prepare = prepare, .wrapper = {}};
-}
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0133U}) {
+        SCOPED_TRACE(mask);
+        Appliance appliance;
+        writeFile(configPath, handwritten("false"));
+        chmod(configPath.c_str(), 0600);
 
-void useCommaLocale()
-{
-    setenv("LOCPATH", commaLocalePath, 1);
-    setenv("LC_ALL", commaLocale, 1);
-    setenv("LANG", commaLocale, 1);
-}
+        appliance.run({configPath, "-enc"}, {.prepare = [mask] { umask(mask); }});
 
-/// The decimal point that a program gets which asks for the locale.
-std::string decimalPointOfTheLocale()
-{
-    makeCommaLocale();
-    useCommaLocale();
-    static_cast<void>(std::setlocale(LC_ALL, ""));
-    std::string point = std::localeconv()->decimal_point;
-    static_cast<void>(std::setlocale(LC_ALL, "C"));
-    for (const char* const name : {"LOCPATH", "LC_ALL", "LANG"}) {
-        unsetenv(name);
+        struct stat status = {};
+        ASSERT_EQ(lstat(configPath.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
+        EXPECT_EQ(readFile(configPath), rewritten("true"));
+        EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
     }
-    return point;
 }
-
-struct Update {
-    RunResult run;
-    std::string config;
-};
-
-Update updatePreparedBy(const std::function<void()>& prepare)
-{
-    Appliance appliance;
-    appliance.setSwitch(Switch::low);
-    writeFile(configPath, R"({"App":{"isEncoder":false},"n":[1.5,-0.25e3,12345.678]})");
-    Update update;
-    update.run = appliance.run({configPath}, preparedBy(prepare));
-    update.config = readFile(configPath);
-    return update;
-}
-
-TEST(Surroundings, ALocaleWithADecimalCommaLeavesNumbersAndMessages)
-{
-    ASSERT_EQ(decimalPointOfTheLocale(), ",");
-    const Update usual = updatePreparedBy([] {});
-    const Update comma = updatePreparedBy(useCommaLocale);
-
-    EXPECT_EQ(comma.run.status, 1);
-    EXPECT_NE(comma.config.find("      1.5,\n"), std::string::npos) << comma.config;
-    EXPECT_EQ(comma.config, usual.config);
-    EXPECT_EQ(comma.run.out + comma.run.err, usual.run.out + usual.run.err);
-    EXPECT_EQ(comma.run.log, usual.run.log);
-}
-
-class Umask : public testing::TestWithParam<mode_t> {};
-
-TEST_P(Umask, DecidesTheModeOfTheNewFile)
-{
-    const mode_t mask = GetParam();
-    Appliance appliance;
-    writeFile(configPath, handwritten("false"));
-    chmod(configPath.c_str(), 0600);
-
-    EXPECT_EQ(appliance.run({configPath, "-enc"}, preparedBy([mask] { umask(mask); })).status, 1);
-
-    struct stat status = {};
-    ASSERT_EQ(lstat(configPath.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
-    EXPECT_EQ(status.st_uid, geteuid());
-    EXPECT_EQ(readFile(configPath), rewritten("true"));
-    EXPECT_EQ(namesIn(Appliance::directory), std::vector<std::string>{"config.json"});
-}
-
-INSTANTIATE_TEST_SUITE_P(, Umask, testing::Values(0000U, 0022U, 0077U, 0133U));
 
 TEST(Surroundings, ARelativePathIsTakenFromTheCurrentDirectory)
 {
@@ -108,10 +48,8 @@ TEST(Surroundings, ARelativePathIsTakenFromTheCurrentDirectory)
     fs::create_directory("/appliance/sub");
     writeFile("/appliance/sub/config.json", handwritten("false"));
 
-    const RunResult run =
-        appliance.run({"config.json", "-enc"}, preparedBy([] {
-                          static_cast<void>(chdir("/appliance/sub") == 0 || (std::abort(), true));
-                      }));
+    const auto enter = [] { fs::current_path("/appliance/sub"); };
+    const RunResult run = appliance.run({"config.json", "-enc"}, {.prepare = enter});
 
     EXPECT_EQ(run.status, 1) << run.err;
     EXPECT_EQ(readFile("/appliance/sub/config.json"), rewritten("true"));
@@ -156,20 +94,58 @@ TEST(FirstParameter, IsShownUnchanged)
                           .configuration = {.refusal = expected::unreadable(path)}});
 }
 
-// With -flip the switch decides nothing, but it is exported and made an input all the same.
-TEST(SwitchLine, IsReleasedAndWaitedForWhateverDecides)
+TEST(ProgramName, IsTheLastComponentOfItsPath)
 {
-    for (const char* const parameter : {"-enc", "-dec", "-flip", "-query"}) {
-        SCOPED_TRACE(parameter);
+    struct Row {
+        const char* path;
+        const char* name;
+    };
+    for (const Row& row : {Row{"querier", "querier"}, Row{"/usr/sbin/querier", "querier"},
+                           Row{"a/b\\c", "c"}, Row{"usr/", ""}, Row{"", ""}}) {
+        SCOPED_TRACE(row.path);
         Appliance appliance;
-        appliance.setSwitch(Switch::low);
-        writeFile("/sys/class/gpio/gpio17/direction", "out\n");
-        writeFile(configPath, handwritten("false"));
+        const RunOptions named{.name = row.path};
 
-        appliance.run({configPath, parameter});
-
-        EXPECT_EQ(readFile("/sys/class/gpio/gpio17/direction"), "in");
+        expectRun(appliance, {.programName = row.name}, named);
+        expectRun(appliance, {.arguments = {"-query"}, .programName = row.name}, named);
     }
+}
+
+/// In the new process. If no other user is possible, this one has the rights of a file's owner.
+void becomeAnotherUser()
+{
+    constexpr uid_t somebody = 12345;
+    if (isUnderProot()) {
+        return;
+    }
+    const bool became =
+        setgroups(0, nullptr) == 0 && setgid(somebody) == 0 && setuid(somebody) == 0;
+    // A user namespace may know this user only.
+    if (!became && errno != EINVAL && errno != EPERM) {
+        std::_Exit(99);
+    }
+}
+
+// Those of the owner and of all others are the same.
+TEST(AnotherUser, NeedsOnlyTheseRights)
+{
+    const std::string line = std::string(Appliance::gpioDirectory) + "/gpio17";
+    Appliance appliance;
+    appliance.setSwitch(Switch::low);
+    writeFile(configPath, handwritten("false"));
+    chmod((line + "/value").c_str(), 0666);
+    chmod((line + "/direction").c_str(), 0222);
+    chmod(line.c_str(), 0555);
+    chmod("/dev/log", 0666);
+    chmod(configPath.c_str(), 0444);
+    chmod(Appliance::directory, 0333);
+
+    const RunResult run = appliance.run({configPath}, {.prepare = becomeAnotherUser});
+
+    chmod(Appliance::directory, 0755);
+    EXPECT_EQ(run.status, 1) << run.err;
+    EXPECT_EQ(run.log.size(), 1U);
+    EXPECT_EQ(readFile(configPath), rewritten("true"));
 }
 
 }  // namespace
