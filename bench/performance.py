@@ -121,23 +121,12 @@ def times_of_libraries(bench, paths):
     program = bench.build / "libraries" / "json-benchmark"
     if not program.exists() or not is_quiet():
         return {}
-    output = subprocess.run(
-        [
-            program,
-            *paths.values(),
-            "--benchmark_format=json",
-            "--benchmark_min_time=0.05",
-            "--benchmark_repetitions=5",
-            "--benchmark_enable_random_interleaving=true",
-            "--benchmark_report_aggregates_only=true",
-        ],
-        check=True,
-        capture_output=True,
-        text=True,
-    ).stdout
+    options = "format=json min_time=0.05 repetitions=5 enable_random_interleaving=true"
+    options = [f"--benchmark_{option}" for option in options.split()]
+    output = subprocess.check_output([program, *paths.values(), *options], text=True)
     times = {}
     for run in json.loads(output)["benchmarks"]:
-        if run["aggregate_name"] == "median":
+        if run.get("aggregate_name") == "median":
             library, path = run["run_name"].split("|")
             times[library, path] = 1e9 / run["bytes_per_second"]
     return times
@@ -170,19 +159,17 @@ def peak_per_byte(bench, program, path):
 def measure_libraries(bench, paths):
     for size, path in paths.items():
         same = [driver(bench, name) for name in SAME_BYTES.values()]
-        require_same_bytes(
-            size, [subprocess.check_output([name, "print", path]) for name in same if name]
-        )
+        texts = [subprocess.check_output([name, "print", path]) for name in same if name]
+        require_same_bytes(size, texts)
     times = times_of_libraries(bench, paths)
     rows = []
     for library, name in LIBRARIES.items():
         program = driver(bench, name)
-        rows.append([library])
-        for path in paths.values():
-            figure = program and f"{instructions_per_byte(bench, program, path):.0f}"
-            rows[-1].append(figure)
-        for path in paths.values():
-            rows[-1].append(times and program and f"{times[library, path]:.1f}")
+        counts = [
+            program and f"{instructions_per_byte(bench, program, p):.0f}" for p in paths.values()
+        ]
+        durations = [times and program and f"{times[library, p]:.1f}" for p in paths.values()]
+        rows.append([library, *counts, *durations])
     header = ["instructions per byte", *paths] + [f"ns per byte, {size}" for size in paths]
     replace_table("libraries", header, rows, sort_by="9.9 kB")
 
@@ -190,6 +177,7 @@ def measure_libraries(bench, paths):
 def measure_large(bench):
     """Beyond the program, which refuses such files."""
     rows = [[library] for library in LARGE]
+    columns = []
     for name, size in documents.LARGE.items():
         path = bench.document(name, documents.realistic(size))
         for row in rows:
@@ -198,11 +186,7 @@ def measure_large(bench):
                 program and f"{instructions_per_byte(bench, program, path):.1f}",
                 program and f"{peak_per_byte(bench, program, path):.1f}",
             ]
-    columns = [
-        column
-        for size in documents.LARGE
-        for column in (f"{size}, instructions", f"{size}, peak bytes")
-    ]
+        columns += [f"{name}, instructions", f"{name}, peak bytes"]
     replace_table("large", ["per byte of text", *columns], rows)
 
 
@@ -215,13 +199,10 @@ def measure_flips(bench, paths):
     for size, path in paths.items():
         same = [command for name, command in programs.items() if name in SAME_FLIPS]
         require_same_bytes(size, [runs[0][-1] for runs in bench.run(same, path)])
-    rows = []
-    for name in FLIPS:
-        command = programs.get(name)
-        rows.append(
-            [name]
-            + [command and grouped(bench.instructions(command, path)) for path in paths.values()]
-        )
+    rows = [[name] for name in FLIPS]
+    for row in rows:
+        command = programs.get(row[0])
+        row += [command and grouped(bench.instructions(command, p)) for p in paths.values()]
     replace_table("flips", ["whole flip, instructions", *paths], rows)
 
 
@@ -244,58 +225,30 @@ def measure_jobs(bench, paths):
         ratios = [f"{other / first:.2f}" for other in others]
     rows = []
     for (name, command), ratio in zip(jobs.items(), ratios):
-        counts = {size: bench.instructions(command, paths[size]) / 1000 for size in SIZES}
+        counts = [grouped(round(bench.instructions(command, paths[s]) / 1000)) for s in SIZES]
         peak, _, _ = bench.memory(command, paths["2 kB"])
-        rows.append(
-            [name]
-            + [grouped(round(counts[size])) for size in SIZES]
-            + [
-                grouped(bench.calls(command, paths["2 kB"])),
-                grouped(peak),
-                ratio,
-            ]
-        )
-    replace_table(
-        "jobs",
-        ["thousand instructions", *SIZES, "system calls", "peak kB", "time ÷ 20 ms sleep"],
-        rows,
-    )
+        calls = bench.calls(command, paths["2 kB"])
+        rows.append([name, *counts, grouped(calls), grouped(peak), ratio])
+    header = ["thousand instructions", *SIZES, "system calls", "peak kB", "time ÷ 20 ms sleep"]
+    replace_table("jobs", header, rows)
 
 
 def measure_floors(bench, paths):
-    rows = []
     tool = bench.program("switch-querier")
-    commands = {
-        "empty C": ([bench.program("empty")], None),
-        "empty iostream": ([bench.program("empty-iostream")], None),
-        "query": ([tool] + QUERY, None),
-    }
-    for size, path in paths.items():
-        commands[f"flip of {size}"] = ([tool] + FLIP, path)
-    for name, (command, path) in commands.items():
-        peak, faults, _ = bench.memory(command, path)
-        rows.append(
-            [
-                name,
-                grouped(bench.instructions(command, path)),
-                str(bench.calls(command, path)),
-                str(faults),
-                grouped(peak),
-                counted_on_aarch64(bench, command, path),
-            ]
-        )
-    replace_table(
-        "floors",
-        [
-            "static program",
-            "instructions",
-            "system calls",
-            "page faults",
-            "peak kB",
-            "instructions, aarch64",
-        ],
-        rows,
-    )
+    runs = [
+        ("empty C", [bench.program("empty")], None),
+        ("empty iostream", [bench.program("empty-iostream")], None),
+        ("query", [tool] + QUERY, None),
+    ]
+    runs += [(f"flip of {size}", [tool] + FLIP, path) for size, path in paths.items()]
+    rows = []
+    for name, *run in runs:
+        peak, faults, _ = bench.memory(*run)
+        counts = [grouped(bench.instructions(*run)), str(bench.calls(*run))]
+        last = counted_on_aarch64(bench, *run)
+        rows.append([name, *counts, str(faults), grouped(peak), last])
+    header = "static program, instructions, system calls, page faults, peak kB".split(", ")
+    replace_table("floors", [*header, "instructions, aarch64"], rows)
 
 
 def counted_on_aarch64(bench, command, path):
@@ -307,9 +260,8 @@ def counted_on_aarch64(bench, command, path):
     help_text = subprocess.run([emulator, "--help"], capture_output=True, text=True).stdout
     step = "-one-insn-per-tb" if "one-insn-per-tb" in help_text else "-singlestep"
     log = bench.work / "executed"
-    bench.run(
-        [[emulator, step, "-d", "exec,nochain", "-D", str(log), str(program)] + command[1:]], path
-    )
+    words = [emulator, step, "-d", "exec,nochain", "-D", str(log), str(program), *command[1:]]
+    bench.run([words], path)
     with log.open("rb") as lines:
         return grouped(sum(line.startswith(b"Trace ") for line in lines))
 

@@ -66,20 +66,13 @@ class Bench:
         """The command under callgrind; collected() then returns the count."""
         for old in self.work.glob("callgrind.*"):
             old.unlink()
-        return [
-            shutil.which("valgrind"),
-            "--tool=callgrind",
-            "--vgdb=no",
-            "--trace-children=yes",
-            "--callgrind-out-file=/dev/null",
-            f"--log-file={self.work}/callgrind.%p",
-        ] + command
+        options = "--tool=callgrind --vgdb=no --trace-children=yes --callgrind-out-file=/dev/null"
+        log = f"--log-file={self.work}/callgrind.%p"
+        return [shutil.which("valgrind"), *options.split(), log, *command]
 
     def collected(self):
-        counts = [
-            re.search(r"Collected : (\d+)", log.read_text())
-            for log in self.work.glob("callgrind.*")
-        ]
+        logs = [log.read_text() for log in self.work.glob("callgrind.*")]
+        counts = [re.search(r"Collected : (\d+)", text) for text in logs]
         if not counts or None in counts:
             raise SystemExit("callgrind counted nothing")
         return sum(int(count[1]) for count in counts)
@@ -108,10 +101,13 @@ class Bench:
 
     def seconds(self, commands, document=None, times=TURNS):
         """The median of each command, run in turns."""
-        return [
-            statistics.median(run[1] for run in runs) / 1e9
-            for runs in self.run(commands, document, times)
-        ]
+        measured = self.run(commands, document, times)
+        return [statistics.median(run[1] for run in runs) / 1e9 for runs in measured]
+
+
+def show(what, *figures):
+    """What has no bound."""
+    print(f"{what:58}", *(f"{figure:9.7g}" for figure in figures), flush=True)
 
 
 class Table:
@@ -131,31 +127,25 @@ class Table:
 def measure_runs(bench, table, tool):
     empty = [bench.program("empty-iostream")]
     floor = bench.instructions(empty)
-    print(
-        f"{'(empty static C program, instructions)':58} "
-        f"{bench.instructions([bench.program('empty')]):9}"
-    )
-    print(f"{'(empty static iostream program, instructions)':58} {floor:9}")
-    table.row(
-        "query, instructions / empty iostream", bench.instructions([tool] + QUERY) / floor, 1.33
-    )
+    show("(empty static C program, instructions)", bench.instructions([bench.program("empty")]))
+    show("(empty static iostream program, instructions)", floor)
+    query = bench.instructions([tool] + QUERY)
+    table.row("query, instructions / empty iostream", query / floor, 1.33)
     flips = {}
     for (name, text), bound in zip(documents.REALISTIC.items(), (2.05, 3.19, 9.35, 8.2)):
         path = bench.document(name, text)
         flips[name] = bench.instructions([tool] + FLIP, path)
         table.row(f"flip of {name}, the same ratio", flips[name] / floor, bound)
-    table.row(
-        "instructions per byte, 0.5 to 9.9 kB", (flips["9.9 kB"] - flips["0.5 kB"]) / 9400, 49.1
-    )
+    per_byte = (flips["9.9 kB"] - flips["0.5 kB"]) / 9400
+    table.row("instructions per byte, 0.5 to 9.9 kB", per_byte, 49.1)
     calls = bench.calls(empty)
     table.row("query, system calls above empty iostream", bench.calls([tool] + QUERY) - calls, 25)
-    table.row(
-        "flip, system calls above empty iostream", bench.calls([tool] + FLIP, path) - calls, 59
-    )
+    flip = bench.calls([tool] + FLIP, path)
+    table.row("flip, system calls above empty iostream", flip - calls, 59)
     peak, faults, _ = bench.memory([tool] + FLIP, path)
     empty_peak, empty_faults, _ = bench.memory(empty)
-    print(f"{'(page faults of that flip; of empty iostream)':58} {faults:9} {empty_faults:7}")
-    print(f"{'(peak memory in kB of empty iostream)':58} {empty_peak:9}")
+    show("(page faults of that flip; of empty iostream)", faults, empty_faults)
+    show("(peak memory in kB of empty iostream)", empty_peak)
     table.row("flip of 9.9 kB, peak memory in MB", peak / 1024, 1.57)
     sleep, query = bench.seconds([[bench.program("sleep")], [tool] + QUERY])
     table.row("query, time / static C that sleeps 20 ms", query / sleep, 1.05, decides=False)
@@ -163,43 +153,33 @@ def measure_runs(bench, table, tool):
 
 
 def parse_and_destroy(bench, name, text):
-    path = bench.document(name, text)
-    driver = bench.program("driver-json")
-    return bench.instructions_alone([driver, "parse", path]) - bench.instructions_alone(
-        [driver, "read", path]
-    )
+    driver, path = bench.program("driver-json"), bench.document(name, text)
+    parse = bench.instructions_alone([driver, "parse", path])
+    return parse - bench.instructions_alone([driver, "read", path])
 
 
 def measure_shapes(bench, table, tool, realistic):
     for name in {**documents.NESTED, **documents.FLAT}:
-        small, large = (
-            parse_and_destroy(bench, name, documents.shape(name, size)) for size in (5000, 10000)
-        )
-        table.row(f"{name}: parse and destroy, 10 / 5 kB", large / small, 2.2)
+        large = parse_and_destroy(bench, name, documents.shape(name, 10000))
+        growth = large / parse_and_destroy(bench, name, documents.shape(name, 5000))
+        table.row(f"{name}: parse and destroy, 10 / 5 kB", growth, 2.2)
     for name, bound in zip(documents.NESTED, (0.72, 1.14, 0.76, 0.75)):
         path = bench.document(name, documents.shape(name, 10000))
         count = bench.instructions([tool] + FLIP, path)
-        table.row(
-            f"{name}: flip, instructions per byte of output",
-            count / bench.memory([tool] + FLIP, path)[2],
-            bound,
-        )
+        per_byte = count / bench.memory([tool] + FLIP, path)[2]
+        table.row(f"{name}: flip, instructions per byte of output", per_byte, bound)
     for name, bound in zip(documents.FLAT, (2.55, 3.77, 8.1, 1.83, 8.77)):
         path = bench.document(name, documents.shape(name, 10000))
-        table.row(
-            f"{name}: flip / realistic flip of 9.9 kB",
-            bench.instructions([tool] + FLIP, path) / realistic,
-            bound,
-        )
+        count = bench.instructions([tool] + FLIP, path)
+        table.row(f"{name}: flip / realistic flip of 9.9 kB", count / realistic, bound)
 
 
 def measure_many_members(bench, table):
     """One object of 10,000 and of 100,000 members. Ten times n log n is 12.5 times as much."""
     for name, document in documents.MANY.items():
-        small, large = (
-            parse_and_destroy(bench, name, document(count)) for count in (10000, 100000)
-        )
-        table.row(f"{name}: parse, 100,000 / 10,000", large / small, 12.5)
+        large = parse_and_destroy(bench, name, document(100000))
+        growth = large / parse_and_destroy(bench, name, document(10000))
+        table.row(f"{name}: parse, 100,000 / 10,000", growth, 12.5)
 
 
 def measure_building(bench, table):
@@ -207,20 +187,16 @@ def measure_building(bench, table):
 
     def count(way, order, members):
         program = bench.program("building")
-        return bench.instructions_alone(
-            [program, way, order, str(members)]
-        ) - bench.instructions_alone([program, "none", order, str(members)])
+        made, none = [program, way, order, str(members)], [program, "none", order, str(members)]
+        return bench.instructions_alone(made) - bench.instructions_alone(none)
 
-    table.row(
-        "members in random order: merge of halves, 100,000 / 10,000",
-        count("merge", "random", 100000) / count("merge", "random", 10000),
-        12.5,
-    )
+    growth = count("merge", "random", 100000) / count("merge", "random", 10000)
+    table.row("members in random order: merge of halves, 100,000 / 10,000", growth, 12.5)
     for order in ("descending", "random"):
         one_by_one = count("insertOrAssign", order, 3000)
         for way, what in (("map", "a std::map"), ("fromMembers", "fromMembers")):
-            label = f"(3,000 members one by one, {order} / {what})"
-            print(f"{label:58} {one_by_one / count(way, order, 3000):9.4g}", flush=True)
+            ratio = one_by_one / count(way, order, 3000)
+            show(f"(3,000 members one by one, {order} / {what})", round(ratio, 2))
 
 
 def fits(bench, tool, kilobytes, path):
@@ -230,24 +206,19 @@ def fits(bench, tool, kilobytes, path):
 
 
 def measure_depth(bench, table, tool, sanitized):
-    paths = {
-        name: bench.document(name, documents.shape(name, 10000))
-        for name in ("deep arrays", "deep objects", "arrays and objects", "unclosed arrays")
-    }
+    names = ("deep arrays", "deep objects", "arrays and objects", "unclosed arrays")
+    paths = [bench.document(name, documents.shape(name, 10000)) for name in names]
     peaks = []
-    for name in list(paths)[:3]:
-        peak, _, size = bench.memory([tool] + FLIP, paths[name])
+    for path in paths[:3]:
+        peak, _, size = bench.memory([tool] + FLIP, path)
         peaks.append((size, peak * 1024 / size))
     size, ratio = max(peaks)
     # The text grows by doubling, so its memory is up to twice its length while it is copied.
     table.row(f"deepest document, peak memory / output of {size / 1e6:.1f} MB", ratio, 1.37)
     for program, kilobytes, what in ((tool, 1024, "release"), (sanitized, 8192, "sanitized")):
-        overflowing = sum(not fits(bench, program, kilobytes, path) for path in paths.values())
-        table.row(
-            f"deepest documents that overflow a stack of {kilobytes // 1024} MB, {what}",
-            overflowing,
-            0,
-        )
+        overflowing = sum(not fits(bench, program, kilobytes, path) for path in paths)
+        label = f"deepest documents that overflow a stack of {kilobytes // 1024} MB, {what}"
+        table.row(label, overflowing, 0)
 
 
 def main():
@@ -257,12 +228,10 @@ def main():
     tool = bench.program("switch-querier")
     table = Table()
     realistic = measure_runs(bench, table, tool)
-    size = [
-        os.path.getsize(bench.program(name + ".stripped"))
-        for name in ("switch-querier", "empty-iostream")
-    ]
-    print(f"{'(stripped program, bytes)':58} {size[0]:9}")
-    table.row("stripped program / empty iostream, bytes", size[0] / size[1], 1.2)
+    size = os.path.getsize(bench.program("switch-querier.stripped"))
+    least = os.path.getsize(bench.program("empty-iostream.stripped"))
+    show("(stripped program, bytes)", size)
+    table.row("stripped program / empty iostream, bytes", size / least, 1.2)
     measure_shapes(bench, table, tool, realistic)
     measure_many_members(bench, table)
     measure_building(bench, table)

@@ -7,17 +7,19 @@
 #include <string_view>
 
 #include "bench/json/Job.h"
-#ifdef BENCH_JOB
+#ifndef BENCH_JOB
+#include "json/JsonParser.h"
+#endif
+
 namespace {
+
+#ifdef BENCH_JOB
 constexpr Job job = BENCH_JOB;
 bool parse(const std::string& document)
 {
     return !job(document).empty();
 }
-}  // namespace
 #else
-#include "json/JsonParser.h"
-namespace {
 constexpr Job job = jobOfOurs;
 bool parse(const std::string& document)
 {
@@ -25,10 +27,7 @@ bool parse(const std::string& document)
     std::uint64_t position = 0;
     return JsonParser::parse(root, document, position) == JsonCode::ok;
 }
-}  // namespace
 #endif
-
-namespace {
 
 std::string readDocument(const char* path)
 {
