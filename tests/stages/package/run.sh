@@ -9,6 +9,7 @@ cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
 top=$PWD
 stage=$top/tests/stages/package
+installed=$top/tests/stages/builds/installed.txt
 work=$PWD/build/package
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/switch-querier/packages
 log=$work/build.log
@@ -126,6 +127,19 @@ make_again() {
     done
 }
 
+# usage: shown; what tar shows of the files that it reads, with the directories that lead to them.
+shown() {
+    awk '{
+        path = ""
+        for (i = 1; i < split($0, names, "/"); i++) {
+            path = path names[i] "/"
+            if (!seen[path]++)
+                print "drwxr-xr-x root/root", path
+        }
+        print (/sbin|S50/ ? "-rwxr-xr-x" : "-rw-r--r--"), "root/root", $0
+    }' | LC_ALL=C sort
+}
+
 # Control files and contents. An override in packaging/debian says why. A first release, and no
 # other, gets the first suppressed tag: the package is not uploaded to Debian, so no bug asks for
 # it. The second is about rows of tables, and the last comes from a lintian that is older than the
@@ -143,9 +157,21 @@ check_packages() {
             fail "blhc finds flags missing for $architecture"
         }
     done
+    doc=usr/share/doc/switch-querier
+    {
+        grep -vE 'CHANGELOG|LICENSE' "$installed" |
+            sed -E 's/(README|json-dialect)\.md$|\.8$/&.gz/'
+        printf './%s\n' "$doc/changelog.Debian.gz" "$doc/changelog.gz" "$doc/copyright"
+    } | shown >deb-files
+    {
+        sed 's|^\./||' "$installed"
+        for library in GPL-3 LGPL-2.1 README libc.a.copyright libstdc++.a.copyright; do
+            echo "$doc/libraries/$library"
+        done
+    } | shown >tarball-files
     for package in "$amd64" "$arm64" "$armhf"; do
-        dpkg-deb --contents "$package" | awk '{ print $1, $2, $6 }' |
-            diff "$stage/deb-files.txt" - || fail "other files: $package"
+        dpkg-deb --contents "$package" | awk '{ print $1, $2, $6 }' | LC_ALL=C sort |
+            diff deb-files - || fail "other files: $package"
         [ -z "$(dpkg-deb --info "$package" preinst postinst prerm 2>/dev/null)" ] ||
             fail "scripts of its own: $package"
         [ "$(dpkg-deb --field "$package" Multi-Arch)" = foreign ] || fail "Multi-Arch: $package"
@@ -162,8 +188,8 @@ check_packages() {
     [ "$(dpkg-deb --field "$arm64" Architecture)" = arm64 ] || fail "not for arm64"
     [ "$(dpkg-deb --field "$armhf" Architecture)" = armhf ] || fail "not for armhf"
     for image in "$image64" "$image32"; do
-        tar --list --verbose --file "$image" | awk '{ print $1, $2, $6 }' |
-            diff "$stage/tarball-files.txt" - || fail "other files: $image"
+        tar --list --verbose --file "$image" | awk '{ print $1, $2, $6 }' | LC_ALL=C sort |
+            diff tarball-files - || fail "other files: $image"
     done
 
     # Each program tells its version, whatever strip left.
