@@ -15,14 +15,14 @@
 #include "tests/appliance/Files.h"
 #include "tests/appliance/SystemLog.h"
 
-namespace fs = std::filesystem;
-
-namespace {
-
 // A test program has a main of its own.
 #define main programMain
 #include "app/main.cpp"  // NOLINT(bugprone-suspicious-include): for that name
 #undef main
+
+namespace fs = std::filesystem;
+
+namespace {
 
 /// Takes the place of a console stream's buffer, and adds the lines that were flushed.
 class ConsoleBuffer : public std::streambuf {
