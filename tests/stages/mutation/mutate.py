@@ -10,7 +10,7 @@ See README.md. To be run from the top of the tree, by run.sh.
 import argparse
 import collections
 import concurrent.futures
-import filecmp
+import contextlib
 import functools
 import hashlib
 import itertools
@@ -22,6 +22,7 @@ import queue
 import random
 import re
 import resource
+import shlex
 import shutil
 import signal
 import subprocess
@@ -34,17 +35,15 @@ DIRECTORIES = ["app", "json", "gpio", "log", "fileio"]
 SUITES = {directory: [directory] for directory in DIRECTORIES} | {"app": ["app", "program"]}
 BUILD = pathlib.Path("build/mutation").absolute()
 TREE = BUILD / "tree"
-OBJECTS = BUILD / "objects"
+UNCHANGED = BUILD / "unchanged"
 HERE = pathlib.Path("tests/stages/mutation").absolute()
 
-PRODUCT_HEADERS = """array cerrno charconv chrono cstdint cstdio cstdlib cstring ctime fstream
+# What the product includes; reading it takes most of each compilation.
+PRECOMPILED = """array cerrno charconv chrono cstdint cstdio cstdlib cstring ctime fstream
 functional iomanip ios iostream map optional ostream span sstream string string_view utility
 variant vector""".split()
-TEST_HEADERS = [*PRODUCT_HEADERS, "filesystem", "set", "thread", "memory", "gtest/gtest.h"]
-
 # A function that lost its return could do anything: no mutant, but a text that makes no sense.
-PRODUCT_FLAGS = ["-Werror=return-type"]  # -w would silence that too
-TEST_FLAGS = ["-w", "-O0"]
+FLAGS = ["-Werror=return-type"]
 
 CPU_LIMIT_SECONDS = 3  # in addition to five times what a suite needs unchanged
 WALL_LIMIT_SECONDS = 60  # of each process
@@ -52,13 +51,8 @@ MEMORY_LIMIT_BYTES = 2 << 30
 HANGS_LIMIT = 5  # of a suite's tests, for one mutant of the matrix
 CANNOT_TEST = 99  # the tests' own status if they get no private root
 
-KILLED, SURVIVED, EQUAL, UNBUILT, KNOWN = (
-    "killed",
-    "survived",
-    "equal code",
-    "not compiling",
-    "known",
-)
+KILLED, SURVIVED, EQUAL, UNBUILT = "killed", "survived", "equal code", "not compiling"
+KNOWN = "known"
 
 
 class Failure(Exception):
@@ -77,135 +71,80 @@ def call_or_fail(command, **options):
         raise Failure(f"{' '.join(map(str, command))}\n{done.stdout}")
 
 
-# The private copy of the tree: others may edit the sources while the mutants are tried.
-
-
 def copy_tree():
-    """Brings the copy up to date; what has not changed keeps its time."""
-    names = [*DIRECTORIES, "cmake", "man", "packaging", "tests"]
-    wanted = {pathlib.Path("CMakeLists.txt"), pathlib.Path("VERSION")}
-    for name in names:
-        wanted |= {p for p in pathlib.Path(name).rglob("*")
-                   if p.is_file() and "__pycache__" not in p.parts}  # fmt: skip
-    for path in wanted:
-        copy = TREE / path
-        if not copy.exists() or not filecmp.cmp(path, copy, shallow=False):
-            copy.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copyfile(path, copy)
-    for copy in list(TREE.rglob("*")):
-        if copy.is_file() and copy.relative_to(TREE) not in wanted:
-            copy.unlink()
+    """Makes a private copy of the tree: others may edit the sources while the mutants are tried.
+    The files keep their times, so that only what has changed is built again.
+    """
+    shutil.rmtree(TREE, ignore_errors=True)
+    for name in [*DIRECTORIES, "cmake", "man", "packaging", "tests"]:
+        shutil.copytree(name, TREE / name)
+    for name in ("CMakeLists.txt", "VERSION"):
+        shutil.copy2(name, TREE)
 
 
-def compile_commands():
-    """The objects of each target, as cmake would build them: {target: {source: command}}."""
-    plan = BUILD / "plan"
+def build_unchanged(jobs, suites):
+    """Builds the copy, with the product's libraries from precompiled headers."""
+    headers = " ".join(f"<{header}>" for header in PRECOMPILED)
+    calls = [f"target_precompile_headers switch-querier-{d} PRIVATE {headers}" for d in DIRECTORIES]
+    settings = BUILD / "precompiled.cmake"
+    settings.write_text("".join(f"cmake_language(DEFER CALL {call})\n" for call in calls))
     call_or_fail(
-        ["cmake", "-S", TREE, "-B", plan, "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_COMPILER=g++",
-         "-DSWITCH_QUERIER_TESTS=ON", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"]
+        ["cmake", "-S", TREE, "-B", UNCHANGED, "-DCMAKE_BUILD_TYPE=Release",
+         "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_CXX_COMPILER_LAUNCHER=", "-DSWITCH_QUERIER_TESTS=ON",
+         "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", f"-DCMAKE_PROJECT_TOP_LEVEL_INCLUDES={settings}"]
     )  # fmt: skip
-    targets = {}
-    for entry in json.loads((plan / "compile_commands.json").read_text()):
-        if not pathlib.Path(entry["file"]).is_relative_to(TREE):
-            continue  # a source that the build makes
-        source = pathlib.Path(entry["file"]).relative_to(TREE)
-        words = entry["command"].split()
-        output = words[words.index("-o") + 1]
-        target = re.search(r"/(?:switch-querier-)?([^/]+)\.dir/", output).group(1)
-        kept = [w.replace('\\"', '"') for w in words
-                if w.startswith(("-D", "-std", "-O", "-f"))]  # fmt: skip
-        targets.setdefault(target, {})[str(source)] = ["g++", *kept]
-    return targets
+    targets = ["switch-querier", *(f"{suite}-test" for suite in suites)]
+    call_or_fail(["cmake", "--build", UNCHANGED, "-j", str(jobs), "--target", *targets])
 
 
 class Project:
     """The unchanged program: its objects, and the test executables that they make."""
 
     def __init__(self, jobs, suites):
-        targets = compile_commands()
         self.suites = suites
+        build_unchanged(jobs, suites)
         self.commands = {}
+        self.objects = {}
+        targets = collections.defaultdict(list)
+        for entry in json.loads((UNCHANGED / "compile_commands.json").read_text()):
+            if not entry["file"].startswith(f"{TREE}/"):
+                continue  # a source that the build makes
+            source = entry["file"].removeprefix(f"{TREE}/")
+            words = shlex.split(entry["command"])
+            last = words.index("-o")
+            self.commands[source] = words[:last]
+            self.objects[source] = pathlib.Path(entry["directory"], words[last + 1])
+            target = re.search(r"/(?:switch-querier-)?([^/]+)\.dir/", words[last + 1]).group(1)
+            targets[target].append(source)
         links = {f: [f, "effects"] for f in ("gpio", "log", "fileio")}
         links |= {"json": ["json"], "app": [*DIRECTORIES, "effects"], "program": []}
         self.parts = {}  # what each executable is linked from, as sources
-        for suite, libraries in links.items():
-            names = [f"{suite}-test", "suite-main", "appliance", *libraries]
-            if suite in suites:
-                self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
+        for suite in suites:
+            names = [f"{suite}-test", "suite-main", "appliance", *links[suite]]
+            self.parts[f"{suite}-test"] = [s for name in names for s in targets[name]]
         if "program" in suites:
             names = ["switch-querier", *DIRECTORIES]
             self.parts["switch-querier"] = [s for name in names for s in targets[name]]
-        for target in targets.values():
-            self.commands.update(target)
-        self.header = {
-            "product": self.precompile("product", PRODUCT_HEADERS, "json/JsonValue.cpp"),
-            "tests": self.precompile("tests", TEST_HEADERS, "tests/appliance/main.cpp"),
-        }
-        sources = sorted({s for parts in self.parts.values() for s in parts})
-        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-            for done in [pool.submit(self.bring_up_to_date, s) for s in sources]:
-                done.result()
-        self.dependencies = {s: self.headers_of(s) for s in sources}
-        self.directory = BUILD / "unchanged"
-        self.directory.mkdir(exist_ok=True)
+        self.dependencies = {s: self.headers_of(s) for parts in self.parts.values() for s in parts}
         self.shards = {}
         self.cpu_limits = {}
-        for name in self.parts:
-            self.link(self.directory / name, self.parts[name], {})
 
     @staticmethod
     def kind(source):
         return "tests" if source.startswith("tests/") else "product"
 
-    def flags(self, source):
-        kind = self.kind(source)
-        return [*self.commands[source], *(TEST_FLAGS if kind == "tests" else PRODUCT_FLAGS)]
-
-    def precompile(self, name, headers, like):
-        """Precompiles the libraries' headers, which takes most of each compilation."""
-        header = BUILD / f"{name}.h"
-        text = "".join(f"#include <{h}>\n" for h in headers)
-        command = self.flags(like)
-        text += f"// {' '.join(command)}\n"
-        if (
-            not header.exists()
-            or header.read_text() != text
-            or not header.with_suffix(".h.gch").exists()
-        ):
-            header.write_text(text)
-            call_or_fail([*command, "-x", "c++-header", header, "-o", f"{header}.gch"])
-        return header
-
     def compile_command(self, source, path, output, overlay):
-        return [*self.flags(source), f"-I{overlay}", f"-I{TREE}", "-include",
-                self.header[self.kind(source)], "-c", path, "-o", output]  # fmt: skip
-
-    def object_of(self, source):
-        return OBJECTS / (source.replace("/", "-") + ".o")
+        compiler, *options = self.commands[source]
+        return [compiler, f"-I{overlay}", *options, *FLAGS, "-c", path, "-o", output]
 
     def headers_of(self, source):
-        text = self.object_of(source).with_suffix(".d").read_text().replace("\\\n", " ")
+        text = pathlib.Path(f"{self.objects[source]}.d").read_text().replace("\\\n", " ")
         names = text.split(":", 1)[1].split()
         return {n.removeprefix(f"{TREE}/") for n in names}
 
-    def bring_up_to_date(self, source):
-        output = self.object_of(source)
-        note = output.with_suffix(".d")
-        command = self.compile_command(source, TREE / source, output, "none")
-        stamp = output.with_suffix(".command")
-        text = " ".join(map(str, command))
-        if output.exists() and note.exists() and stamp.exists() and stamp.read_text() == text:
-            inputs = [*self.headers_of(source), self.header[self.kind(source)]]
-            made = output.stat().st_mtime
-            if all((TREE / p).exists() and (TREE / p).stat().st_mtime < made for p in inputs):
-                return
-        output.parent.mkdir(exist_ok=True)
-        call_or_fail([*command, "-MMD", "-MF", note])
-        stamp.write_text(text)
-
     def link(self, output, sources, changed):
         """Links an executable of these sources, with some of their objects changed."""
-        objects = [changed.get(s, self.object_of(s)) for s in sources]
+        objects = [changed.get(s, self.objects[s]) for s in sources]
         call_or_fail(["g++", *objects, "-lgtest", "-lpthread", "-o", output])
 
     def measure(self):
@@ -214,7 +153,7 @@ class Project:
             self.shards[suite] = 1
             self.cpu_limits[suite] = 60
             before, used_before = time.monotonic(), processor_time()
-            if not passes(self, suite, self.directory):
+            if not passes(self, suite, UNCHANGED):
                 raise Failure(f"{suite}-test fails on the unchanged program")
             used = processor_time() - used_before
             self.cpu_limits[suite] = math.ceil(CPU_LIMIT_SECONDS + 5 * used)
@@ -284,7 +223,9 @@ def run_shard(project, suite, directory, only_first, output, tests):
             process.wait(WALL_LIMIT_SECONDS)
         except subprocess.TimeoutExpired:
             pass
-        kill_group(process)
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(process.pid, signal.SIGKILL)  # and what it started
+        process.wait()
         if process.returncode == CANNOT_TEST:
             raise Failure(f"{suite}-test gets no private root here")
         hangs += process.returncode in (-signal.SIGKILL, -signal.SIGXCPU)
@@ -296,15 +237,6 @@ def run_shard(project, suite, directory, only_first, output, tests):
             failed = set(tests[-1:])
         tests = [test for test in tests if test not in begun]
     return failed, not tests
-
-
-def kill_group(process):
-    """Ends a process and what it started."""
-    try:
-        os.killpg(process.pid, signal.SIGKILL)
-    except ProcessLookupError:
-        pass
-    process.wait()
 
 
 class Worker:
@@ -328,18 +260,23 @@ class Worker:
         finally:
             path.unlink()
 
-    def compile(self, source):
-        """Compiles a source as the mutant has it. Returns the object, or None."""
-        changed = self.overlay / source
+    def compile(self, source, changed):
+        """Compiles a source as the mutant has it, and notes its object if that differs. Returns
+        whether the compiler accepts it.
+        """
+        own = self.overlay / source
         output = self.directory / (source.replace("/", "-") + ".o")
-        path = changed if changed.exists() else TREE / source
-        command = self.project.compile_command(source, path, output, self.overlay)
-        return output if call(command).returncode == 0 else None
+        path = own if own.exists() else TREE / source
+        if call(self.project.compile_command(source, path, output, self.overlay)).returncode != 0:
+            return False
+        if not self.same(source, output):
+            changed[source] = output
+        return True
 
     def same(self, source, output):
         """Whether an object is the unchanged one, but for symbols that nobody needs."""
         stripped = []
-        for n, path in enumerate((self.project.object_of(source), output)):
+        for n, path in enumerate((self.project.objects[source], output)):
             copy = self.directory / f"stripped-{n}.o"
             call_or_fail(["strip", "--strip-unneeded", "-o", copy, path])
             stripped.append(copy.read_bytes())
@@ -355,11 +292,8 @@ class Worker:
         touched = {s for n in names for s in project.parts[n]
                    if mutant.file in project.dependencies[s]}  # fmt: skip
         for source in sorted(s for s in touched if project.kind(s) == "product"):
-            output = self.compile(source)
-            if output is None:
+            if not self.compile(source, changed):
                 return touched, None
-            if not self.same(source, output):
-                changed[source] = output
         return touched, changed
 
     def outcome(self, mutant):
@@ -382,7 +316,8 @@ class Worker:
         tests = sorted(s for s in touched & set(project.parts[name]) if project.kind(s) == "tests")
         shared = [s for s in project.parts[name] if not s.endswith("Test.cpp")]
         for source in [s for s in tests if s in shared]:
-            if not self.compile_test(source, changed):
+            # Some tests are carried out by the compiler.
+            if not self.compile(source, changed):
                 return KILLED
         equal = not changed
         if not equal and suite == "program":
@@ -392,7 +327,7 @@ class Worker:
         stem = pathlib.Path(mutant.file).stem
         for source in sorted((s for s in tests if s not in shared), key=lambda s: stem not in s):
             mine = dict(changed)
-            if not self.compile_test(source, mine):
+            if not self.compile(source, mine):
                 return KILLED
             if mine:
                 equal = False
@@ -417,7 +352,7 @@ class Worker:
         if changed is None:
             return UNBUILT
         for source in sorted(s for s in touched if self.project.kind(s) == "tests"):
-            if not self.compile_test(source, changed):
+            if not self.compile(source, changed):
                 return KILLED
         if not changed:
             return EQUAL
@@ -426,18 +361,11 @@ class Worker:
         results = [failing_tests(self.project, s, self.directory) for s in suites]
         return set().union(*(failed for failed, _ in results)), all(ran for _, ran in results)
 
-    def compile_test(self, source, changed):
-        """Notes a test's object when it changed. False: the compiler has carried out the test."""
-        output = self.compile(source)
-        if output is not None and not self.same(source, output):
-            changed[source] = output
-        return output is not None
-
     def link(self, name, sources, changed):
         """Links an executable of these sources, unless it is the unchanged one."""
         (self.directory / name).unlink(missing_ok=True)
         if set(sources) == set(self.project.parts[name]) and not set(sources) & set(changed):
-            os.link(self.project.directory / name, self.directory / name)
+            os.link(UNCHANGED / name, self.directory / name)
         else:
             self.project.link(self.directory / name, sources, changed)
 
@@ -491,10 +419,7 @@ def arguments():
     if options.mode:
         if options.suite is None:
             parser.error(f"matrix needs one of {', '.join(DIRECTORIES)}")
-        inside = f"{options.suite}/"
-        options.only = [p for p in options.only or [inside] if p.startswith(inside)]
-        if not options.only:
-            parser.error(f"--only has nothing of {inside}")
+        options.only = options.only or [f"{options.suite}/"]
         options.full = options.full or options.sample is None
     options.sample = options.sample or 60
     return options
@@ -511,10 +436,8 @@ def chosen_mutants(options, everything, known):
         chosen = [m for m in chosen if m.name in wanted]
     elif not options.full:
         # The same tree draws the same sample, so that a failure comes again.
-        digest = hashlib.sha256()
-        for path in sorted(p for p in TREE.rglob("*") if p.suffix in (".h", ".cpp")):
-            digest.update(path.read_bytes())
-        options.seed = options.seed or digest.hexdigest()[:8]
+        texts = [p.read_bytes() for p in sorted(TREE.rglob("*")) if p.suffix in (".h", ".cpp")]
+        options.seed = options.seed or hashlib.sha256(b"".join(texts)).hexdigest()[:8]
         chosen = random.Random(options.seed).sample(chosen, min(options.sample, len(chosen)))
     return chosen
 
@@ -599,7 +522,7 @@ def report_matrix(options, project, chosen, outcomes):
     killers = [tests for _, tests, _ in tried]
     write_reasons(BUILD / "matrix.txt", [(m, " ".join(sorted(tests))) for m, tests, _ in tried])
     all_tests = [
-        f"{suite}.{test}" for suite in project.suites for test in tests_of(suite, project.directory)
+        f"{suite}.{test}" for suite in project.suites for test in tests_of(suite, UNCHANGED)
     ]
     kills = collections.Counter(test for tests in killers for test in tests)
     alone = collections.Counter(test for tests in killers if len(tests) == 1 for test in tests)
@@ -627,11 +550,9 @@ def main():
     BUILD.mkdir(parents=True, exist_ok=True)
     try:
         copy_tree()
-        files = {}
-        for directory in DIRECTORIES:
-            for path in sorted((TREE / directory).glob("*.*")):
-                if path.suffix in (".h", ".cpp"):
-                    files[str(path.relative_to(TREE))] = path.read_text()
+        paths = [path for directory in DIRECTORIES for path in (TREE / directory).glob("*.*")]
+        paths = [path for path in paths if path.suffix in (".h", ".cpp")]
+        files = {str(path.relative_to(TREE)): path.read_text() for path in paths}
         everything = operators.mutants_of(files)
         known = read_reasons(HERE / "survivors.txt")
         chosen = chosen_mutants(options, everything, known)

@@ -112,20 +112,7 @@ class Mutant:
         return f"{place}: {''.join(old[:first] + change + old[len(old) - last :])}"
 
 
-@dataclasses.dataclass
-class Token:
-    kind: str
-    text: str
-    start: int
-    end: int
-
-
-def tokens_of(source):
-    found = []
-    for match in TOKEN.finditer(source):
-        if match.lastgroup != "skip":
-            found.append(Token(match.lastgroup, match.group(), match.start(), match.end()))
-    return found
+Token = collections.namedtuple("Token", ["kind", "text", "start", "end"])
 
 
 def enumerators_of(source):
@@ -152,7 +139,8 @@ class Source:
         self.file = file
         self.text = text
         self.kindred = kindred
-        self.tokens = tokens_of(text)
+        found = [m for m in TOKEN.finditer(text) if m.lastgroup != "skip"]
+        self.tokens = [Token(m.lastgroup, m.group(), m.start(), m.end()) for m in found]
         self.found = {}
         self.nest()
 
@@ -166,6 +154,7 @@ class Source:
         self.function = [None] * count  # index of the brace that opens the function's body
         self.block = set()  # braces that hold statements
         self.names = {}
+        self.returns_bool = set()  # braces of such functions
         self.ignored = set()
         stack = []
         body = None
@@ -189,24 +178,11 @@ class Source:
                 self.around[i] = stack[-1] if stack else None
                 if opened == body:
                     body = None
-        self.returns_bool = {
-            brace: any(t.text == "bool" for t in self.header(brace)[:4]) for brace in self.names
-        }
 
     def next_of(self, i, text):
         while self.tokens[i].text != text:
             i += 1
         return i
-
-    def header(self, brace):
-        i = brace
-        while (
-            i > 0
-            and self.tokens[i - 1].text not in (";", "}", "{", ":")
-            or (i > 1 and self.tokens[i - 1].text == "}" and self.partner[i - 1] is None)
-        ):
-            i -= 1
-        return [t for n, t in enumerate(self.tokens[i:brace], i) if n not in self.ignored]
 
     def function_name(self, brace):
         """The name of the function whose body this brace opens, or None."""
@@ -221,6 +197,8 @@ class Source:
         if "=" in words and "operator" not in words:
             return None
         first = next(n for n, t in enumerate(header) if t.text == "(")
+        if "bool" in {t.text for t in header[:first]}:
+            self.returns_bool.add(brace)
         name = ""
         for token in reversed(header[:first]):
             if token.kind != "word" and token.text not in ("::", "~", "="):
@@ -265,8 +243,11 @@ class Source:
             if text == "if" and self.tokens[end + 1].text == "else":
                 end = self.statement_end(end + 2)
             return end
-        while self.tokens[i].text != ";":
-            assert self.tokens[i].text not in CLOSE, (self.file, self.tokens[i])
+        return self.beyond(i, [";"])
+
+    def beyond(self, i, ends):
+        """The first of these tokens from here on, outside of brackets."""
+        while self.tokens[i].text not in ends:
             i = self.partner[i] + 1 if self.tokens[i].text in OPEN else i + 1
         return i
 
@@ -338,7 +319,7 @@ class Source:
             elif token.kind in ("string", "raw"):
                 self.string(i, token)
             elif token.kind == "char":
-                self.char(i, token.text[1:-1])
+                self.replace(i, "'~'" if token.text != "'~'" else "'#'")
             if self.function[i] is not None and self.starts_statement(i):
                 self.statement(i)
         return list(self.found.values())
@@ -385,13 +366,8 @@ class Source:
 
     def conditional(self, i):
         """Swaps the arms of ?:."""
-        colon = i + 1
-        while self.tokens[colon].text != ":":
-            colon = self.partner[colon] + 1 if self.tokens[colon].text in OPEN else colon + 1
-        end = colon + 1
-        while self.tokens[end].text not in (";", ",", ")", "]", "}"):
-            end = self.partner[end] + 1 if self.tokens[end].text in OPEN else end + 1
-
+        colon = self.beyond(i + 1, [":"])
+        end = self.beyond(colon + 1, [";", ",", *CLOSE])
         swapped = self.text_of(colon + 1, end - 1) + " : " + self.text_of(i + 1, colon - 1)
         self.add(i, self.tokens[i + 1].start, self.tokens[end - 1].end, swapped)
 
@@ -420,9 +396,6 @@ class Source:
         else:
             self.add(i, middle, middle + 1, "#")
         return None
-
-    def char(self, i, text):
-        self.replace(i, "'~'" if text != "~" else "'#'")
 
     def word(self, i, text):
         if text in ("true", "false"):
@@ -478,7 +451,7 @@ class Source:
         if end == i + 1 or end == i + 2 and literal:
             return
         self.replace_range(i + 1, end - 1, "{}")
-        if self.returns_bool.get(self.function[i]) and end > i + 2:
+        if self.function[i] in self.returns_bool and end > i + 2:
             self.replace_range(i + 1, end - 1, "true")
 
     def label(self, i):
@@ -489,11 +462,7 @@ class Source:
             return
         # The label's body, up to the next label or the end of the switch.
         last = colon
-        inside = self.around[i]
-        while last + 1 != self.partner[inside] and self.tokens[last + 1].text not in (
-            "case",
-            "default",
-        ):
+        while self.tokens[last + 1].text not in ("case", "default", "}"):
             last = self.statement_end(last + 1)
         if self.tokens[colon + 1].text != "break":
             self.replace_range(colon + 1, last, "break;")
