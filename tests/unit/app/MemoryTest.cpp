@@ -39,12 +39,13 @@ void* operator new(std::size_t size)
     return memory;
 }
 
-void operator delete(void* memory) noexcept
+// Inlined into a caller of new, std::free would look like a mismatch to g++.
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t /*size*/) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
     std::free(memory);
 }

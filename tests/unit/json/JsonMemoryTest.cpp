@@ -34,12 +34,13 @@ void* operator new(std::size_t size)
     return block;
 }
 
-void operator delete(void* block) noexcept
+// Inlined into a caller of new, std::free would look like a mismatch to g++.
+[[gnu::noinline]] void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 
-void operator delete(void* block, std::size_t /*size*/) noexcept
+[[gnu::noinline]] void operator delete(void* block, std::size_t /*size*/) noexcept
 {
     std::free(block);
 }
