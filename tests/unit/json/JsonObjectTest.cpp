@@ -56,6 +56,19 @@ TEST(JsonObject, OrdersAnyNumberOfMembers)
     }
 }
 
+// They lie one after the other in memory. What precedes the first member of each reads as a name of
+// 8 bytes at address 8.
+TEST(JsonObject, LooksAtNothingInFrontOfItsFirstMember)
+{
+    const std::string key("\x08\0\0\0\0\0\0\0", 8);
+    std::vector<JsonObject> objects;
+    for (int count = 0; count < 1000; ++count) {
+        std::vector<JsonMember> members = {{key, JsonValue()}};
+        objects.push_back(JsonObject::fromMembers(members));
+        EXPECT_EQ(keysOf(objects.back()), std::vector{key});
+    }
+}
+
 TEST(JsonObject, GivesAKeyTheNewValueAndKeepsAllOthers)
 {
     const JsonObject before = members({{"b", integer(1)}, {"d", string("old")}});

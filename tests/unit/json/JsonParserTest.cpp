@@ -14,6 +14,7 @@
 #include <random>
 #include <string>
 
+#include "json/ByteSet.h"
 #include "tests/unit/json/JsonParserOutcome.h"
 #include "tests/unit/json/Trees.h"
 
@@ -63,6 +64,17 @@ TEST(JsonParser, ReadsEveryDecimalAsStrtodDoes)
 std::string byteOf(int number)
 {
     return std::string(1, static_cast<char>(number));
+}
+
+// The parser's sets are made by the compiler.
+TEST(ByteSet, HoldsEachByteAloneWhateverItsSign)
+{
+    for (int number = 0; number < 256; ++number) {
+        const ByteSet set(byteOf(number));
+        for (int other = 0; other < 256; ++other) {
+            EXPECT_EQ(set.contains(static_cast<char>(other)), other == number);
+        }
+    }
 }
 
 struct Token {

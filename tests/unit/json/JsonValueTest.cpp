@@ -53,6 +53,15 @@ TEST(JsonValue, IsNullByDefault)
     EXPECT_EQ(JsonMember().name, "");
 }
 
+TEST(JsonValue, CanBecomeUnknownAndNull)
+{
+    JsonValue value = string("x");
+    value.setUnknown();
+    EXPECT_EQ(value.type(), JsonType::unknown);
+    value.reset();
+    EXPECT_EQ(value.type(), JsonType::null);
+}
+
 TEST(JsonValue, LetsANumberBeChangedInPlace)
 {
     JsonValue value = integer(1);
