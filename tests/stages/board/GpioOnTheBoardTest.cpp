@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // GpioLine on the kernel's own files and the emulated board, whose pins the host drives and
-// watches; see board.py.
+// watches; see stage.py.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

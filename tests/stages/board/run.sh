@@ -49,7 +49,8 @@ make_card() {
 fetch "Debian" trixie arm64 debian all $debian
 step "making the card" make_card
 
-build_programs
+targets="switch-querier expected-run hold-line gpio-on-the-board-test"
+build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_BOARD=ON
 rm -rf "$build/packing" "$build/package"
 mkdir -p "$build/packing" "$build/package"
 name=switch-querier-$(cat VERSION)

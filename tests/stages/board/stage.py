@@ -2,26 +2,102 @@
 # SPDX-License-Identifier: MIT
 """stage.py DIRECTORY short|long PACKAGES EMULATOR...: boots the board, and counts what it says."""
 
+import re
 import shutil
+import socket
 import sys
+import tempfile
 from pathlib import Path
 
-from board import Board
-from emulator import Stage, System, main, run
+from emulator import Emulator, Stage, System, main, run
 
 HERE = Path(__file__).parent
 MODULES = ("sdhci-esdhc-imx", "loop", "ext4")
 PROGRAMS = ("switch-querier", "expected-run", "hold-line", "gpio-on-the-board-test")
+BOARD = "-M imx8mp-evk -m 1G -serial null -serial stdio".split()
+CHIP = "/machine/soc/gpio1"  # the emulator's name of the chip that has the lines 0 to 31
+CHANGE = re.compile(r"\[S \+([0-9.]+)\] IRQ (raise|lower) ([0-9]+)$")
+
 # What Debian is to do besides what its units do; nothing times out because the host is slow.
 DEBIAN = (
     "scripts=debian systemd.getty_auto=no systemd.show_status=no "
     "systemd.default_timeout_start_sec=600"
 )
 
+# One boot of Debian a line. The line, the marker, the disk and the file are as in program.cases;
+# "held" cannot be read. The status is the unit's; above 1 the application does not start.
+BOOTS = """
+low             low   none     any   decoder  1
+high            high  none     any   encoder  0
+held            held  none     any   encoder  210
+marker-decoder  low   DECODER  any   encoder  0
+marker-encoder  high  ENCODER  any   decoder  1
+broken          low   none     any   broken   174
+missing         low   none     any   none     163
+full            low   none     full  decoder  236
+"""
+
 
 def lines_of(table):
-    lines = table.read_text().splitlines()
-    return [line for line in lines if line and not line.startswith("#")]
+    return [line for line in table.splitlines() if line and not line.startswith("#")]
+
+
+class Board(Emulator):
+    """The running board. The emulator connects to a socket of ours for the pins, and stamps what
+    they do with the time."""
+
+    def __init__(self, emulator, hardware, console):
+        with tempfile.TemporaryDirectory() as directory, socket.socket(socket.AF_UNIX) as listening:
+            listening.bind(f"{directory}/qtest")
+            listening.listen()
+            listening.settimeout(60)
+            pins = console.with_suffix(".pins")
+            pins.write_bytes(b"")
+            self.changes = pins.open()
+            command = [*emulator, *BOARD, "-qtest", f"unix:{directory}/qtest", *hardware]
+            super().__init__(command, console, stderr=pins.open("a"))
+            self.pins, _ = listening.accept()
+        self.pins.settimeout(60)
+        self.answers = self.pins.makefile("r")
+        self.answer("irq_intercept_out", CHIP)
+
+    def __exit__(self, *exception):
+        super().__exit__(*exception)
+        self.answers.close()
+        self.pins.close()
+        self.changes.close()
+
+    def line(self):
+        """The next line of the console, once what the guest asks for before it is answered."""
+        while (line := super().line()) is not None and line.startswith("@ask "):
+            self.send("=" + self.answer(*line.split()[1:]))
+        return line
+
+    def wake(self):
+        """The emulator at times misses the timer of an idle processor; input wakes it."""
+        self.send("")
+
+    def answer(self, *question):
+        """Drives a line, tells what the outputs have done since the last time ("17=1@SECONDS" and
+        the like), or has the emulator do something with the hardware."""
+        if question == ("pins",):
+            changes = filter(None, map(CHANGE.match, self.changes.readlines()))
+            return " ".join(
+                f"{change[3]}={int(change[2] == 'raise')}@{change[1]}" for change in changes
+            )
+        if question[0] == "drive":
+            question = ("set_irq_in", CHIP, "unnamed-gpio-in", *question[1:])
+        self.pins.sendall(" ".join(question).encode() + b"\n")
+        while not (answer := self.answers.readline()).startswith(("OK", "FAIL")):
+            if not answer:
+                raise EOFError("the emulator ended")
+        return answer.strip()
+
+    def shell(self, command):
+        """Has Debian do something. Returns what it printed, and whether it succeeded."""
+        self.send(command)
+        lines, status = self.wait_for("@status ")
+        return lines, status == "@status 0"
 
 
 class BoardStage(Stage):
@@ -56,13 +132,13 @@ class BoardStage(Stage):
         tests = self.count("GpioOnTheBoard.")
         found = self.count("line ")
         print(f"GpioLine: {tests} tests; the program: {found} runs")
-        cases = lines_of(HERE / "guest/program.cases")
+        cases = lines_of((HERE / "guest/program.cases").read_text())
         self.check("each line of program.cases is a case", found == len(cases), f"{found} of it")
 
     def run_debian(self):
-        """Installs the package, boots once for each line of boots.cases, and purges it."""
+        """Installs the package, boots once for each of BOOTS, and purges it."""
         shutil.copyfile(self.directory / "debian.img", self.card)
-        boots = lines_of(HERE / "boots.cases")
+        boots = lines_of(BOOTS)
         if self.extent == "short":
             boots = boots[:2]
         with self.boot_debian("install") as board:
@@ -71,7 +147,7 @@ class BoardStage(Stage):
         for boot, next_boot in zip(boots, [*boots[1:], boots[0]]):
             name, line, *_ = boot.split()
             with self.boot_debian(name, pin=int(line == "high")) as board:
-                self.take("check.sh", *board.shell("sh /cases/debian/check.sh " + boot))
+                self.take("check_boot", *board.shell("check_boot " + boot))
                 if boot == boots[0]:
                     self.read_by_gpioget(board)
                 self.do(board, "prepare " + next_boot)
@@ -99,7 +175,7 @@ class BoardStage(Stage):
         return board
 
     def do(self, board, step):
-        """A function of steps.sh, which must succeed."""
+        """A function of debian-steps.sh, which must succeed."""
         lines, succeeded = board.shell(step)
         self.check(f"Debian: {step}", succeeded, " ".join(lines[-9:]))
 

@@ -8,7 +8,6 @@
 . scripts/steps.sh
 build=build/$stage
 log=build/$stage.log
-targets=$stage
 
 case $extent in
 short | long) ;;
@@ -24,10 +23,6 @@ fetch() {
     shift
     step "fetching $what" sh tests/stages/emulator/fetch.sh "$@"
     fetched=$(tail -n 1 "$log")
-}
-
-build_programs() {
-    build "$build/programs" --preset aarch64-static -D SWITCH_QUERIER_MACHINE=ON
 }
 
 # usage: run_stage PACKAGES [EMULATOR…]

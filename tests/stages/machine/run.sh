@@ -12,5 +12,6 @@ extent=${1:-short}
 
 release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
 fetch "the kernel" "$release" arm64 machine alone linux-image-arm64 busybox-static
-build_programs
+targets=switch-querier
+build "$build/programs" --preset aarch64-static
 run_stage "$fetched"

@@ -9,7 +9,7 @@ import powercuts
 from emulator import Emulator, Stage, System, main
 
 MODULES = "virtio_mmio virtio_blk loop ext4 xfs f2fs vfat nls_cp437 nls_ascii".split()
-PROGRAMS = ("switch-querier", "switch-querier-unsynced")
+PROGRAMS = ("switch-querier",)
 HARDWARE = "qemu-system-aarch64 -M virt -cpu cortex-a53 -m 256 -serial stdio".split()
 
 
@@ -34,7 +34,7 @@ class Disk:
 
 
 def text(replacements):
-    """The text, by the number that disks.sh gives it, that the file has after so many."""
+    """The text, by the number that power-cuts.sh gives it, that the file has after so many."""
     if replacements == 0:
         return "0"
     return "1" if replacements % 2 == 1 else "2"
@@ -47,16 +47,17 @@ class MachineStage(Stage):
             self.directory, packages, MODULES, PROGRAMS, Path(__file__).parent / "guest"
         )
 
-    def boot(self, script, disks, options, cut_at="@end"):
-        """Boots the machine, runs a script to the line that begins like cut_at, and cuts the power.
-        Returns what the script said, but for its results."""
-        self.console = self.directory / f"console-{script}.txt"
-        command = [*HARDWARE, *self.system.arguments(f"scripts={script} {options}")]
+    def boot(self, task, disks, options, cut_at="@end"):
+        """Boots the machine, has it do something up to the line that begins like cut_at, and cuts
+        the power. Returns what the script said, but for its results."""
+        self.console = self.directory / f"console-{task}.txt"
+        options = f"scripts=power-cuts task={task} {options}"
+        command = [*HARDWARE, *self.system.arguments(options)]
         for disk in disks:
             command += disk.arguments()
         with Emulator(command, self.console) as machine:
             lines, last = machine.wait_for(cut_at)
-        return self.take(script, lines, last is not None)
+        return self.take(task, lines, last is not None)
 
     def run_all(self):
         self.cut_power(1, "big")
@@ -102,7 +103,7 @@ class MachineStage(Stage):
         unsynced = states.get((f"{name}-unsynced", 0))
         self.check(f"{name}: the new text after a reported success", synced == new, synced)
         self.check(
-            f"{name}: a program that syncs nothing is detected",
+            f"{name}: a replacement that syncs nothing is detected",
             unsynced in ("0", "empty", "unreadable"),
             unsynced,
         )
