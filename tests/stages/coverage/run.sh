@@ -2,20 +2,19 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds in build/coverage, runs all suites, and fails unless they execute every line of the product
-# and evaluate every condition to true and to false.
+# Builds the preset "sanitize", runs all suites, and fails unless they execute every line of the
+# product and evaluate every condition to true and to false.
 # usage: run.sh
 set -eu
 cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
-build=$PWD/build/coverage
+build=$PWD/build/sanitize
 log=build/coverage.log
 
-mkdir -p "$build"
-rm -rf "$build/profiles" "$build"/*-test
 # Listing the tests is a part of the build, and would leave profiles.
 export LLVM_PROFILE_FILE=/dev/null
-build "$build" --preset coverage
+build "$build" --preset sanitize
+rm -rf "$build/profiles"
 mkdir "$build/profiles"
 
 # Some tests end a forked child by _exit(2), so counts go straight to the file (%c). The program is
