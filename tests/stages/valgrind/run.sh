@@ -2,13 +2,14 @@
 # SPDX-FileCopyrightText: The switch querier authors
 # SPDX-License-Identifier: MIT
 
-# Builds in build/valgrind and runs all suites, and the program in its own, under valgrind, in two
+# Builds the preset "dev" and runs all suites, and the program in its own, under valgrind, in two
 # halves at a time. Fails on a failed test, a memory error, a leak, or a descriptor open at the end.
 # usage: run.sh
 set -eu
 cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
-build=$PWD/build/valgrind
+build=$PWD/build/dev
+logs=$build/valgrind
 log=build/valgrind.log
 
 if ! unshare -m true 2>/dev/null && ! unshare -Urm true 2>/dev/null; then
@@ -17,11 +18,9 @@ if ! unshare -m true 2>/dev/null && ! unshare -Urm true 2>/dev/null; then
     exit 1
 fi
 
-mkdir -p "$build"
-rm -rf "$build/logs" "$build"/*-test
-build build/valgrind --preset dev -D CMAKE_BUILD_TYPE=RelWithDebInfo \
-    -D CMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG"
-mkdir "$build/logs"
+build build/dev --preset dev
+rm -rf "$logs"
+mkdir "$logs"
 
 # What runs the program; its arguments are the name that the program was to have, the program and
 # its arguments. Of this tree, a private root has only the build directory.
@@ -29,7 +28,7 @@ cat >"$build/program-under-valgrind" <<'SCRIPT'
 #!/bin/sh
 shift
 exec valgrind -q --vgdb=no --error-exitcode=99 --leak-check=full --track-fds=yes \
-    --log-file="$(dirname "$0")/logs/program-%p.log" "$@"
+    --log-file="$(dirname "$0")/valgrind/program-%p.log" "$@"
 SCRIPT
 chmod +x "$build/program-under-valgrind"
 export SWITCH_QUERIER_WRAPPER=program-under-valgrind
@@ -46,12 +45,12 @@ run_half() {
     name=$1-$2
     GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=$2 \
         valgrind -q --vgdb=no --error-exitcode=99 --leak-check=full --track-fds=yes \
-        --log-file="$build/logs/forked-by-$name-%p.log" \
+        --log-file="$logs/forked-by-$name-%p.log" \
         "$build/$1-test" --gtest_brief=1 --gtest_filter="-$left_out" \
-        >"$build/logs/$name.out" 2>&1 &
+        >"$logs/$name.out" 2>&1 &
     pid=$!
-    wait "$pid" || touch "$build/logs/$name.failed"
-    mv "$build/logs/forked-by-$name-$pid.log" "$build/logs/suite-$name.log"
+    wait "$pid" || touch "$logs/$name.failed"
+    mv "$logs/forked-by-$name-$pid.log" "$logs/suite-$name.log"
 }
 
 run_halves() {
@@ -79,7 +78,7 @@ complaints() {
 
 status=0
 shown=0
-for log in "$build"/logs/*.log; do
+for log in "$logs"/*.log; do
     # A forked child ends by _exit(2) in the middle of a test: what it has open says nothing.
     case $(basename "$log") in
     forked-by-*) said=$(complaints "$log" .) ;;
@@ -95,18 +94,18 @@ for log in "$build"/logs/*.log; do
     fi
 done
 if [ "$shown" -gt 5 ]; then
-    echo "... and in $((shown - 5)) other logs of $build/logs"
+    echo "... and in $((shown - 5)) other logs of $logs"
 fi
-for failed in "$build"/logs/*.failed; do
+for failed in "$logs"/*.failed; do
     if [ -e "$failed" ]; then
         status=1
         head -n 200 "${failed%.failed}.out"
     fi
 done
 count() {
-    find "$build/logs" -name "$1" | wc -l
+    find "$logs" -name "$1" | wc -l
 }
-passed=$(cat "$build"/logs/*.out | sed -n 's/^\[  PASSED  \] \([0-9]*\) .*/\1/p' |
+passed=$(cat "$logs"/*.out | sed -n 's/^\[  PASSED  \] \([0-9]*\) .*/\1/p' |
     awk '{ sum += $1 } END { print sum }')
 echo "under valgrind: $passed tests passed, $(count 'program-*.log') runs of the program," \
     "$(count 'forked-by-*.log') forked children"
