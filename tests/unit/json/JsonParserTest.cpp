@@ -37,6 +37,11 @@ extern "C" long long strtoll(const char* text, char** end, int base) noexcept
     return *sign == '-' ? -value : value;
 }
 
+TEST(JsonParser, ReturnsZeroForSuccess)
+{
+    EXPECT_EQ(static_cast<std::int32_t>(parse("{}").code), 0);
+}
+
 TEST(JsonParser, ReadsEveryDecimalAsStrtodDoes)
 {
     std::mt19937_64 bits(1);
@@ -106,7 +111,7 @@ const Token tokens[] = {
     {",", JsonCode::keyExpected},
 };
 
-TEST(JsonParser, SkipsFourControlBytesBetweenTokensAndRefusesTheOthers)
+TEST(JsonParser, SkipsFourBytesBetweenTokensAndRefusesTheOthers)
 {
     std::string text;
     for (const Token& token : tokens) {
@@ -118,7 +123,10 @@ TEST(JsonParser, SkipsFourControlBytesBetweenTokensAndRefusesTheOthers)
     for (const Token& token : tokens) {
         before += token.text;
         const std::string after = text.substr(before.size()) + "}";
-        for (int number = 0; number <= 32; ++number) {
+        for (int number = 0; number < 256; ++number) {
+            if (number > ' ' && number <= '}') {
+                continue;  // it may begin a token
+            }
             SCOPED_TRACE(before + ", byte " + std::to_string(number));
             const std::string byte = byteOf(number);
             const bool isSkipped = byte == "\t" || byte == "\n" || byte == "\r" || byte == " ";
