@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
@@ -129,6 +130,28 @@ TEST(Replacement, KeepsNeitherTheOwnerNorTheModeNorTheTimes)
 }
 
 // The temporary file that is left over can be written, but not renamed.
+// A tmpfs has such attributes since Linux 6.6; the disk of the build is next.
+TEST(Replacement, KeepsNoExtendedAttribute)
+{
+    Appliance appliance;
+    std::string path;
+    for (const std::string& place : {directory, std::string(executableDirectory()) + "/"}) {
+        path = place + "attributes.json";
+        writeFile(path, handwritten("false"));
+        if (setxattr(path.c_str(), "user.note", "rack 7", 6, 0) == 0) {
+            break;
+        }
+        fs::remove(path);
+    }
+    ASSERT_EQ(getxattr(path.c_str(), "user.note", nullptr, 0), 6) << errno;
+
+    EXPECT_EQ(appliance.run({path, "-enc"}).status, 1);
+
+    EXPECT_EQ(readFile(path), rewritten("true"));
+    EXPECT_EQ(getxattr(path.c_str(), "user.note", nullptr, 0), -1);
+    fs::remove(path);
+}
+
 TEST(Replacement, IsRefusedIfTheDirectoryIsNotWritable)
 {
     Appliance appliance;
