@@ -9,8 +9,8 @@ cd "$(dirname "$0")/../../.."
 . scripts/steps.sh
 log=build/processors.log
 
-# Under the emulator one process for each suite is faster than ctest's for each test. Where the root
-# directory is all that there is, the program would find no emulator.
+# Under the emulator one process for each suite is faster than ctest's for each test. What is left
+# out is what the preset leaves out.
 run_suites() {
     export SWITCH_QUERIER_WRAPPER="$1 -0"
     # The emulator and its options are arguments of their own.
