@@ -7,38 +7,13 @@
 
 #include <optional>
 #include <ostream>
-#include <streambuf>
 #include <string>
 #include <vector>
 
 #include "tests/appliance/ExpectedRun.h"
+#include "tests/appliance/RecordingBuffer.h"
 
 namespace {
-
-/// Records each insertion, and "(flush)" for a flush.
-class Recorder : public std::streambuf {
-public:
-    std::vector<std::string> events;
-
-protected:
-    int_type overflow(int_type byte) override
-    {
-        events.emplace_back(1, traits_type::to_char_type(byte));
-        return traits_type::not_eof(byte);
-    }
-
-    std::streamsize xsputn(const char* bytes, std::streamsize count) override
-    {
-        events.emplace_back(bytes, static_cast<std::size_t>(count));
-        return count;
-    }
-
-    int sync() override
-    {
-        events.emplace_back("(flush)");
-        return 0;
-    }
-};
 
 // Values below those that have a meaning of their own mean the same as the next one.
 TEST(StatusReport, InsertsEachLineInOnePieceAndFlushesIt)
@@ -51,7 +26,7 @@ TEST(StatusReport, InsertsEachLineInOnePieceAndFlushesIt)
                         SCOPED_TRACE(testing::Message()
                                      << hardware << ", " << overrideFile << ", " << parameter
                                      << ", " << configValue << ", " << newValue);
-                        Recorder recorder;
+                        RecordingBuffer recorder;
                         std::ostream out(&recorder);
 
                         EXPECT_EQ(&printStatusReport(hardware, overrideFile, parameter, configValue,

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "tests/appliance/CommaLocale.h"
+#include "tests/appliance/RecordingBuffer.h"
 
 namespace {
 
@@ -35,31 +36,6 @@ const system_clock::time_point january16 = std::chrono::sys_days(2020y / std::ch
 const system_clock::time_point someTime = january16 + 9h + 5min + 3s + 42ms;
 
 using Events = std::vector<std::string>;
-
-/// What reaches a console: each insertion, and "(flush)" for a flush.
-class Recorder : public std::streambuf {
-public:
-    Events events;
-
-protected:
-    int_type overflow(int_type byte) override
-    {
-        events.emplace_back(1, traits_type::to_char_type(byte));
-        return traits_type::not_eof(byte);
-    }
-
-    std::streamsize xsputn(const char* bytes, std::streamsize count) override
-    {
-        events.emplace_back(bytes, static_cast<std::size_t>(count));
-        return count;
-    }
-
-    int sync() override
-    {
-        events.emplace_back("(flush)");
-        return 0;
-    }
-};
 
 /// Refuses every byte.
 class RefusingBuffer : public std::streambuf {};
@@ -91,7 +67,7 @@ protected:
 
     static Events eventsOf(std::int32_t format, const std::string& text)
     {
-        Recorder recorder;
+        RecordingBuffer recorder;
         std::ostream console(&recorder);
         ConsoleSink(&console, format).write(someTime, text, LOG_ERR);
         return recorder.events;
@@ -265,7 +241,7 @@ TEST_F(ConsoleSinkOutput, WidensTheNewlineThroughTheLocaleOfTheConsole)
 
 TEST_F(ConsoleSinkOutput, GoesNowhereWithoutAConsole)
 {
-    Recorder recorder;
+    RecordingBuffer recorder;
     std::streambuf* const out = std::cout.rdbuf(&recorder);
     std::streambuf* const err = std::cerr.rdbuf(&recorder);
     ConsoleSink(nullptr, levelOnly).write(someTime, "text", LOG_ERR);
@@ -283,7 +259,7 @@ TEST_F(ConsoleSinkOutput, FailsInTheStateOfTheConsoleAndNoMoreAfterThat)
     sink.write(someTime, "text", LOG_ERR);
     EXPECT_TRUE(console.bad());
 
-    Recorder recorder;
+    RecordingBuffer recorder;
     console.rdbuf(&recorder);
     for (const std::ios::iostate state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
         SCOPED_TRACE(state);
