@@ -18,7 +18,6 @@
 namespace {
 
 using std::chrono::nanoseconds;
-using std::chrono::system_clock;
 
 constexpr int openAttempts = 11;
 constexpr useconds_t openWaitMicroseconds = 20'000;
@@ -33,6 +32,15 @@ void sleepFor(nanoseconds duration)
     remaining.tv_nsec = static_cast<long>((duration % second).count());
     while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
     }
+}
+
+/// The system clock in nanoseconds, which std::chrono's does not count in every C++ library.
+std::chrono::sys_time<nanoseconds> systemTime()
+{
+    timespec time{};
+    static_cast<void>(clock_gettime(CLOCK_REALTIME, &time));  // always there
+    return std::chrono::sys_time<nanoseconds>(std::chrono::seconds(time.tv_sec) +
+                                              nanoseconds(time.tv_nsec));
 }
 
 std::int32_t complementOfLowestBit(std::int32_t level)
@@ -139,13 +147,13 @@ bool GpioLine::pulseFor(std::int32_t level, nanoseconds duration)
 
 bool GpioLine::playSequence(std::int32_t level, std::span<const nanoseconds> durations)
 {
-    auto deadline = std::chrono::time_point_cast<nanoseconds>(system_clock::now());
+    auto deadline = systemTime();
     for (const nanoseconds duration : durations) {
         if (!writeLevel(level)) {
             return false;
         }
         deadline += duration;
-        for (auto now = system_clock::now(); now < deadline; now = system_clock::now()) {
+        for (auto now = systemTime(); now < deadline; now = systemTime()) {
             sleepFor(deadline - now);
         }
         level = level == 0 ? 1 : 0;
