@@ -132,9 +132,22 @@ Appliance::Appliance()
     setSwitch(Switch::notThere);
 }
 
+Appliance::~Appliance()
+{
+    stopExporter();
+}
+
+void Appliance::stopExporter()
+{
+    stopped = true;
+    if (exporter.joinable()) {
+        exporter.join();
+    }
+}
+
 void Appliance::setSwitch(Switch state)
 {
-    exporter = {};
+    stopExporter();
     removeSwitch();
     switch (state) {
     case Switch::low:
@@ -153,14 +166,15 @@ void Appliance::setSwitch(Switch state)
 
 void Appliance::setSwitchOnExport(int level, std::chrono::milliseconds delay)
 {
-    exporter = {};
+    stopExporter();
     removeSwitch();
     fs::create_directories(gpioDirectory);
     const std::string exportFile = std::string(gpioDirectory) + "/export";
     writeFile(exportFile, "");
-    exporter = std::jthread([=](const std::stop_token& stop) {
+    stopped = false;
+    exporter = std::thread([this, exportFile, delay, level] {
         while (readFile(exportFile) != "17") {
-            if (stop.stop_requested()) {
+            if (stopped) {
                 return;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

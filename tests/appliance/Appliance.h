@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -46,6 +47,9 @@ struct RunOptions {
 class Appliance {
 public:
     Appliance();
+    ~Appliance();
+    Appliance(const Appliance&) = delete;
+    Appliance& operator=(const Appliance&) = delete;
 
     void setSwitch(Switch state);
 
@@ -71,7 +75,10 @@ public:
     SystemLog systemLog;
 
 private:
+    void stopExporter();
+
     /// Creates the files of the line after the export. Stops when the switch is set again or the
     /// appliance is destroyed.
-    std::jthread exporter;
+    std::thread exporter;
+    std::atomic<bool> stopped = false;
 };

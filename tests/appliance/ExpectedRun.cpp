@@ -54,9 +54,12 @@ SwitchState stateOf(Switch hardware)
 
 int modeOfMarkers(const std::set<std::string>& markers)
 {
-    const auto found = std::ranges::find_if(
-        markerFiles, [&](const MarkerFile& file) { return markers.contains(file.name); });
-    return found == markerFiles.end() ? -1 : found->mode;
+    for (const MarkerFile& file : markerFiles) {
+        if (markers.contains(file.name)) {
+            return file.mode;
+        }
+    }
+    return -1;
 }
 
 std::string overrideText(int parameter, std::optional<int> recorded)
@@ -227,7 +230,9 @@ Run run(const Sources& sources)
     }
     Parameter second{.name = "", .value = -1, .query = false};
     if (arguments.size() == 2) {
-        const auto found = std::ranges::find(parameters, arguments[1], &Parameter::name);
+        const auto found =
+            std::find_if(parameters.begin(), parameters.end(),
+                         [&](const Parameter& one) { return one.name == arguments[1]; });
         if (found == parameters.end()) {
             return fail(unknownParameter());
         }

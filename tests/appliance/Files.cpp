@@ -49,7 +49,7 @@ std::vector<std::string> namesIn(const std::string& directory)
     for (const fs::directory_entry& entry : fs::directory_iterator(directory, none)) {
         names.push_back(entry.path().filename());
     }
-    std::ranges::sort(names);
+    std::sort(names.begin(), names.end());
     return names;
 }
 

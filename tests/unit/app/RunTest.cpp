@@ -54,7 +54,8 @@ TEST(RunOnAPath, UsesItAsItIs)
          {"/appliance/../appliance//./", "/tmp/link/", "./", "../appliance/"}) {
         for (const char* const name : {"UpdateBySwitch", "NotNeeded", "Unreadable"}) {
             SCOPED_TRACE(directory + ", " + name);
-            RunKind kind = *std::ranges::find(runKinds(), name, &RunKind::name);
+            RunKind kind = *std::find_if(runKinds().begin(), runKinds().end(),
+                                         [&](const RunKind& one) { return one.name == name; });
             const std::string ordinary = runOf(kind);
             kind.arguments = {directory + "config.json"};
 

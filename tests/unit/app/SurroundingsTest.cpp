@@ -43,7 +43,8 @@ std::string linesOfStatus(const std::vector<std::string>& words)
     std::string text;
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
-        if (std::ranges::any_of(words, [&](const auto& word) { return line.starts_with(word); })) {
+        if (std::any_of(words.begin(), words.end(),
+                        [&](const auto& word) { return line.starts_with(word); })) {
             text += line + '\n';
         }
     }

@@ -8,6 +8,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -203,11 +204,40 @@ int flagsOf(std::string_view mode)
     return extra | start | O_CREAT | (update ? O_RDWR : O_WRONLY);
 }
 
+/// A stream whose reads and writes are the functions below: a C library's streams call its own.
+FILE* streamOf(int descriptor, const char* mode)
+{
+    const Effects::Pause pause;
+    if (!pause.wasActive) {
+        return fdopen(descriptor, mode);
+    }
+    auto* const cookie = new int(descriptor);
+    cookie_io_functions_t functions{};
+    functions.read = [](void* file, char* buffer, size_t size) {
+        return read(*static_cast<int*>(file), buffer, size);
+    };
+    functions.write = [](void* file, const char* bytes, size_t size) {
+        return std::max(ssize_t{0}, write(*static_cast<int*>(file), bytes, size));
+    };
+    functions.seek = [](void* file, off64_t* position, int origin) {
+        *position = lseek64(*static_cast<int*>(file), *position, origin);
+        return *position < 0 ? -1 : 0;
+    };
+    functions.close = [](void* file) {
+        const int toClose = *static_cast<int*>(file);
+        delete static_cast<int*>(file);
+        return close(toClose);
+    };
+    FILE* const stream = fopencookie(cookie, mode, functions);
+    stream->_fileno = descriptor;  // else fileno(3) refuses it
+    return stream;
+}
+
 FILE* openStream(const char* path, const char* mode)
 {
     constexpr mode_t everybody = 0666;
     const int descriptor = openFile(AT_FDCWD, path, flagsOf(mode), everybody, mode);
-    return descriptor < 0 ? nullptr : fdopen(descriptor, mode);
+    return descriptor < 0 ? nullptr : streamOf(descriptor, mode);
 }
 
 /// The argument after the flags of open(2), which is there only with some of them.

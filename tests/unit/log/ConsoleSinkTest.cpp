@@ -27,12 +27,13 @@ namespace {
 
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
+using std::chrono::sys_days;
 using std::chrono::system_clock;
 
 static_assert(std::has_virtual_destructor_v<ConsoleSink>);
 static_assert(textOnly == 0 && levelOnly == 1 && dayAndTime == 2 && dateAndTime == 3);
 
-const system_clock::time_point january16 = std::chrono::sys_days(2020y / std::chrono::January / 16);
+const system_clock::time_point january16 = sys_days(2020y / std::chrono::January / 16);
 const system_clock::time_point someTime = january16 + 9h + 5min + 3s + 42ms;
 
 using Events = std::vector<std::string>;
@@ -115,22 +116,22 @@ TEST_F(ConsoleSinkOutput, NamesTheLevelByTheLowestThreeBits)
     }
 }
 
-// The padding of the year cannot be tested: the clock, in nanoseconds, ranges from 1677 to 2262.
+// The padding of the year cannot be tested: a clock in nanoseconds ranges from 1677 to 2262. Other
+// clocks are in microseconds.
 TEST_F(ConsoleSinkOutput, HasTheLocalTimePaddedAndCutToMilliseconds)
 {
     struct Row {
         const char* zone;
-        system_clock::time_point time;
+        std::chrono::sys_time<nanoseconds> time;
         const char* date;
         const char* timeOfDay;
     };
-    const system_clock::time_point march1 = std::chrono::sys_days(1999y / std::chrono::March / 1);
-    const system_clock::time_point december31 =
-        std::chrono::sys_days(2199y / std::chrono::December / 31);
+    const sys_days march1 = 1999y / std::chrono::March / 1;
+    const sys_days december31 = 2199y / std::chrono::December / 31;
     const std::vector<Row> rows = {
         {"UTC0", march1 + 1h + 2min + 3s + 4ms, "1999-03-01", "01:02:03.004"},
         {"UTC0", december31 + 23h + 59min + 58s + 987ms, "2199-12-31", "23:59:58.987"},
-        {"UTC0", system_clock::time_point(), "1970-01-01", "00:00:00.000"},
+        {"UTC0", sys_days(), "1970-01-01", "00:00:00.000"},
         {"UTC0", january16 + 7ms + 999us + 999ns, "2020-01-16", "00:00:00.007"},
         {"UTC0", january16 + 70ms, "2020-01-16", "00:00:00.070"},
         {"UTC0", january16 + 999us, "2020-01-16", "00:00:00.000"},
@@ -146,8 +147,9 @@ TEST_F(ConsoleSinkOutput, HasTheLocalTimePaddedAndCutToMilliseconds)
         const std::string rest = row.timeOfDay + std::string(" ERROR: text\n");
         SCOPED_TRACE(row.zone + (" " + date) + " " + rest);
         setTimeZone(row.zone);
-        EXPECT_EQ(shown(dayAndTime, "text", LOG_ERR, row.time), date.substr(8) + "-" + rest);
-        EXPECT_EQ(shown(dateAndTime, "text", LOG_ERR, row.time), date + " " + rest);
+        const auto time = std::chrono::floor<system_clock::duration>(row.time);
+        EXPECT_EQ(shown(dayAndTime, "text", LOG_ERR, time), date.substr(8) + "-" + rest);
+        EXPECT_EQ(shown(dateAndTime, "text", LOG_ERR, time), date + " " + rest);
     }
 }
 
