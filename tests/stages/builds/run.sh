@@ -68,12 +68,12 @@ variant() {
 
 variant static -D SWITCH_QUERIER_STATIC=ON -D CMAKE_BUILD_TYPE=MinSizeRel
 variant clang-static -D CMAKE_CXX_COMPILER=clang++ -D SWITCH_QUERIER_STATIC=ON
-variant libc++ -D CMAKE_CXX_COMPILER=clang++ -D CMAKE_CXX_FLAGS=-stdlib=libc++
+variant libc++ -D CMAKE_CXX_COMPILER=clang++ -D CMAKE_CXX_FLAGS=-stdlib=libc++ \
+    -D SWITCH_QUERIER_TESTS=ON -D CMAKE_DISABLE_FIND_PACKAGE_GTest=ON
 if [ -d "$work/libc++" ]; then
-    # The suite of the program tests the one next to it.
-    (targets=program-test && build build/dev --preset dev)
-    cp build/dev/program-test "$work/libc++/"
-    step "testing the program" "$work/libc++/program-test" --gtest_brief=1
+    for suite in "$work"/libc++/*-test; do
+        step "testing ${suite##*/}" "$suite" --gtest_brief=1
+    done
 fi
 variant ninja -G Ninja -D CMAKE_BUILD_TYPE=RelWithDebInfo
 # None of it is for the shell.
