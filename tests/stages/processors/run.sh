@@ -47,6 +47,10 @@ if [ "${1:-}" = long ]; then
     try_processor riscv64-linux-gnu qemu-riscv64
     try_processor i686-linux-gnu qemu-i386
     try_processor powerpc64le-linux-gnu qemu-ppc64le
+    try_processor powerpc-linux-gnu qemu-ppc
     try_processor mipsel-linux-gnu qemu-mipsel
+    try_processor mips-linux-gnu qemu-mips
+    try_processor mips64el-linux-gnuabi64 qemu-mips64el
+    try_processor arm-linux-gnueabi qemu-arm
 fi
 echo "tested on $processors"
