@@ -188,8 +188,9 @@ std::string openingOf(int directory, const char* path, int flags)
 int openFile(int directory, const char* path, int flags, mode_t mode, const char* streamMode = "")
 {
     const Call call;
-    return call.open(openingOf(directory, path, flags), {path, flags, -1, streamMode},
-                     [=] { return syscall(SYS_openat, directory, path, flags, mode); });
+    return call.open(openingOf(directory, path, flags), {path, flags, -1, streamMode}, [=] {
+        return syscall(SYS_openat, directory, path, flags | O_LARGEFILE, mode);
+    });
 }
 
 /// The flags of open(2) for a mode of fopen(3).
