@@ -35,14 +35,13 @@ step() {
     mkdir -p "$(dirname "$log")"
     : >"$log"
     if [ -t 2 ]; then
-        show_progress "$step_name" "$step_begin" &
-        step_progress=$!
+        # No child of this shell: the command may wait for all of those.
+        step_progress=$( (show_progress "$step_name" "$step_begin") >/dev/null & echo $!)
     fi
     step_status=0
     "$@" >"$log" 2>&1 || step_status=$?
     if [ -n "$step_progress" ]; then
         kill "$step_progress" 2>/dev/null || :
-        wait "$step_progress" 2>/dev/null || :
         printf '\r\033[K  %s: %s\n' "$step_name" "$(duration "$step_begin")" >&2
     fi
     if [ "$step_status" -ne 0 ]; then
