@@ -414,7 +414,7 @@ int usleep(useconds_t microseconds)
     return call.wait(timespecOf(std::chrono::microseconds(microseconds)), nullptr);
 }
 
-#ifdef __USE_TIME_BITS64  // on 32 bits, where the C++ library may still ask for the time in 32
+#ifdef SYS_clock_gettime64  // on 32 bits, where the C++ library may still ask for the time in 32
 struct Timespec32 {
     std::int32_t tv_sec;
     std::int32_t tv_nsec;
