@@ -320,6 +320,22 @@ ssize_t read(int descriptor, void* buffer, size_t size)
                          [=] { return syscall(SYS_read, descriptor, buffer, size); });
 }
 
+// What open and read are with _FORTIFY_SOURCE (feature_test_macros(7)), if the compiler cannot tell
+// that there is nothing to check.
+int openFortified(const char* path, int flags) __asm__("__open_2");
+ssize_t readFortified(int descriptor, void* buffer, size_t size,
+                      size_t capacity) __asm__("__read_chk");
+
+int openFortified(const char* path, int flags)
+{
+    return openFile(AT_FDCWD, path, flags, 0);
+}
+
+ssize_t readFortified(int descriptor, void* buffer, size_t size, size_t /*capacity*/)
+{
+    return read(descriptor, buffer, size);
+}
+
 ssize_t pread(int descriptor, void* buffer, size_t size, off_t offset)
 {
     const Call call;
