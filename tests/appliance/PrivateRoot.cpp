@@ -195,12 +195,12 @@ const char* executableDirectory()
     return directory.c_str();
 }
 
-void becomeProgram(const std::string& program, std::vector<std::string> words)
+void becomeProgram(const std::string& program, const std::vector<std::string>& words)
 {
     std::vector<char*> pointers;
     pointers.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
+    for (const std::string& word : words) {
+        pointers.push_back(const_cast<char*>(word.c_str()));  // execvp(3) writes nothing to it
     }
     pointers.push_back(nullptr);
     execvp(program.c_str(), pointers.data());

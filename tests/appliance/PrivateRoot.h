@@ -37,4 +37,4 @@ const char* executableDirectory();
 
 /// Replaces this process by the program, as execvp(3) does, with these words as argv. Exits with 99
 /// on failure.
-[[noreturn]] void becomeProgram(const std::string& program, std::vector<std::string> words);
+[[noreturn]] void becomeProgram(const std::string& program, const std::vector<std::string>& words);

@@ -71,6 +71,6 @@ Shell)
         files | grep -v '\.sh$' | xargs grep -lE '^#!/.*\b(sh|bash)$|^# shellcheck shell='
     } | xargs shellcheck -x
     ;;
-Spelling) files | xargs codespell --ignore-words-list=alse,fase,infinit,nd,parm ;;
+Spelling) files | xargs codespell --ignore-words-list=alse,fals,fase,infinit,nd,parm,tru ;;
 *) exit 2 ;;
 esac

@@ -21,6 +21,12 @@ namespace {
 class GpioLineTime : public GpioLineFixture {
 protected:
     GpioLineTime() { openOutput(); }
+
+    /// The effects of a sequence.
+    std::string played(std::int32_t level, const Durations& durations)
+    {
+        return effectsOf([&] { return line.playSequence(level, durations); });
+    }
 };
 
 TEST_F(GpioLineTime, OfAPulseIsItsDurationToTheNanosecond)
@@ -103,9 +109,8 @@ TEST_F(GpioLineTime, OfASequenceSeparatesALevelAndItsNegationInTurn)
     for (const Row& row : rows) {
         SCOPED_TRACE(std::to_string(row.level) + " for " + std::to_string(row.durations));
         openOutput();
-        EXPECT_EQ(
-            effectsOf([&] { return line.playSequence(row.level, Durations(row.durations, 1ns)); }),
-            row.expected + succeeds(row.value, 1));
+        EXPECT_EQ(played(row.level, Durations(row.durations, 1ns)),
+                  row.expected + succeeds(row.value, 1));
     }
     GpioLine never;
     EXPECT_TRUE(never.playSequence(1, {}));
@@ -122,11 +127,9 @@ TEST_F(GpioLineTime, OfASequenceDoesNotAddUpTheTimeOfTheWrites)
         return 0;
     };
 
-    EXPECT_EQ(effectsOf([&] {
-                  return line.playSequence(0, Durations{10ns, 2ns, 2ns, 10ns});
-              }),
-              lowWritten + "wait 0.000000007\n" + highWritten + lowWritten + highWritten +
-                  "wait 0.000000005\n" + succeeds(1, 1));
+    EXPECT_EQ(played(0, {10ns, 2ns, 2ns, 10ns}), lowWritten + "wait 0.000000007\n" + highWritten +
+                                                     lowWritten + highWritten +
+                                                     "wait 0.000000005\n" + succeeds(1, 1));
 }
 
 TEST_F(GpioLineTime, OfASequenceCountsFromTheCallOnWhateverIsPast)
@@ -144,7 +147,7 @@ TEST_F(GpioLineTime, OfASequenceCountsFromTheCallOnWhateverIsPast)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.durations[0].count());
-        EXPECT_EQ(effectsOf([&] { return line.playSequence(1, row.durations); }),
+        EXPECT_EQ(played(1, row.durations),
                   highWritten + row.waits[0] + lowWritten + row.waits[1] + succeeds(0, 1));
     }
 }
@@ -157,9 +160,7 @@ TEST_F(GpioLineTime, OfASequenceFollowsAStepOfTheSystemClock)
         return Effects::WaitEnd{};
     };
 
-    EXPECT_EQ(effectsOf([&] {
-                  return line.playSequence(1, Durations{2s, 1s});
-              }),
+    EXPECT_EQ(played(1, {2s, 1s}),
               highWritten + "wait 2.000000000\nwait 3.000000000\n" + lowWritten + succeeds(0, 1));
 }
 
@@ -178,9 +179,8 @@ TEST_F(GpioLineTime, OfASequenceGoesOnAfterASignalAndAfterAnError)
         }
     };
 
-    EXPECT_EQ(effectsOf([&] { return line.playSequence(1, Durations{2s}); }),
-              highWritten + "wait 2.000000000: EINTR\nwait 1.000000005: EINVAL\n" +
-                  "wait 1.000000000\n" + succeeds(1, 1));
+    EXPECT_EQ(played(1, {2s}), highWritten + "wait 2.000000000: EINTR\nwait 1.000000005: EINVAL\n" +
+                                   "wait 1.000000000\n" + succeeds(1, 1));
 }
 
 TEST_F(GpioLineTime, OfASequenceEndsAtTheFirstLevelThatIsNotWritten)
@@ -189,11 +189,9 @@ TEST_F(GpioLineTime, OfASequenceEndsAtTheFirstLevelThatIsNotWritten)
         return effect.starts_with("write ") && ++count == 3 ? EIO : 0;
     };
 
-    EXPECT_EQ(effectsOf([&] {
-                  return line.playSequence(1, Durations{0ms, 1s, 1s, 1s});
-              }),
-              highWritten + lowWritten + "wait 1.000000000\nwrite gpio17/value: EIO\n" +
-                  fails(1, 1));
+    EXPECT_EQ(played(1, {0ms, 1s, 1s, 1s}), highWritten + lowWritten +
+                                                "wait 1.000000000\nwrite gpio17/value: EIO\n" +
+                                                fails(1, 1));
 }
 
 }  // namespace
