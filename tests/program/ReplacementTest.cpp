@@ -129,7 +129,6 @@ TEST(Replacement, KeepsNeitherTheOwnerNorTheModeNorTheTimes)
     EXPECT_GT(status.st_mtim.tv_sec, longAgo + 1000);
 }
 
-// The temporary file that is left over can be written, but not renamed.
 // A tmpfs has such attributes since Linux 6.6; the disk of the build is next.
 TEST(Replacement, KeepsNoExtendedAttribute)
 {
@@ -152,6 +151,7 @@ TEST(Replacement, KeepsNoExtendedAttribute)
     fs::remove(path);
 }
 
+// The temporary file that is left over can be written, but not renamed.
 TEST(Replacement, IsRefusedIfTheDirectoryIsNotWritable)
 {
     Appliance appliance;

@@ -38,9 +38,6 @@ const system_clock::time_point someTime = january16 + 9h + 5min + 3s + 42ms;
 
 using Events = std::vector<std::string>;
 
-/// Refuses every byte.
-class RefusingBuffer : public std::streambuf {};
-
 class ConsoleSinkOutput : public testing::Test {
 protected:
     ConsoleSinkOutput() { setTimeZone("UTC0"); }
@@ -116,8 +113,7 @@ TEST_F(ConsoleSinkOutput, NamesTheLevelByTheLowestThreeBits)
     }
 }
 
-// The padding of the year cannot be tested: a clock in nanoseconds ranges from 1677 to 2262. Other
-// clocks are in microseconds.
+// The padding of the year cannot be tested: a clock in nanoseconds ranges from 1677 to 2262.
 TEST_F(ConsoleSinkOutput, HasTheLocalTimePaddedAndCutToMilliseconds)
 {
     struct Row {
@@ -147,6 +143,7 @@ TEST_F(ConsoleSinkOutput, HasTheLocalTimePaddedAndCutToMilliseconds)
         const std::string rest = row.timeOfDay + std::string(" ERROR: text\n");
         SCOPED_TRACE(row.zone + (" " + date) + " " + rest);
         setTimeZone(row.zone);
+        // The clock may count microseconds.
         const auto time = std::chrono::floor<system_clock::duration>(row.time);
         EXPECT_EQ(shown(dayAndTime, "text", LOG_ERR, time), date.substr(8) + "-" + rest);
         EXPECT_EQ(shown(dateAndTime, "text", LOG_ERR, time), date + " " + rest);
@@ -255,7 +252,7 @@ TEST_F(ConsoleSinkOutput, GoesNowhereWithoutAConsole)
 
 TEST_F(ConsoleSinkOutput, FailsInTheStateOfTheConsoleAndNoMoreAfterThat)
 {
-    RefusingBuffer refusing;
+    std::stringbuf refusing(std::ios::in);
     std::ostream console(&refusing);
     ConsoleSink sink(&console, levelOnly);
     sink.write(someTime, "text", LOG_ERR);
